@@ -1,0 +1,69 @@
+#pragma once
+// Reading and writing Internet messages. Only this layer's .cpp files see GMime; everything
+// else uses these plain values.
+#include <QByteArray>
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+namespace kvmail {
+
+struct MimeAddress {
+  QString name;
+  QString address;
+};
+
+struct MimeAttachment {
+  QString fileName;     // decoded (RFC 2047 / RFC 2231); a made-up name when the part has none
+  QString contentType;  // "image/png"
+  QString contentId;    // without angle brackets; empty when none
+  bool isInline = false;
+  QByteArray data;      // decoded bytes
+};
+
+struct ParsedMail {
+  bool ok = false;  // false only when nothing at all could be read
+  QString subject;
+  MimeAddress from;
+  MimeAddress replyTo;
+  QList<MimeAddress> to, cc, bcc;
+  QDateTime date;       // invalid when the message has no readable Date
+  QString htmlBody;     // the HTML part, or the plain text turned into HTML
+  QString textBody;     // the plain text part, when there is one
+  int priority = 0;     // numeric value of X-Priority; 0 when missing or unreadable
+  QString messageId;    // without angle brackets
+  QList<MimeAttachment> attachments;  // every non-body leaf part, inline images included
+};
+
+// Reads a message; broken or truncated input yields what could be read.
+// Text labelled gb2312 is decoded as GB18030; defaultCharset is used for unlabelled 8-bit text.
+ParsedMail readMailBytes(const QByteArray& raw, const QString& defaultCharset = {});
+ParsedMail readMailFile(const QString& path, const QString& defaultCharset = {});
+
+// Saves each attachment under folder by its own file name (replacing older files);
+// answers the full paths in order. Names are stripped of folder parts before use.
+QStringList saveAttachments(const ParsedMail& mail, const QString& folder);
+
+// The joined text forms used by the store: "a@x;b@y" and "Name <a@x>;b@y".
+QString joinAddresses(const QList<MimeAddress>& list);
+QString joinDisplay(const QList<MimeAddress>& list);
+
+struct OutgoingMail {
+  MimeAddress from;
+  MimeAddress replyTo;  // left out when the address is empty
+  QList<MimeAddress> to, cc, bcc;
+  QString subject;
+  QString htmlBody;
+  int headerPriority = 0;        // X-Priority 1, 3 or 5; 0 writes no header
+  QStringList attachmentPaths;   // files attached by path, in order
+  QDateTime date;                // now when invalid
+  QString messageId;             // generated when empty
+};
+
+// Writes the message with CR LF line ends: gb2312 headers and base64 HTML body, UTF-8 for any
+// text that gb2312 cannot hold. Answers false and sets *error (e.g. a missing attachment file).
+bool writeMailBytes(const OutgoingMail& mail, QByteArray* out, QString* error);
+bool writeMailFile(const OutgoingMail& mail, const QString& path, QString* error);
+
+}  // namespace kvmail

@@ -1,0 +1,29 @@
+#include "TestEnv.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace kvtest {
+
+QString sourceDir() {
+  const QString env = qEnvironmentVariable("KV_SOURCE_DIR");
+  return env.isEmpty() ? QStringLiteral(KV_SOURCE_DIR_FALLBACK) : env;
+}
+
+QString dataFile(const QString& name) { return sourceDir() + QStringLiteral("/tests/data/") + name; }
+
+QByteArray readAll(const QString& path) {
+  QFile f(path);
+  if (!f.open(QIODevice::ReadOnly)) return {};
+  return f.readAll();
+}
+
+bool writeAll(const QString& path, const QByteArray& bytes) {
+  QDir().mkpath(QFileInfo(path).absolutePath());
+  QFile f(path);
+  if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
+  return f.write(bytes) == bytes.size();
+}
+
+}  // namespace kvtest
