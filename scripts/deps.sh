@@ -6,7 +6,7 @@ PACKAGES=(
   g++ cmake ninja-build pkg-config ccache
   qt6-base-dev libqt6sql6-sqlite libqt6sql6-psql libgl-dev
   libgmime-3.0-dev libcurl4-openssl-dev
-  libgtest-dev
+  libgtest-dev libbenchmark-dev
   dovecot-core dovecot-pop3d python3 python3-aiosmtpd
   postgresql
   fonts-wqy-zenhei xvfb xauth
