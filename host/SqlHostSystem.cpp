@@ -1,0 +1,290 @@
+#include "SqlHostSystem.h"
+
+#include "HostTables.h"
+#include "SqlRecordset.h"
+#include "SqlRun.h"
+
+#include <QAtomicInt>
+#include <QRegularExpression>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QSqlRecord>
+
+namespace kvmail::host {
+namespace {
+
+QAtomicInt connectionCounter;
+
+QString notOpenText() {
+  return QStringLiteral("数据库错误：数据库尚未打开。");
+}
+
+// The table and WHERE of a "select ... from T where ..." query, which can write its rows back.
+bool updateTarget(const QString& sql, QString* table, QString* where) {
+  static const QRegularExpression shape(
+      QStringLiteral("^\\s*select\\s+.+?\\s+from\\s+([^\\s,()]+)\\s+where\\s+(.+)$"),
+      QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption |
+          QRegularExpression::UseUnicodePropertiesOption);
+  const auto match = shape.match(sql);
+  if (!match.hasMatch()) return false;
+  *table = match.captured(1);
+  *where = match.captured(2);
+  return true;
+}
+
+}  // namespace
+
+HostOptions HostOptions::sqlite(const QString& path) {
+  HostOptions o;
+  o.engine = SqlEngine::Sqlite;
+  o.sqlitePath = path;
+  return o;
+}
+
+HostOptions HostOptions::postgres(const QString& host, int port, const QString& database,
+                                  const QString& user, const QString& password) {
+  HostOptions o;
+  o.engine = SqlEngine::Postgres;
+  o.host = host;
+  o.port = port;
+  o.database = database;
+  o.user = user;
+  o.password = password;
+  return o;
+}
+
+SqlHostSystem::SqlHostSystem(HostOptions options)
+    : options_(std::move(options)),
+      connection_(QStringLiteral("kvhost-%1").arg(connectionCounter.fetchAndAddRelaxed(1))) {}
+
+SqlHostSystem::~SqlHostSystem() {
+  close();
+}
+
+QString SqlHostSystem::open() {
+  close();
+  const bool pg = options_.engine == SqlEngine::Postgres;
+  {
+    QSqlDatabase db = QSqlDatabase::addDatabase(
+        pg ? QStringLiteral("QPSQL") : QStringLiteral("QSQLITE"), connection_);
+    if (!db.isValid()) return QStringLiteral("数据库错误：缺少 Qt 数据库驱动。");
+    if (pg) {
+      db.setHostName(options_.host);
+      db.setPort(options_.port);
+      db.setDatabaseName(options_.database);
+      db.setUserName(options_.user);
+      db.setPassword(options_.password);
+      db.setConnectOptions(QStringLiteral("connect_timeout=10"));
+    } else {
+      db.setDatabaseName(options_.sqlitePath);
+      QString connect = QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(options_.busyTimeoutMs);
+      if (options_.readOnly) connect += QStringLiteral(";QSQLITE_OPEN_READONLY");
+      db.setConnectOptions(connect);
+    }
+    if (!db.open()) {
+      const QString error = QStringLiteral("无法打开数据库：") + dbErrorText(db.lastError());
+      db = QSqlDatabase();
+      QSqlDatabase::removeDatabase(connection_);
+      return error;
+    }
+  }
+  QStringList setup;
+  if (!pg) {
+    if (!options_.readOnly) setup << QStringLiteral("pragma journal_mode=wal");
+    setup << QStringLiteral("pragma synchronous=normal");
+  }
+  if (!options_.readOnly) setup << hostTableStatements(options_.engine);
+  for (const QString& statement : setup) {
+    const QString error = runPlain(statement);
+    if (!error.isEmpty()) {
+      close();
+      return error;
+    }
+  }
+  return {};
+}
+
+void SqlHostSystem::close() {
+  if (!QSqlDatabase::contains(connection_)) return;
+  {
+    QSqlDatabase db = QSqlDatabase::database(connection_, false);
+    if (db.isOpen()) {
+      if (inTransaction_) QSqlQuery(QStringLiteral("rollback"), db);
+      db.close();
+    }
+  }
+  QSqlDatabase::removeDatabase(connection_);
+  inTransaction_ = false;
+}
+
+bool SqlHostSystem::isOpen() const {
+  return QSqlDatabase::contains(connection_) && QSqlDatabase::database(connection_, false).isOpen();
+}
+
+void SqlHostSystem::setCurrentUser(const QString& userId, const QString& operatorName) {
+  options_.userId = userId;
+  options_.operatorName = operatorName;
+}
+
+QString SqlHostSystem::runPlain(const QString& sql) {
+  QSqlDatabase db = QSqlDatabase::database(connection_, false);
+  if (!db.isOpen()) return notOpenText();
+  QSqlQuery query(db);
+  if (!query.exec(sql)) return dbErrorText(query.lastError());
+  return {};
+}
+
+QString SqlHostSystem::executeBound(const QString& sql, const QVariantList& values) {
+  QString error;
+  const QString text = toEngineSql(sql, &error);
+  if (!error.isEmpty()) return error;
+  if (!isOpen()) return notOpenText();
+  return runBound(connection_, text, values);
+}
+
+std::shared_ptr<IRecordset> SqlHostSystem::openQuery(const QString& sql, QString* error) {
+  QString problem;
+  const QString text = toEngineSql(sql, &problem);
+  if (problem.isEmpty() && !isOpen()) problem = notOpenText();
+  if (!problem.isEmpty()) {
+    if (error) *error = problem;
+    return nullptr;
+  }
+  QStringList columns;
+  QList<QVariantList> rows;
+  {
+    QSqlQuery query(QSqlDatabase::database(connection_, false));
+    query.setForwardOnly(true);
+    if (!query.exec(text)) {
+      if (error) *error = dbErrorText(query.lastError());
+      return nullptr;
+    }
+    const QSqlRecord record = query.record();
+    for (int i = 0; i < record.count(); ++i) columns << record.fieldName(i);
+    while (query.next()) {
+      QVariantList row;
+      row.reserve(record.count());
+      for (int i = 0; i < record.count(); ++i) row << query.value(i);
+      rows << row;
+    }
+    if (query.lastError().isValid()) {
+      if (error) *error = dbErrorText(query.lastError());
+      return nullptr;
+    }
+  }
+  QString table, where;
+  updateTarget(text, &table, &where);
+  if (error) error->clear();
+  return std::make_shared<SqlRecordset>(connection_, columns, rows, table, where);
+}
+
+QString SqlHostSystem::execute(const QString& sql) {
+  QString error;
+  const QString text = toEngineSql(sql, &error);
+  if (!error.isEmpty()) return error;
+  return runPlain(text);
+}
+
+long SqlHostSystem::nextKey(const QString& table, const QString& keyColumn, QString* error) {
+  QString problem;
+  long key = 0;
+  if (!isPlainName(table) || !isPlainName(keyColumn)) {
+    problem = QStringLiteral("取新编号失败：表名或列名无效。");
+  } else if (!isOpen()) {
+    problem = notOpenText();
+  } else if (options_.engine == SqlEngine::Postgres || inTransaction_) {
+    key = takeKey(table, keyColumn, &problem);
+  } else {
+    // On its own, SQLite takes the write lock first so two processes never read the same mark.
+    problem = runPlain(QStringLiteral("begin immediate"));
+    if (problem.isEmpty()) {
+      key = takeKey(table, keyColumn, &problem);
+      if (problem.isEmpty()) problem = runPlain(QStringLiteral("commit"));
+      if (!problem.isEmpty()) runPlain(QStringLiteral("rollback"));
+    }
+  }
+  if (!problem.isEmpty()) {
+    if (error) *error = problem;
+    return 0;
+  }
+  if (error) error->clear();
+  return key;
+}
+
+long SqlHostSystem::takeKey(const QString& table, const QString& keyColumn, QString* error) {
+  QSqlQuery query(QSqlDatabase::database(connection_, false));
+  const QString highest =
+      QStringLiteral("(select coalesce(max(%1),0)+1 from %2)").arg(keyColumn, table);
+  const QString name = table.toLower();
+  const QString column = keyColumn.toLower();
+  if (options_.engine == SqlEngine::Postgres) {
+    // One statement: the row lock on the mark serialises concurrent callers.
+    const QString sql = QStringLiteral(
+                            "insert into %1(tablename,keycolumn,lastkey) values (?,?,%2) "
+                            "on conflict (tablename,keycolumn) do update set lastkey="
+                            "greatest(%1.lastkey+1,%2) returning lastkey")
+                            .arg(QLatin1String(kKeyTable), highest);
+    query.prepare(sql);
+    query.addBindValue(name);
+    query.addBindValue(column);
+    if (!query.exec() || !query.next()) {
+      *error = dbErrorText(query.lastError());
+      return 0;
+    }
+    return static_cast<long>(query.value(0).toLongLong());
+  }
+  query.prepare(QStringLiteral("select max(%1, coalesce((select lastkey+1 from %2 where "
+                               "tablename=? and keycolumn=?),0))")
+                    .arg(highest, QLatin1String(kKeyTable)));
+  query.addBindValue(name);
+  query.addBindValue(column);
+  if (!query.exec() || !query.next()) {
+    *error = dbErrorText(query.lastError());
+    return 0;
+  }
+  const qlonglong key = query.value(0).toLongLong();
+  query.finish();
+  QSqlQuery mark(QSqlDatabase::database(connection_, false));
+  mark.prepare(
+      QStringLiteral("insert or replace into %1(tablename,keycolumn,lastkey) values (?,?,?)")
+          .arg(QLatin1String(kKeyTable)));
+  mark.addBindValue(name);
+  mark.addBindValue(column);
+  mark.addBindValue(key);
+  if (!mark.exec()) {
+    *error = dbErrorText(mark.lastError());
+    return 0;
+  }
+  return static_cast<long>(key);
+}
+
+QString SqlHostSystem::beginTransaction() {
+  if (inTransaction_) return QStringLiteral("数据库错误：事务已经开始。");
+  const QString error =
+      runPlain(options_.engine == SqlEngine::Sqlite ? QStringLiteral("begin immediate")
+                                                    : QStringLiteral("begin"));
+  if (error.isEmpty()) inTransaction_ = true;
+  return error;
+}
+
+QString SqlHostSystem::commitTransaction() {
+  if (!inTransaction_) return QStringLiteral("数据库错误：没有进行中的事务。");
+  const QString error = runPlain(QStringLiteral("commit"));
+  if (error.isEmpty()) inTransaction_ = false;
+  return error;
+}
+
+QString SqlHostSystem::rollbackTransaction() {
+  if (!inTransaction_) return QStringLiteral("数据库错误：没有进行中的事务。");
+  inTransaction_ = false;
+  return runPlain(QStringLiteral("rollback"));
+}
+
+QString SqlHostSystem::currentUserId() const {
+  return options_.userId;
+}
+QString SqlHostSystem::currentOperator() const {
+  return options_.operatorName;
+}
+
+}  // namespace kvmail::host
