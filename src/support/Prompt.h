@@ -24,9 +24,8 @@ class IPrompt {
                                   PromptButtons buttons = PromptButtons::Ok,
                                   QWidget* parent = nullptr) = 0;
   // File dialogs answer the chosen path(s), or nothing when the user cancelled.
-  virtual QStringList openFiles(const QString& title, const QString& filter,
-                                const QString& folder, bool multiple,
-                                QWidget* parent = nullptr) = 0;
+  virtual QStringList openFiles(const QString& title, const QString& filter, const QString& folder,
+                                bool multiple, QWidget* parent = nullptr) = 0;
   virtual QString saveFile(const QString& title, const QString& filter,
                            const QString& suggestedPath, QWidget* parent = nullptr) = 0;
   virtual std::optional<QColor> pickColour(const QColor& initial, QWidget* parent = nullptr) = 0;
@@ -38,5 +37,7 @@ class IPrompt {
 IPrompt& prompt();
 // Installs another prompt (tests, scripted runs); nullptr restores the Qt dialogs.
 void setPrompt(std::shared_ptr<IPrompt> replacement);
+// The prompt installed by setPrompt, or nullptr while the Qt dialogs are in use (for restoring).
+std::shared_ptr<IPrompt> installedPrompt();
 
 }  // namespace kvmail

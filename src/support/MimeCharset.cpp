@@ -1,0 +1,153 @@
+#include "support/MimeCharset.h"
+
+#include <QRegularExpression>
+#include <QSet>
+
+#include <iconv.h>
+#include <cerrno>
+
+namespace kvmail::mime {
+namespace {
+
+constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD in UTF-8
+
+bool isGbFamily(const QString& lower) {
+  static const QSet<QString> names = {
+      QStringLiteral("gb2312"),    QStringLiteral("gb_2312-80"),      QStringLiteral("gb-2312"),
+      QStringLiteral("gb_2312"),   QStringLiteral("csgb2312"),        QStringLiteral("euc-cn"),
+      QStringLiteral("x-euc-cn"),  QStringLiteral("euccn"),           QStringLiteral("cn-gb"),
+      QStringLiteral("gbk"),       QStringLiteral("x-gbk"),           QStringLiteral("cp936"),
+      QStringLiteral("ms936"),     QStringLiteral("windows-936"),     QStringLiteral("gb18030"),
+      QStringLiteral("chinese"),   QStringLiteral("csiso58gb231280"), QStringLiteral("iso-ir-58"),
+      QStringLiteral("x-gb18030"), QStringLiteral("gb2312-80"),
+  };
+  return names.contains(lower);
+}
+
+class Converter {
+ public:
+  Converter(const char* to, const char* from) : cd_(iconv_open(to, from)) {}
+  ~Converter() {
+    if (valid()) iconv_close(cd_);
+  }
+  Converter(const Converter&) = delete;
+  Converter& operator=(const Converter&) = delete;
+  bool valid() const { return cd_ != reinterpret_cast<iconv_t>(-1); }
+
+  // Converts all of `in`; undecodable bytes become U+FFFD (when `replace`) and are counted.
+  QByteArray run(const QByteArray& in, bool replace, int* failures) {
+    QByteArray out;
+    QByteArray chunk(4 * in.size() + 16, Qt::Uninitialized);
+    char* src = const_cast<char*>(in.constData());
+    size_t srcLeft = static_cast<size_t>(in.size());
+    while (true) {
+      char* dst = chunk.data();
+      size_t dstLeft = static_cast<size_t>(chunk.size());
+      const size_t rc = iconv(cd_, srcLeft ? &src : nullptr, &srcLeft, &dst, &dstLeft);
+      out.append(chunk.constData(), chunk.size() - static_cast<qsizetype>(dstLeft));
+      if (rc != static_cast<size_t>(-1)) {
+        if (rc > 0) ++*failures;  // irreversible substitutions count as failures
+        if (srcLeft == 0) break;
+        continue;
+      }
+      if (errno == E2BIG) continue;
+      ++*failures;
+      if (replace) out.append(kReplacement);
+      if (errno == EILSEQ && srcLeft > 0) {
+        ++src;
+        --srcLeft;
+        continue;
+      }
+      break;  // incomplete sequence at the end (EINVAL) or anything unexpected
+    }
+    return out;
+  }
+
+ private:
+  iconv_t cd_;
+};
+
+std::optional<QString> decodeWith(const QByteArray& bytes, const QByteArray& converter,
+                                  bool strict) {
+  if (converter.isEmpty()) return std::nullopt;
+  Converter cv("UTF-8", converter.constData());
+  if (!cv.valid()) return std::nullopt;
+  int failures = 0;
+  const QByteArray utf8 = cv.run(bytes, !strict, &failures);
+  if (strict && failures > 0) return std::nullopt;
+  return QString::fromUtf8(utf8);
+}
+
+bool isSevenBit(const QByteArray& bytes) {
+  for (char c : bytes)
+    if (static_cast<unsigned char>(c) >= 0x80) return false;
+  return true;
+}
+
+}  // namespace
+
+QByteArray converterName(const QString& label) {
+  QString l = label.trimmed().toLower();
+  if (l.startsWith(QLatin1Char('"')) && l.endsWith(QLatin1Char('"')) && l.size() >= 2)
+    l = l.mid(1, l.size() - 2).trimmed();
+  if (l.isEmpty() || l == QLatin1String("x-unknown") || l == QLatin1String("unknown-8bit") ||
+      l == QLatin1String("x-user-defined") || l == QLatin1String("default"))
+    return {};
+  if (isGbFamily(l)) return QByteArrayLiteral("GB18030");
+  if (l == QLatin1String("utf8") || l == QLatin1String("utf-8")) return QByteArrayLiteral("UTF-8");
+  if (l == QLatin1String("ascii") || l == QLatin1String("us-ascii") ||
+      l == QLatin1String("ansi_x3.4-1968"))
+    return QByteArrayLiteral("US-ASCII");
+  return l.toLatin1();
+}
+
+std::optional<QString> decodeStrict(const QByteArray& bytes, const QByteArray& converter) {
+  return decodeWith(bytes, converter, true);
+}
+
+QString decodeText(const QByteArray& bytes, const QString& declared, const QString& fallback) {
+  if (isSevenBit(bytes)) return QString::fromLatin1(bytes);
+  const QByteArray first = converterName(declared);
+  QList<QByteArray> tries;
+  // Mail labelled us-ascii that carries 8-bit bytes is really unlabelled.
+  if (!first.isEmpty() && first != "US-ASCII") tries << first;
+  for (const QByteArray& c :
+       {converterName(fallback), QByteArrayLiteral("UTF-8"), QByteArrayLiteral("GB18030")})
+    if (!c.isEmpty() && !tries.contains(c)) tries << c;
+  for (const QByteArray& c : tries)
+    if (auto text = decodeWith(bytes, c, true)) return *text;
+  for (const QByteArray& c : tries)
+    if (auto text = decodeWith(bytes, c, false)) return *text;
+  return QString::fromUtf8(bytes);
+}
+
+std::optional<QByteArray> encodeStrict(const QString& text, const char* converter) {
+  Converter cv(converter, "UTF-8");
+  if (!cv.valid()) return std::nullopt;
+  int failures = 0;
+  QByteArray out = cv.run(text.toUtf8(), false, &failures);
+  if (failures > 0) return std::nullopt;
+  return out;
+}
+
+QByteArray relabelGbFamily(const QByteArray& rawHeader) {
+  // Encoded words "=?charset[*lang]?" and RFC 2231 values "*=charset'lang'".
+  static const QRegularExpression labels(
+      QStringLiteral(R"((=\?)([^?*\s]+)(?=[*?])|(\*\s*=\s*"?)([A-Za-z0-9_.:\-]+)(?='))"));
+  const QString text = QString::fromLatin1(rawHeader);  // byte-preserving round trip
+  QString out;
+  qsizetype last = 0;
+  auto it = labels.globalMatch(text);
+  while (it.hasNext()) {
+    const auto m = it.next();
+    const int group = m.capturedStart(2) >= 0 ? 2 : 4;
+    if (!isGbFamily(m.captured(group).toLower())) continue;
+    out += QStringView(text).mid(last, m.capturedStart(group) - last);
+    out += QLatin1String("GB18030");
+    last = m.capturedEnd(group);
+  }
+  out += QStringView(text).mid(last);
+  return out.toLatin1();
+}
+
+}  // namespace kvmail::mime

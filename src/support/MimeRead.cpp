@@ -1,0 +1,351 @@
+// Reading Internet messages into ParsedMail with GMime.
+#include <gmime/gmime.h>
+
+#include <QFile>
+#include <QMimeDatabase>
+#include <QRegularExpression>
+
+#include <memory>
+
+#include "support/MimeCharset.h"
+#include "support/MimeMail.h"
+
+namespace kvmail {
+namespace {
+
+struct GUnref {
+  void operator()(gpointer p) const {
+    if (p) g_object_unref(p);
+  }
+};
+template <class T>
+using GRef = std::unique_ptr<T, GUnref>;
+
+struct GFree {
+  void operator()(gpointer p) const { g_free(p); }
+};
+using GChars = std::unique_ptr<char, GFree>;
+
+void ensureGMime() {
+  static const bool ready = (g_mime_init(), true);
+  (void)ready;
+}
+
+QString utf8(const char* s) {
+  return s ? QString::fromUtf8(s) : QString();
+}
+
+// A header section starts with "Name:" on its first line (an mbox "From " line is allowed).
+bool looksLikeHeaders(const QByteArray& raw) {
+  static const QRegularExpression field(QStringLiteral("^(From |[!-9;-~]+[ \\t]*:)"));
+  qsizetype start = 0;
+  while (start < raw.size() && (raw[start] == '\r' || raw[start] == '\n')) ++start;
+  const qsizetype end = raw.indexOf('\n', start);
+  const QByteArray line = raw.mid(start, end < 0 ? -1 : end - start);
+  return field.match(QString::fromLatin1(line)).hasMatch();
+}
+
+QString textToHtml(const QString& text) {
+  QString html = text.toHtmlEscaped();
+  html.replace(QLatin1String("\n"), QLatin1String("<br>\n"));
+  return html;
+}
+
+QString normaliseLineEnds(QString s) {
+  s.replace(QLatin1String("\r\n"), QLatin1String("\n"));
+  return s;
+}
+
+QByteArray streamBytes(GMimeStream* stream) {
+  GByteArray* bytes = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(stream));
+  return QByteArray(reinterpret_cast<const char*>(bytes->data), static_cast<qsizetype>(bytes->len));
+}
+
+QString suffixFor(const QString& contentType) {
+  static const QMimeDatabase db;
+  const QString suffix = db.mimeTypeForName(contentType).preferredSuffix();
+  return suffix.isEmpty() ? QStringLiteral(".dat") : QLatin1Char('.') + suffix;
+}
+
+// The charset an HTML document declares in a meta tag, for parts that carry no charset label.
+QString metaCharset(const QByteArray& html) {
+  static const QRegularExpression meta(
+      QStringLiteral(R"(<meta[^>]*charset\s*=\s*["']?([A-Za-z0-9_.:\-]+))"),
+      QRegularExpression::CaseInsensitiveOption);
+  const auto m = meta.match(QString::fromLatin1(html.left(4096)));
+  return m.hasMatch() ? m.captured(1) : QString();
+}
+
+class Reader {
+ public:
+  explicit Reader(const QString& defaultCharset) : defaultCharset_(defaultCharset) {
+    ensureGMime();
+    options_ = g_mime_parser_options_new();
+    const QByteArray first = mime::converterName(defaultCharset);
+    fallbacks_ = {first.isEmpty() ? QByteArrayLiteral("UTF-8") : first, QByteArrayLiteral("UTF-8"),
+                  QByteArrayLiteral("GB18030")};
+    const char* list[] = {fallbacks_[0].constData(), fallbacks_[1].constData(),
+                          fallbacks_[2].constData(), nullptr};
+    g_mime_parser_options_set_fallback_charsets(options_, list);
+    g_mime_parser_options_set_rfc2047_compliance_mode(options_, GMIME_RFC_COMPLIANCE_LOOSE);
+    g_mime_parser_options_set_parameter_compliance_mode(options_, GMIME_RFC_COMPLIANCE_LOOSE);
+    g_mime_parser_options_set_address_compliance_mode(options_, GMIME_RFC_COMPLIANCE_LOOSE);
+  }
+  ~Reader() { g_mime_parser_options_free(options_); }
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+
+  ParsedMail read(const QByteArray& raw) {
+    ParsedMail mail;
+    if (raw.trimmed().isEmpty()) return mail;
+    if (!looksLikeHeaders(raw)) return readHeaderless(raw);
+
+    GRef<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(raw.constData(), raw.size()));
+    GRef<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
+    g_mime_parser_set_format(parser.get(), GMIME_FORMAT_MESSAGE);
+    GRef<GMimeMessage> message(g_mime_parser_construct_message(parser.get(), options_));
+    if (!message) return readHeaderless(raw);
+
+    mail.ok = true;
+    GMimeObject* top = GMIME_OBJECT(message.get());
+    mail.subject = unstructured(top, "Subject");
+    const QList<MimeAddress> from = addresses(top, "From");
+    if (!from.isEmpty()) mail.from = from.first();
+    const QList<MimeAddress> replyTo = addresses(top, "Reply-To");
+    if (!replyTo.isEmpty()) mail.replyTo = replyTo.first();
+    mail.to = addresses(top, "To");
+    mail.cc = addresses(top, "Cc");
+    mail.bcc = addresses(top, "Bcc");
+    mail.date = date(top);
+    mail.priority = priority(top);
+    mail.messageId = messageId(top);
+
+    if (GMimeObject* body = g_mime_message_get_mime_part(message.get())) walk(body, mail);
+    if (mail.htmlBody.isEmpty() && !mail.textBody.isEmpty())
+      mail.htmlBody = textToHtml(mail.textBody);
+    return mail;
+  }
+
+ private:
+  ParsedMail readHeaderless(const QByteArray& raw) {
+    ParsedMail mail;
+    mail.ok = true;
+    mail.textBody = normaliseLineEnds(mime::decodeText(raw, {}, defaultCharset_));
+    mail.htmlBody = textToHtml(mail.textBody);
+    return mail;
+  }
+
+  // Every raw value of a header (some senders repeat To or Cc), joined as one list.
+  static QByteArray rawHeader(GMimeObject* obj, const char* name, bool all = false) {
+    GMimeHeaderList* list = g_mime_object_get_header_list(obj);
+    QByteArray joined;
+    const int count = g_mime_header_list_get_count(list);
+    for (int i = 0; i < count; ++i) {
+      GMimeHeader* h = g_mime_header_list_get_header_at(list, i);
+      if (g_ascii_strcasecmp(g_mime_header_get_name(h), name) != 0) continue;
+      const char* raw = g_mime_header_get_raw_value(h);
+      if (!raw) continue;
+      if (!joined.isEmpty()) joined += ',';
+      joined += raw;
+      if (!all) break;
+    }
+    return joined;
+  }
+
+  static QByteArray unfolded(const QByteArray& raw) {
+    GChars u(g_mime_utils_header_unfold(raw.constData()));
+    return QByteArray(u.get()).trimmed();
+  }
+
+  QString unstructured(GMimeObject* obj, const char* name) {
+    const QByteArray raw = rawHeader(obj, name);
+    if (raw.isEmpty()) return {};
+    const QByteArray value = unfolded(mime::relabelGbFamily(raw));
+    GChars decoded(g_mime_utils_header_decode_text(options_, value.constData()));
+    return utf8(decoded.get()).trimmed();
+  }
+
+  static void flatten(InternetAddressList* list, QList<MimeAddress>& out) {
+    const int count = internet_address_list_length(list);
+    for (int i = 0; i < count; ++i) {
+      InternetAddress* ia = internet_address_list_get_address(list, i);
+      if (INTERNET_ADDRESS_IS_GROUP(ia)) {
+        flatten(internet_address_group_get_members(INTERNET_ADDRESS_GROUP(ia)), out);
+      } else if (INTERNET_ADDRESS_IS_MAILBOX(ia)) {
+        MimeAddress a;
+        a.name = utf8(internet_address_get_name(ia)).trimmed();
+        a.address = utf8(internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(ia))).trimmed();
+        if (!a.address.isEmpty() || !a.name.isEmpty()) out << a;
+      }
+    }
+  }
+
+  QList<MimeAddress> addresses(GMimeObject* obj, const char* name) {
+    const QByteArray raw = rawHeader(obj, name, true);
+    QList<MimeAddress> out;
+    if (raw.trimmed().isEmpty()) return out;
+    const QByteArray value = unfolded(mime::relabelGbFamily(raw));
+    GRef<InternetAddressList> list(internet_address_list_parse(options_, value.constData()));
+    if (list) flatten(list.get(), out);
+    return out;
+  }
+
+  static QDateTime date(GMimeObject* obj) {
+    const QByteArray raw = rawHeader(obj, "Date");
+    if (raw.isEmpty()) return {};
+    GDateTime* dt = g_mime_utils_header_decode_date(unfolded(raw).constData());
+    if (!dt) return {};
+    const QDateTime result = QDateTime::fromSecsSinceEpoch(
+        g_date_time_to_unix(dt), Qt::OffsetFromUTC,
+        static_cast<int>(g_date_time_get_utc_offset(dt) / G_TIME_SPAN_SECOND));
+    g_date_time_unref(dt);
+    return result;
+  }
+
+  // "3 (Normal)" gives 3; anything without a leading number gives 0.
+  static int priority(GMimeObject* obj) {
+    const QByteArray value = unfolded(rawHeader(obj, "X-Priority"));
+    int n = 0, i = 0;
+    while (i < value.size() && value[i] >= '0' && value[i] <= '9' && i < 6)
+      n = n * 10 + (value[i++] - '0');
+    return n;
+  }
+
+  static QString messageId(GMimeObject* obj) {
+    const QByteArray raw = unfolded(rawHeader(obj, "Message-ID"));
+    if (raw.isEmpty()) return {};
+    GChars id(g_mime_utils_decode_message_id(raw.constData()));
+    if (id && *id.get()) return utf8(id.get());
+    QByteArray bare = raw;
+    if (bare.startsWith('<')) bare.remove(0, 1);
+    if (bare.endsWith('>')) bare.chop(1);
+    return QString::fromLatin1(bare.trimmed());
+  }
+
+  // The decoded file name from Content-Disposition filename= or Content-Type name=.
+  QString fileName(GMimeObject* obj) {
+    const QByteArray disposition =
+        unfolded(mime::relabelGbFamily(rawHeader(obj, "Content-Disposition")));
+    if (!disposition.isEmpty()) {
+      GRef<GMimeContentDisposition> d(
+          g_mime_content_disposition_parse(options_, disposition.constData()));
+      if (d) {
+        const QString name =
+            utf8(g_mime_content_disposition_get_parameter(d.get(), "filename")).trimmed();
+        if (!name.isEmpty()) return name;
+      }
+    }
+    const QByteArray type = unfolded(mime::relabelGbFamily(rawHeader(obj, "Content-Type")));
+    if (!type.isEmpty()) {
+      GRef<GMimeContentType> t(g_mime_content_type_parse(options_, type.constData()));
+      if (t) return utf8(g_mime_content_type_get_parameter(t.get(), "name")).trimmed();
+    }
+    return {};
+  }
+
+  static QString contentType(GMimeObject* obj) {
+    GMimeContentType* t = g_mime_object_get_content_type(obj);
+    if (!t) return QStringLiteral("application/octet-stream");
+    return (utf8(g_mime_content_type_get_media_type(t)) + QLatin1Char('/') +
+            utf8(g_mime_content_type_get_media_subtype(t)))
+        .toLower();
+  }
+
+  static QByteArray partBytes(GMimePart* part) {
+    GMimeDataWrapper* content = g_mime_part_get_content(part);
+    if (!content) return {};
+    GRef<GMimeStream> mem(g_mime_stream_mem_new());
+    g_mime_data_wrapper_write_to_stream(content, mem.get());
+    return streamBytes(mem.get());
+  }
+
+  void addAttachment(ParsedMail& mail, GMimeObject* obj, QString name, const QByteArray& data,
+                     bool inRelated) {
+    MimeAttachment a;
+    a.contentType = contentType(obj);
+    a.contentId = utf8(g_mime_object_get_content_id(obj)).trimmed();
+    const QString disposition = utf8(g_mime_object_get_disposition(obj)).toLower();
+    a.isInline = disposition == QLatin1String("inline") ||
+                 (disposition.isEmpty() && (inRelated || !a.contentId.isEmpty()));
+    if (name.isEmpty())
+      name =
+          QStringLiteral("part%1%2").arg(mail.attachments.size() + 1).arg(suffixFor(a.contentType));
+    a.fileName = name;
+    a.data = data;
+    mail.attachments << a;
+  }
+
+  void leaf(GMimePart* part, ParsedMail& mail, bool inRelated) {
+    GMimeObject* obj = GMIME_OBJECT(part);
+    const QString type = contentType(obj);
+    const QString name = fileName(obj);
+    const bool attached = utf8(g_mime_object_get_disposition(obj))
+                              .compare(QLatin1String("attachment"), Qt::CaseInsensitive) == 0;
+    const bool html = type == QLatin1String("text/html");
+    const bool plain = type == QLatin1String("text/plain");
+    const QByteArray data = partBytes(part);
+    if ((html || plain) && !attached && name.isEmpty() && (html ? !htmlTaken_ : !textTaken_)) {
+      QString charset = utf8(g_mime_object_get_content_type_parameter(obj, "charset"));
+      if (charset.isEmpty() && html) charset = metaCharset(data);
+      const QString text = normaliseLineEnds(mime::decodeText(data, charset, defaultCharset_));
+      if (html) {
+        mail.htmlBody = text;
+        htmlTaken_ = true;
+      } else {
+        mail.textBody = text;
+        textTaken_ = true;
+      }
+      return;
+    }
+    addAttachment(mail, obj, name, data, inRelated);
+  }
+
+  void walk(GMimeObject* obj, ParsedMail& mail, bool inRelated = false) {
+    if (GMIME_IS_MULTIPART(obj)) {
+      GMimeMultipart* multi = GMIME_MULTIPART(obj);
+      GMimeContentType* t = g_mime_object_get_content_type(obj);
+      const bool related =
+          inRelated ||
+          (t && g_ascii_strcasecmp(g_mime_content_type_get_media_subtype(t), "related") == 0);
+      const int count = g_mime_multipart_get_count(multi);
+      for (int i = 0; i < count; ++i) walk(g_mime_multipart_get_part(multi, i), mail, related);
+    } else if (GMIME_IS_MESSAGE_PART(obj)) {
+      GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(obj));
+      QByteArray data;
+      QString name = fileName(obj);
+      if (inner) {
+        GRef<GMimeStream> mem(g_mime_stream_mem_new());
+        g_mime_object_write_to_stream(GMIME_OBJECT(inner), nullptr, mem.get());
+        data = streamBytes(mem.get());
+        if (name.isEmpty()) {
+          const QString subject = unstructured(GMIME_OBJECT(inner), "Subject");
+          if (!subject.isEmpty()) name = subject + QStringLiteral(".eml");
+        }
+      }
+      addAttachment(mail, obj, name, data, inRelated);
+    } else if (GMIME_IS_PART(obj)) {
+      leaf(GMIME_PART(obj), mail, inRelated);
+    }
+  }
+
+  QString defaultCharset_;
+  QList<QByteArray> fallbacks_;
+  GMimeParserOptions* options_ = nullptr;
+  bool htmlTaken_ = false;
+  bool textTaken_ = false;
+};
+
+}  // namespace
+
+ParsedMail readMailBytes(const QByteArray& raw, const QString& defaultCharset) {
+  Reader reader(defaultCharset);
+  return reader.read(raw);
+}
+
+ParsedMail readMailFile(const QString& path, const QString& defaultCharset) {
+  QFile file(path);
+  if (!file.open(QIODevice::ReadOnly)) return {};
+  return readMailBytes(file.readAll(), defaultCharset);
+}
+
+}  // namespace kvmail

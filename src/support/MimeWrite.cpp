@@ -1,0 +1,290 @@
+// Writing OutgoingMail as an Internet message with GMime: gb2312 where the text fits,
+// UTF-8 where it does not, CR LF line ends throughout.
+#include <gmime/gmime.h>
+
+#include <QFile>
+#include <QFileInfo>
+#include <QMimeDatabase>
+#include <QSaveFile>
+
+#include <memory>
+#include <vector>
+
+#include "support/MimeCharset.h"
+#include "support/MimeMail.h"
+
+namespace kvmail {
+namespace {
+
+struct GUnref {
+  void operator()(gpointer p) const {
+    if (p) g_object_unref(p);
+  }
+};
+template <class T>
+using GRef = std::unique_ptr<T, GUnref>;
+
+void ensureGMime() {
+  static const bool ready = (g_mime_init(), true);
+  (void)ready;
+}
+
+constexpr int kMaxWordBytes = 45;  // 60 base64 characters: each encoded word stays within 75
+
+struct Encoded {
+  QByteArray charset;  // "gb2312" or "UTF-8"
+  QByteArray bytes;
+};
+
+// GB2312 when every character fits; otherwise UTF-8, so nothing is replaced by "?".
+Encoded encodeText(const QString& text) {
+  if (auto gb = mime::encodeStrict(text, "GB2312")) return {QByteArrayLiteral("gb2312"), *gb};
+  return {QByteArrayLiteral("UTF-8"), text.toUtf8()};
+}
+
+bool isPlainAscii(const QString& text) {
+  for (QChar c : text)
+    if (c.unicode() < 0x20 || c.unicode() > 0x7e) return false;
+  return !text.contains(QLatin1String("=?")) && text.size() < 900;
+}
+
+QString oneLine(QString text) {
+  text.replace(QLatin1Char('\r'), QLatin1Char(' ')).replace(QLatin1Char('\n'), QLatin1Char(' '));
+  return text;
+}
+
+// RFC 2047 B words, split between characters so no word exceeds 75 characters.
+QList<QByteArray> encodedWords(const QString& text) {
+  const QByteArray charset = encodeText(text).charset;
+  const char* converter = charset == "gb2312" ? "GB2312" : "UTF-8";
+  QList<QByteArray> words;
+  QByteArray pending;
+  auto flush = [&] {
+    if (pending.isEmpty()) return;
+    words << "=?" + charset + "?B?" + pending.toBase64() + "?=";
+    pending.clear();
+  };
+  for (qsizetype i = 0; i < text.size();) {
+    const qsizetype len = (text[i].isHighSurrogate() && i + 1 < text.size()) ? 2 : 1;
+    const QString ch = text.mid(i, len);
+    const QByteArray bytes = charset == "gb2312"
+                                 ? mime::encodeStrict(ch, converter).value_or(QByteArray("?"))
+                                 : ch.toUtf8();
+    if (pending.size() + bytes.size() > kMaxWordBytes) flush();
+    pending += bytes;
+    i += len;
+  }
+  flush();
+  return words;
+}
+
+// An unstructured header value (Subject) as its raw form, folded between encoded words.
+QByteArray rawText(const QString& text) {
+  const QString line = oneLine(text);
+  if (isPlainAscii(line)) return ' ' + line.toLatin1() + '\n';
+  return ' ' + encodedWords(line).join("\n ") + '\n';
+}
+
+QByteArray rawMailbox(const MimeAddress& a) {
+  QString address = oneLine(a.address).trimmed();
+  address.remove(QLatin1Char('<')).remove(QLatin1Char('>'));
+  const QString name = oneLine(a.name).trimmed();
+  if (name.isEmpty()) return address.toUtf8();
+  QByteArray phrase;
+  if (isPlainAscii(name)) {
+    QString quoted = name;
+    quoted.replace(QLatin1Char('\\'), QLatin1String("\\\\"))
+        .replace(QLatin1Char('"'), QLatin1String("\\\""));
+    phrase = '"' + quoted.toLatin1() + '"';
+  } else {
+    phrase = encodedWords(name).join("\n ");
+  }
+  return phrase + " <" + address.toUtf8() + '>';
+}
+
+QByteArray rawAddressList(const QList<MimeAddress>& list) {
+  QList<QByteArray> parts;
+  for (const MimeAddress& a : list)
+    if (!a.address.trimmed().isEmpty() || !a.name.trimmed().isEmpty()) parts << rawMailbox(a);
+  if (parts.isEmpty()) return {};
+  return ' ' + parts.join(",\n ") + '\n';
+}
+
+// A file name parameter as common Chinese clients write and read it: one B-encoded word.
+QByteArray rawParameterName(const QString& name) {
+  const QString line = oneLine(name);
+  if (isPlainAscii(line) && !line.contains(QLatin1Char('"')) && !line.contains(QLatin1Char('\\')))
+    return '"' + line.toLatin1() + '"';
+  const Encoded e = encodeText(line);
+  return "\"=?" + e.charset + "?B?" + e.bytes.toBase64() + "?=\"";
+}
+
+GMimeHeader* header(GMimeObject* obj, const char* name, const QString& value) {
+  g_mime_object_set_header(obj, name, value.toUtf8().constData(), "UTF-8");
+  return g_mime_header_list_get_header(g_mime_object_get_header_list(obj), name);
+}
+
+void setRawHeader(GMimeObject* obj, const char* name, const QString& value, const QByteArray& raw) {
+  if (raw.isEmpty()) return;
+  g_mime_header_set_raw_value(header(obj, name, value), raw.constData());
+}
+
+QString displayList(const QList<MimeAddress>& list) {
+  return joinDisplay(list).replace(QLatin1Char(';'), QLatin1Char(','));
+}
+
+GRef<GMimeDataWrapper> wrap(const QByteArray& bytes) {
+  GRef<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(bytes.constData(), bytes.size()));
+  return GRef<GMimeDataWrapper>(
+      g_mime_data_wrapper_new_with_stream(stream.get(), GMIME_CONTENT_ENCODING_DEFAULT));
+}
+
+GMimePart* htmlPart(const QString& html) {
+  QString canonical = html;
+  canonical.replace(QLatin1String("\r\n"), QLatin1String("\n"))
+      .replace(QLatin1Char('\n'), QLatin1String("\r\n"));
+  const Encoded e = encodeText(canonical);
+  GMimePart* part = g_mime_part_new_with_type("text", "html");
+  g_mime_object_set_content_type_parameter(GMIME_OBJECT(part), "charset", e.charset.constData());
+  g_mime_part_set_content(part, wrap(e.bytes).get());
+  g_mime_part_set_content_encoding(part, GMIME_CONTENT_ENCODING_BASE64);
+  return part;
+}
+
+QString guessType(const QString& path) {
+  static const QMimeDatabase db;
+  const QMimeType t = db.mimeTypeForFile(path, QMimeDatabase::MatchExtension);
+  return t.isValid() && !t.isDefault() ? t.name() : QStringLiteral("application/octet-stream");
+}
+
+// The attachment part; its name headers are written raw after the structure is complete.
+GMimePart* attachmentPart(const QString& path, const QByteArray& data, QString* type) {
+  *type = guessType(path);
+  const QByteArray t = type->section(QLatin1Char('/'), 0, 0).toLatin1();
+  const QByteArray sub = type->section(QLatin1Char('/'), 1).toLatin1();
+  GMimePart* part = g_mime_part_new_with_type(t.constData(), sub.constData());
+  g_mime_part_set_content(part, wrap(data).get());
+  g_mime_part_set_content_encoding(part, GMIME_CONTENT_ENCODING_BASE64);
+  g_mime_object_set_disposition(GMIME_OBJECT(part), "attachment");
+  return part;
+}
+
+void nameAttachment(GMimePart* part, const QString& type, const QString& fileName) {
+  GMimeObject* obj = GMIME_OBJECT(part);
+  g_mime_part_set_filename(part, fileName.toUtf8().constData());
+  const QByteArray param = rawParameterName(fileName);
+  GMimeHeaderList* list = g_mime_object_get_header_list(obj);
+  g_mime_header_set_raw_value(g_mime_header_list_get_header(list, "Content-Type"),
+                              ' ' + type.toLatin1() + ";\n\tname=" + param + '\n');
+  g_mime_header_set_raw_value(g_mime_header_list_get_header(list, "Content-Disposition"),
+                              " attachment;\n\tfilename=" + param + '\n');
+}
+
+GDateTime* toGDateTime(const QDateTime& when) {
+  const QDateTime dt = when.isValid() ? when : QDateTime::currentDateTime();
+  GTimeZone* tz = g_time_zone_new_offset(dt.offsetFromUtc());
+  GDateTime* utc = g_date_time_new_from_unix_utc(dt.toSecsSinceEpoch());
+  GDateTime* local = g_date_time_to_timezone(utc, tz);
+  g_date_time_unref(utc);
+  g_time_zone_unref(tz);
+  return local;
+}
+
+QByteArray messageIdFor(const OutgoingMail& mail) {
+  if (!mail.messageId.trimmed().isEmpty()) {
+    QString id = oneLine(mail.messageId).trimmed();
+    id.remove(QLatin1Char('<')).remove(QLatin1Char('>'));
+    return id.toUtf8();
+  }
+  QString domain = mail.from.address.section(QLatin1Char('@'), 1).trimmed();
+  if (domain.isEmpty()) domain = QStringLiteral("kvmail.localdomain");
+  char* id = g_mime_utils_generate_message_id(domain.toUtf8().constData());
+  const QByteArray result(id);
+  g_free(id);
+  return result;
+}
+
+}  // namespace
+
+bool writeMailBytes(const OutgoingMail& mail, QByteArray* out, QString* error) {
+  ensureGMime();
+  struct Attached {
+    QString path, type;
+    QByteArray data;
+  };
+  QList<Attached> files;
+  for (const QString& path : mail.attachmentPaths) {
+    QFile file(path);
+    if (!QFileInfo(path).isFile()) {
+      if (error) *error = QStringLiteral("附件文件不存在：%1").arg(path);
+      return false;
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+      if (error) *error = QStringLiteral("无法读取附件文件：%1").arg(path);
+      return false;
+    }
+    files.append({path, {}, file.readAll()});
+  }
+
+  GRef<GMimeMessage> message(g_mime_message_new(TRUE));
+  GMimeObject* top = GMIME_OBJECT(message.get());
+  GRef<GMimePart> body(htmlPart(mail.htmlBody));
+  GRef<GMimeMultipart> mixed;
+  std::vector<GRef<GMimePart>> parts;
+  if (files.isEmpty()) {
+    g_mime_message_set_mime_part(message.get(), GMIME_OBJECT(body.get()));
+  } else {
+    mixed.reset(g_mime_multipart_new_with_subtype("mixed"));
+    g_mime_multipart_add(mixed.get(), GMIME_OBJECT(body.get()));
+    for (Attached& f : files) {
+      parts.emplace_back(attachmentPart(f.path, f.data, &f.type));
+      g_mime_multipart_add(mixed.get(), GMIME_OBJECT(parts.back().get()));
+    }
+    g_mime_message_set_mime_part(message.get(), GMIME_OBJECT(mixed.get()));
+  }
+
+  GDateTime* date = toGDateTime(mail.date);
+  g_mime_message_set_date(message.get(), date);
+  g_date_time_unref(date);
+  g_mime_message_set_message_id(message.get(), messageIdFor(mail).constData());
+  if (mail.headerPriority != 0)
+    g_mime_object_set_header(top, "X-Priority", QByteArray::number(mail.headerPriority).constData(),
+                             nullptr);
+
+  // Encoded headers are written raw last, so nothing GMime regenerates can replace them.
+  setRawHeader(top, "From", joinDisplay({mail.from}), rawAddressList({mail.from}));
+  if (!mail.replyTo.address.trimmed().isEmpty())
+    setRawHeader(top, "Reply-To", joinDisplay({mail.replyTo}), rawAddressList({mail.replyTo}));
+  setRawHeader(top, "To", displayList(mail.to), rawAddressList(mail.to));
+  setRawHeader(top, "Cc", displayList(mail.cc), rawAddressList(mail.cc));
+  setRawHeader(top, "Bcc", displayList(mail.bcc), rawAddressList(mail.bcc));
+  setRawHeader(top, "Subject", oneLine(mail.subject), rawText(mail.subject));
+  for (int i = 0; i < files.size(); ++i)
+    nameAttachment(parts[i].get(), files[i].type, QFileInfo(files[i].path).fileName());
+
+  GMimeFormatOptions* format = g_mime_format_options_clone(nullptr);
+  g_mime_format_options_set_newline_format(format, GMIME_NEWLINE_FORMAT_DOS);
+  GRef<GMimeStream> stream(g_mime_stream_mem_new());
+  const bool written = g_mime_object_write_to_stream(top, format, stream.get()) >= 0;
+  g_mime_format_options_free(format);
+  if (!written) {
+    if (error) *error = QStringLiteral("邮件内容无法写出");
+    return false;
+  }
+  GByteArray* bytes = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(stream.get()));
+  *out = QByteArray(reinterpret_cast<const char*>(bytes->data), static_cast<qsizetype>(bytes->len));
+  return true;
+}
+
+bool writeMailFile(const OutgoingMail& mail, const QString& path, QString* error) {
+  QByteArray bytes;
+  if (!writeMailBytes(mail, &bytes, error)) return false;
+  QSaveFile file(path);
+  if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+    if (error) *error = QStringLiteral("无法写入邮件文件：%1").arg(path);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace kvmail
