@@ -1,0 +1,152 @@
+#include "LoopbackServers.h"
+
+#include "TestEnv.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QThread>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+
+namespace kvtest {
+
+namespace {
+
+QString serversDir() {
+  const QString over = qEnvironmentVariable("KV_MAILSERVERS_DIR");
+  if (!over.isEmpty()) return over;
+  const QString build = qEnvironmentVariable("KV_BUILD_DIR");
+  return build.isEmpty() ? QString() : build + QStringLiteral("/servers/mail");
+}
+
+LoopbackServers load() {
+  LoopbackServers s;
+  const QString dir = serversDir();
+  if (dir.isEmpty()) {
+    s.error = QStringLiteral("KV_BUILD_DIR is not set: run this test through ctest");
+    return s;
+  }
+  const QByteArray env = readAll(dir + QStringLiteral("/env"));
+  if (env.isEmpty()) {
+    s.error = QStringLiteral("no %1/env: the mailservers fixture did not start").arg(dir);
+    return s;
+  }
+  for (const QByteArray& line : env.split('\n')) {
+    const int eq = line.indexOf('=');
+    if (eq <= 0) continue;
+    const QByteArray key = line.left(eq).trimmed();
+    const QString value = QString::fromUtf8(line.mid(eq + 1).trimmed());
+    if (key == "KV_POP3_PORT") s.pop3Port = value.toUShort();
+    if (key == "KV_SMTP_PORT") s.smtpPort = value.toUShort();
+    if (key == "KV_MAILDIR_ROOT") s.maildirRoot = value;
+    if (key == "KV_MAIL_USERS") s.users = value.split(u',', Qt::SkipEmptyParts);
+    if (key == "KV_MAIL_PASSWORD") s.password = value;
+  }
+  if (!s.pop3Port || !s.smtpPort || s.maildirRoot.isEmpty() || s.users.isEmpty())
+    s.error = QStringLiteral("incomplete %1/env").arg(dir);
+  return s;
+}
+
+// Name sort within a folder follows delivery; ":2,S" flags added in cur/ do not change it.
+QString deliveryKey(const QString& path) {
+  return QFileInfo(path).fileName().section(u':', 0, 0);
+}
+
+}  // namespace
+
+const LoopbackServers& loopbackServers() {
+  static const LoopbackServers servers = load();
+  return servers;
+}
+
+QString addressOf(const QString& user) {
+  return user + QStringLiteral("@kvmail.localhost");
+}
+
+QString maildirOf(const QString& user) {
+  return loopbackServers().maildirRoot + u'/' + user;
+}
+
+bool clearMailbox(const QString& user) {
+  const QString base = maildirOf(user);
+  QDir dir(base);
+  if (!dir.exists()) return false;
+  bool ok = true;
+  const auto entries = dir.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+  for (const QFileInfo& e : entries) {
+    const QString name = e.fileName();
+    if (name == u"new" || name == u"cur" || name == u"tmp") {
+      QDir sub(e.absoluteFilePath());
+      for (const QString& f : sub.entryList(QDir::Files | QDir::Hidden)) ok = sub.remove(f) && ok;
+    } else if (e.isDir()) {
+      ok = QDir(e.absoluteFilePath()).removeRecursively() && ok;
+    } else {
+      ok = QFile::remove(e.absoluteFilePath()) && ok;  // dovecot-uidlist, indexes, uidvalidity
+    }
+  }
+  return ok;
+}
+
+QString dropMail(const QString& user, const QByteArray& bytes) {
+  static std::atomic<int> counter{0};
+  const QString base = maildirOf(user);
+  const QString name = QStringLiteral("%1.T%2Q%3.kvtest,S=%4")
+                           .arg(QDateTime::currentMSecsSinceEpoch() * 1000000)
+                           .arg(::getpid())
+                           .arg(++counter, 6, 10, QLatin1Char('0'))
+                           .arg(bytes.size());
+  const QString tmp = base + QStringLiteral("/tmp/") + name;
+  const QString dest = base + QStringLiteral("/new/") + name;
+  if (!writeAll(tmp, bytes)) return {};
+  const QByteArray tmpPath = QFile::encodeName(tmp);
+  ::chmod(tmpPath.constData(), 0644);
+  struct stat owner {};
+  // The POP3 server reads mail as the Maildir's owner, never as root.
+  if (::geteuid() == 0 && ::stat(QFile::encodeName(base).constData(), &owner) == 0)
+    if (::chown(tmpPath.constData(), owner.st_uid, owner.st_gid) != 0) return {};
+  if (!QFile::rename(tmp, dest)) return {};
+  return dest;
+}
+
+QStringList listMails(const QString& user) {
+  QStringList paths;
+  for (const char* sub : {"new", "cur"}) {
+    QDir dir(maildirOf(user) + u'/' + QLatin1String(sub));
+    for (const QString& f : dir.entryList(QDir::Files)) paths << dir.filePath(f);
+  }
+  std::sort(paths.begin(), paths.end(),
+            [](const QString& a, const QString& b) { return deliveryKey(a) < deliveryKey(b); });
+  return paths;
+}
+
+QByteArray readMail(const QString& path) {
+  QByteArray bytes = readAll(path);
+  // A POP3 session may have moved the file from new/ to cur/ meanwhile.
+  if (bytes.isEmpty() && path.contains(QStringLiteral("/new/"))) {
+    const QFileInfo info(path);
+    const QDir cur(info.absolutePath() + QStringLiteral("/../cur"));
+    const QStringList moved = cur.entryList({info.fileName() + QStringLiteral(":*")}, QDir::Files);
+    if (!moved.isEmpty()) bytes = readAll(cur.filePath(moved.first()));
+  }
+  return bytes;
+}
+
+bool waitForMail(const QString& user, int count, int timeoutMs) {
+  const QDeadlineTimer deadline(timeoutMs);
+  while (listMails(user).size() < count) {
+    if (deadline.hasExpired()) return false;
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    QThread::msleep(10);
+  }
+  return true;
+}
+
+}  // namespace kvtest

@@ -1,0 +1,39 @@
+#pragma once
+// The loopback mail servers of the "mailservers" fixture, as tests see them: ports, users and
+// the Maildirs behind the POP3 server, with helpers to empty, fill and read a user's mailbox.
+// Each test program uses its own user (t01..t40) so no two programs share a mailbox.
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+namespace kvtest {
+
+struct LoopbackServers {
+  QString host = QStringLiteral("127.0.0.1");
+  quint16 pop3Port = 0;
+  quint16 smtpPort = 0;
+  QString maildirRoot;
+  QStringList users;
+  QString password;
+  QString error;  // why the servers could not be found; empty when they can
+  bool ok() const { return error.isEmpty(); }
+};
+
+// Read once from <KV_BUILD_DIR>/servers/mail/env (KV_MAILSERVERS_DIR overrides the folder).
+const LoopbackServers& loopbackServers();
+
+// An address the SMTP sink delivers into the user's mailbox.
+QString addressOf(const QString& user);
+QString maildirOf(const QString& user);
+
+// Empties the user's Maildir and forgets the server's state for it (UIDs start afresh).
+bool clearMailbox(const QString& user);
+// Drops a message into new/ with an owner the POP3 server can read; answers its path or empty.
+QString dropMail(const QString& user, const QByteArray& bytes);
+// The user's mails in new/ and cur/, oldest delivery first.
+QStringList listMails(const QString& user);
+QByteArray readMail(const QString& path);
+// Waits (pumping events) until the user holds at least count mails; false when time ran out.
+bool waitForMail(const QString& user, int count, int timeoutMs = 10000);
+
+}  // namespace kvtest
