@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -29,6 +30,11 @@ enum class AddAtPosition : int {
 template <typename T>
 class CollectionX {
  public:
+  CollectionX() = default;
+  CollectionX(const CollectionX&) = delete;
+  CollectionX& operator=(const CollectionX&) = delete;
+  ~CollectionX() { destroyNodes(); }
+
   // --- settings and error record (reading them never clears the record) ---
   bool ErrorsAllowed() const { return errorsAllowed_; }
   void setErrorsAllowed(bool blnErrors) { errorsAllowed_ = blnErrors; }
@@ -63,7 +69,7 @@ class CollectionX {
     size_t keyAt = 0;
     if (!strKeyToAdd.isEmpty()) {
       keyAt = lowerBound(strKeyToAdd);
-      if (keyAt < keys_.size() && keys_[keyAt].key == strKeyToAdd)
+      if (keyAt < keys_.size() && keys_[keyAt]->key == strKeyToAdd)
         return fail(src, QStringLiteral("Invalid key, key already in use"));
     }
     size_t at = rows_.size();
@@ -107,19 +113,19 @@ class CollectionX {
   // --- direct access ---
   T Item(const IndexKey& vntIndexKey) const {
     begin();
-    const long pos = resolve(vntIndexKey);
-    if (pos == 0) return fail(QStringLiteral("Collectn.Item"), kInvalidIndex());
-    return rows_[pos - 1].item;
+    const Node* node = nodeAt(vntIndexKey);
+    if (!node) return fail(QStringLiteral("Collectn.Item"), kInvalidIndex());
+    return node->item;
   }
   // Replaces the item in place (the platform's let and set alike); its key stays.
   void setItem(const IndexKey& vntIndexKey, const T& item) {
     begin();
-    const long pos = resolve(vntIndexKey);
-    if (pos == 0) {
+    Node* node = nodeAt(vntIndexKey);
+    if (!node) {
       fail(QStringLiteral("Collectn.Item"), kInvalidIndex());
       return;
     }
-    rows_[pos - 1].item = item;
+    node->item = item;
   }
 
   // --- walking in position order: move, then hand back the item under the cursor ---
@@ -252,7 +258,7 @@ class CollectionX {
   // Key of the item at a position; empty when it has none or the position is out of range.
   QString Key(long vntIndex) const {
     begin();
-    return vntIndex >= 1 && vntIndex <= Count() ? rows_[vntIndex - 1].key : QString();
+    return vntIndex >= 1 && vntIndex <= Count() ? rows_[vntIndex - 1]->key : QString();
   }
   // How many registered keys sort before strKey: the key-order place it is (or would be) put after.
   long KeyInsertAfterPos(const QString& strKey) const {
@@ -263,7 +269,7 @@ class CollectionX {
   long ItemIndex(const QString& strKey) const {
     begin();
     const size_t at = lowerBound(strKey);
-    return at < keys_.size() && keys_[at].key == strKey ? static_cast<long>(at) + 1 : 0;
+    return at < keys_.size() && keys_[at]->key == strKey ? static_cast<long>(at) + 1 : 0;
   }
 
   // --- removing ---
@@ -275,15 +281,14 @@ class CollectionX {
       fail(QStringLiteral("Collectn.Remove"), kInvalidIndex());
       return;
     }
-    const size_t row = static_cast<size_t>(pos - 1);
-    if (!rows_[row].key.isEmpty()) {
-      const size_t keyAt = lowerBound(rows_[row].key);
+    Node* node = rows_[static_cast<size_t>(pos - 1)];
+    if (!node->key.isEmpty()) {
+      const size_t keyAt = lowerBound(node->key);
       keys_.erase(keys_.begin() + static_cast<std::ptrdiff_t>(keyAt));
       if (keyCur_ > static_cast<long>(keyAt)) --keyCur_;
     }
-    rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(row));
-    for (KeyRef& ref : keys_)
-      if (ref.row > row) --ref.row;
+    rows_.erase(rows_.begin() + (pos - 1));
+    delete node;
     if (cur_ >= pos) --cur_;
     if (rows_.empty()) cur_ = 0;
     if (keys_.empty()) keyCur_ = 0;
@@ -292,8 +297,7 @@ class CollectionX {
   // Back to the initial empty state; the two settings keep their values.
   void Clear() {
     begin();
-    rows_.clear();
-    keys_.clear();
+    destroyNodes();
     cur_ = keyCur_ = 0;
   }
 
@@ -301,18 +305,15 @@ class CollectionX {
   QList<T> Items() const {
     QList<T> out;
     out.reserve(static_cast<qsizetype>(rows_.size()));
-    for (const Row& row : rows_) out.append(row.item);
+    for (const Node* node : rows_) out.append(node->item);
     return out;
   }
 
  private:
-  struct Row {
+  // Rows live on the heap so both tables hold plain pointers and move by memmove.
+  struct Node {
     T item;
     QString key;
-  };
-  struct KeyRef {
-    QString key;
-    size_t row;  // 0-based index into rows_
   };
 
   static QString kInvalidIndex() { return QStringLiteral("Invalid index reference"); }
@@ -340,7 +341,7 @@ class CollectionX {
     size_t high = keys_.size();
     while (low < high) {
       const size_t mid = low + (high - low) / 2;
-      if (keys_[mid].key < key)
+      if (keys_[mid]->key < key)
         low = mid + 1;
       else
         high = mid;
@@ -348,10 +349,24 @@ class CollectionX {
     return low;
   }
 
-  long positionOfKey(const QString& key) const {
-    if (key.isEmpty()) return 0;
+  Node* keyed(const QString& key) const {
+    if (key.isEmpty()) return nullptr;
     const size_t at = lowerBound(key);
-    return at < keys_.size() && keys_[at].key == key ? static_cast<long>(keys_[at].row) + 1 : 0;
+    return at < keys_.size() && keys_[at]->key == key ? keys_[at] : nullptr;
+  }
+
+  // Nodes do not know their place: a keyed node's position is found by a scan of the pointers.
+  long positionOfKey(const QString& key) const {
+    const Node* node = keyed(key);
+    if (!node) return 0;
+    return static_cast<long>(std::find(rows_.begin(), rows_.end(), node) - rows_.begin()) + 1;
+  }
+
+  Node* nodeAt(const IndexKey& index) const {
+    if (index.isPosition())
+      return index.position() >= 1 && index.position() <= Count() ? rows_[index.position() - 1]
+                                                                  : nullptr;
+    return index.isKey() ? keyed(index.key()) : nullptr;
   }
 
   // The 1-based position an index names; 0 when it names nothing.
@@ -363,24 +378,34 @@ class CollectionX {
   }
 
   void insertRow(size_t at, const T& item, const QString& key, size_t keyAt) {
-    rows_.insert(rows_.begin() + static_cast<std::ptrdiff_t>(at), Row{item, key});
-    if (at + 1 < rows_.size())
-      for (KeyRef& ref : keys_)
-        if (ref.row >= at) ++ref.row;
+    auto node = std::make_unique<Node>(Node{item, key});
+    const auto row = rows_.insert(rows_.begin() + static_cast<std::ptrdiff_t>(at), node.get());
     if (!key.isEmpty()) {
-      keys_.insert(keys_.begin() + static_cast<std::ptrdiff_t>(keyAt), KeyRef{key, at});
+      try {
+        keys_.insert(keys_.begin() + static_cast<std::ptrdiff_t>(keyAt), node.get());
+      } catch (...) {
+        rows_.erase(row);
+        throw;
+      }
       if (keyCur_ > static_cast<long>(keyAt)) ++keyCur_;
     }
+    node.release();
     if (cur_ > static_cast<long>(at)) ++cur_;
   }
 
-  T current() const { return rows_[static_cast<size_t>(cur_ - 1)].item; }
-  T currentByKey() const { return rows_[keys_[static_cast<size_t>(keyCur_ - 1)].row].item; }
+  T current() const { return rows_[static_cast<size_t>(cur_ - 1)]->item; }
+  T currentByKey() const { return keys_[static_cast<size_t>(keyCur_ - 1)]->item; }
 
-  std::vector<Row> rows_;
-  std::vector<KeyRef> keys_;  // sorted by key
-  long cur_ = 0;              // 0 before the first item, Count()+1 past the last
-  long keyCur_ = 0;           // the same over the sorted keys
+  void destroyNodes() {
+    for (Node* node : rows_) delete node;
+    rows_.clear();
+    keys_.clear();
+  }
+
+  std::vector<Node*> rows_;  // position order; owns the nodes
+  std::vector<Node*> keys_;  // the keyed nodes, sorted by key
+  long cur_ = 0;             // 0 before the first item, Count()+1 past the last
+  long keyCur_ = 0;          // the same over the sorted keys
   bool errorsAllowed_ = true;
   bool errorAutoClear_ = true;
   mutable long errorNumber_ = 0;
