@@ -150,4 +150,78 @@ QByteArray relabelGbFamily(const QByteArray& rawHeader) {
   return out.toLatin1();
 }
 
+namespace {
+
+QByteArray decodeQ(const QByteArray& payload) {
+  QByteArray out;
+  for (qsizetype i = 0; i < payload.size(); ++i) {
+    const char c = payload[i];
+    if (c == '_') {
+      out += ' ';
+    } else if (c == '=' && i + 2 < payload.size()) {
+      bool ok = false;
+      const int byte = payload.mid(i + 1, 2).toInt(&ok, 16);
+      if (ok) {
+        out += static_cast<char>(byte);
+        i += 2;
+      } else {
+        out += c;
+      }
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
+
+}  // namespace
+
+QByteArray mergeEncodedWords(const QByteArray& rawHeader) {
+  static const QRegularExpression word(QStringLiteral(R"(=\?([^?\s]+)\?([BbQq])\?([^?\s]*)\?=)"));
+  const QString text = QString::fromLatin1(rawHeader);
+  QString out;
+  qsizetype last = 0;       // end of what has been copied to out
+  qsizetype runStart = -1;  // start of the current run of words
+  qsizetype runEnd = -1;
+  QString runCharset;
+  QByteArray runBytes;
+  int runWords = 0;
+  auto closeRun = [&] {
+    if (runStart < 0) return;
+    out += QStringView(text).mid(last, runStart - last);
+    if (runWords > 1)
+      out +=
+          QStringLiteral("=?%1?B?%2?=").arg(runCharset, QString::fromLatin1(runBytes.toBase64()));
+    else
+      out += QStringView(text).mid(runStart, runEnd - runStart);
+    last = runEnd;
+    runStart = -1;
+    runWords = 0;
+    runBytes.clear();
+  };
+  auto it = word.globalMatch(text);
+  while (it.hasNext()) {
+    const auto m = it.next();
+    const QString charset = m.captured(1);
+    const QByteArray payload = m.captured(3).toLatin1();
+    const QByteArray bytes = m.captured(2).compare(QLatin1String("B"), Qt::CaseInsensitive) == 0
+                                 ? QByteArray::fromBase64(payload)
+                                 : decodeQ(payload);
+    const bool adjacent =
+        runStart >= 0 && charset.compare(runCharset, Qt::CaseInsensitive) == 0 &&
+        QStringView(text).mid(runEnd, m.capturedStart() - runEnd).trimmed().isEmpty();
+    if (!adjacent) {
+      closeRun();
+      runStart = m.capturedStart();
+      runCharset = charset;
+    }
+    runBytes += bytes;
+    runEnd = m.capturedEnd();
+    ++runWords;
+  }
+  closeRun();
+  out += QStringView(text).mid(last);
+  return out.toLatin1();
+}
+
 }  // namespace kvmail::mime

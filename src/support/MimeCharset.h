@@ -25,4 +25,8 @@ std::optional<QByteArray> encodeStrict(const QString& text, const char* converte
 // so the parser decodes the GBK characters that such mail really holds.
 QByteArray relabelGbFamily(const QByteArray& rawHeader);
 
+// Joins each run of adjacent RFC 2047 words of one charset into a single B word, so a character
+// split across words, or base64 padding inside the run, does not cut the decoded text short.
+QByteArray mergeEncodedWords(const QByteArray& rawHeader);
+
 }  // namespace kvmail::mime

@@ -19,7 +19,7 @@ struct MimeAttachment {
   QString contentType;  // "image/png"
   QString contentId;    // without angle brackets; empty when none
   bool isInline = false;
-  QByteArray data;      // decoded bytes
+  QByteArray data;  // decoded bytes
 };
 
 struct ParsedMail {
@@ -28,11 +28,11 @@ struct ParsedMail {
   MimeAddress from;
   MimeAddress replyTo;
   QList<MimeAddress> to, cc, bcc;
-  QDateTime date;       // invalid when the message has no readable Date
-  QString htmlBody;     // the HTML part, or the plain text turned into HTML
-  QString textBody;     // the plain text part, when there is one
-  int priority = 0;     // numeric value of X-Priority; 0 when missing or unreadable
-  QString messageId;    // without angle brackets
+  QDateTime date;     // invalid when the message has no readable Date
+  QString htmlBody;   // the HTML part, or the plain text escaped with "<br>\n" for each line end
+  QString textBody;   // the plain text part, when there is one; line ends are "\n" in both
+  int priority = 0;   // numeric value of X-Priority; 0 when missing or unreadable
+  QString messageId;  // without angle brackets
   QList<MimeAttachment> attachments;  // every non-body leaf part, inline images included
 };
 
@@ -42,7 +42,9 @@ ParsedMail readMailBytes(const QByteArray& raw, const QString& defaultCharset = 
 ParsedMail readMailFile(const QString& path, const QString& defaultCharset = {});
 
 // Saves each attachment under folder by its own file name (replacing older files);
-// answers the full paths in order. Names are stripped of folder parts before use.
+// answers the full paths in order. Names are stripped of folder parts, characters no file system
+// accepts become "_", and a name used twice in one mail gets " (2)". The folder is made when
+// missing; a file that cannot be written is left out of the answer.
 QStringList saveAttachments(const ParsedMail& mail, const QString& folder);
 
 // The joined text forms used by the store: "a@x;b@y" and "Name <a@x>;b@y".
@@ -55,10 +57,10 @@ struct OutgoingMail {
   QList<MimeAddress> to, cc, bcc;
   QString subject;
   QString htmlBody;
-  int headerPriority = 0;        // X-Priority 1, 3 or 5; 0 writes no header
-  QStringList attachmentPaths;   // files attached by path, in order
-  QDateTime date;                // now when invalid
-  QString messageId;             // generated when empty
+  int headerPriority = 0;       // X-Priority 1, 3 or 5; 0 writes no header
+  QStringList attachmentPaths;  // files attached by path, in order
+  QDateTime date;               // now when invalid
+  QString messageId;            // generated when empty
 };
 
 // Writes the message with CR LF line ends: gb2312 headers and base64 HTML body, UTF-8 for any

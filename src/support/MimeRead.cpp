@@ -35,6 +35,12 @@ QString utf8(const char* s) {
   return s ? QString::fromUtf8(s) : QString();
 }
 
+bool isSevenBit(const QByteArray& bytes) {
+  for (char c : bytes)
+    if (static_cast<unsigned char>(c) >= 0x80) return false;
+  return true;
+}
+
 // A header section starts with "Name:" on its first line (an mbox "From " line is allowed).
 bool looksLikeHeaders(const QByteArray& raw) {
   static const QRegularExpression field(QStringLiteral("^(From |[!-9;-~]+[ \\t]*:)"));
@@ -157,10 +163,18 @@ class Reader {
     return QByteArray(u.get()).trimmed();
   }
 
+  // A raw header made ready for GMime: gb labels widened, split words joined, and raw 8-bit
+  // text (Chinese clients send it unencoded) turned into UTF-8 by the mail's likely charset.
+  QByteArray prepared(const QByteArray& raw) const {
+    QByteArray value = mime::mergeEncodedWords(mime::relabelGbFamily(raw));
+    if (!isSevenBit(value)) value = mime::decodeText(value, {}, defaultCharset_).toUtf8();
+    return unfolded(value);
+  }
+
   QString unstructured(GMimeObject* obj, const char* name) {
     const QByteArray raw = rawHeader(obj, name);
     if (raw.isEmpty()) return {};
-    const QByteArray value = unfolded(mime::relabelGbFamily(raw));
+    const QByteArray value = prepared(raw);
     GChars decoded(g_mime_utils_header_decode_text(options_, value.constData()));
     return utf8(decoded.get()).trimmed();
   }
@@ -184,7 +198,7 @@ class Reader {
     const QByteArray raw = rawHeader(obj, name, true);
     QList<MimeAddress> out;
     if (raw.trimmed().isEmpty()) return out;
-    const QByteArray value = unfolded(mime::relabelGbFamily(raw));
+    const QByteArray value = prepared(raw);
     GRef<InternetAddressList> list(internet_address_list_parse(options_, value.constData()));
     if (list) flatten(list.get(), out);
     return out;
@@ -224,8 +238,7 @@ class Reader {
 
   // The decoded file name from Content-Disposition filename= or Content-Type name=.
   QString fileName(GMimeObject* obj) {
-    const QByteArray disposition =
-        unfolded(mime::relabelGbFamily(rawHeader(obj, "Content-Disposition")));
+    const QByteArray disposition = prepared(rawHeader(obj, "Content-Disposition"));
     if (!disposition.isEmpty()) {
       GRef<GMimeContentDisposition> d(
           g_mime_content_disposition_parse(options_, disposition.constData()));
@@ -235,7 +248,7 @@ class Reader {
         if (!name.isEmpty()) return name;
       }
     }
-    const QByteArray type = unfolded(mime::relabelGbFamily(rawHeader(obj, "Content-Type")));
+    const QByteArray type = prepared(rawHeader(obj, "Content-Type"));
     if (!type.isEmpty()) {
       GRef<GMimeContentType> t(g_mime_content_type_parse(options_, type.constData()));
       if (t) return utf8(g_mime_content_type_get_parameter(t.get(), "name")).trimmed();

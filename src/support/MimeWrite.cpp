@@ -29,7 +29,8 @@ void ensureGMime() {
   (void)ready;
 }
 
-constexpr int kMaxWordBytes = 45;  // 60 base64 characters: each encoded word stays within 75
+constexpr int kMaxWordBytes = 39;  // 52 base64 characters: a word and its header name fit 78
+constexpr int kMaxLine = 78;
 
 struct Encoded {
   QByteArray charset;  // "gb2312" or "UTF-8"
@@ -45,7 +46,7 @@ Encoded encodeText(const QString& text) {
 bool isPlainAscii(const QString& text) {
   for (QChar c : text)
     if (c.unicode() < 0x20 || c.unicode() > 0x7e) return false;
-  return !text.contains(QLatin1String("=?")) && text.size() < 900;
+  return !text.contains(QLatin1String("=?"));
 }
 
 QString oneLine(QString text) {
@@ -53,10 +54,11 @@ QString oneLine(QString text) {
   return text;
 }
 
-// RFC 2047 B words, split between characters so no word exceeds 75 characters.
+// RFC 2047 B words split between characters. A word ends early on a multiple of three bytes
+// when it can, because GMime-based readers join a run's base64 before decoding it.
 QList<QByteArray> encodedWords(const QString& text) {
   const QByteArray charset = encodeText(text).charset;
-  const char* converter = charset == "gb2312" ? "GB2312" : "UTF-8";
+  const bool gb = charset == "gb2312";
   QList<QByteArray> words;
   QByteArray pending;
   auto flush = [&] {
@@ -67,53 +69,70 @@ QList<QByteArray> encodedWords(const QString& text) {
   for (qsizetype i = 0; i < text.size();) {
     const qsizetype len = (text[i].isHighSurrogate() && i + 1 < text.size()) ? 2 : 1;
     const QString ch = text.mid(i, len);
-    const QByteArray bytes = charset == "gb2312"
-                                 ? mime::encodeStrict(ch, converter).value_or(QByteArray("?"))
-                                 : ch.toUtf8();
+    const QByteArray bytes =
+        gb ? mime::encodeStrict(ch, "GB2312").value_or(QByteArray("?")) : ch.toUtf8();
     if (pending.size() + bytes.size() > kMaxWordBytes) flush();
     pending += bytes;
+    if (pending.size() % 3 == 0 && pending.size() > kMaxWordBytes - 6) flush();
     i += len;
   }
   flush();
   return words;
 }
 
-// An unstructured header value (Subject) as its raw form, folded between encoded words.
-QByteArray rawText(const QString& text) {
-  const QString line = oneLine(text);
-  if (isPlainAscii(line)) return ' ' + line.toLatin1() + '\n';
-  return ' ' + encodedWords(line).join("\n ") + '\n';
+// Joins tokens into a raw header value, folding before the line would pass 78 columns.
+QByteArray folded(const char* name, const QList<QByteArray>& tokens) {
+  QByteArray out;
+  qsizetype column = qstrlen(name) + 1;
+  for (const QByteArray& token : tokens) {
+    const bool fold = !out.isEmpty() && !token.isEmpty() && column + 1 + token.size() > kMaxLine;
+    out += fold ? "\n " : " ";
+    column = fold ? 1 : column + 1;
+    out += token;
+    column += token.size();
+  }
+  return out + '\n';
 }
 
-QByteArray rawMailbox(const MimeAddress& a) {
+// An unstructured value (Subject): plain when it is ASCII, otherwise encoded words.
+QByteArray rawText(const char* name, const QString& text) {
+  const QString line = oneLine(text);
+  if (isPlainAscii(line)) return folded(name, line.toLatin1().split(' '));
+  return folded(name, encodedWords(line));
+}
+
+QList<QByteArray> mailboxTokens(const MimeAddress& a) {
   QString address = oneLine(a.address).trimmed();
   address.remove(QLatin1Char('<')).remove(QLatin1Char('>'));
   const QString name = oneLine(a.name).trimmed();
-  if (name.isEmpty()) return address.toUtf8();
-  QByteArray phrase;
+  if (name.isEmpty()) return {address.toUtf8()};
+  QList<QByteArray> tokens;
   if (isPlainAscii(name)) {
     QString quoted = name;
     quoted.replace(QLatin1Char('\\'), QLatin1String("\\\\"))
         .replace(QLatin1Char('"'), QLatin1String("\\\""));
-    phrase = '"' + quoted.toLatin1() + '"';
+    tokens << '"' + quoted.toLatin1() + '"';
   } else {
-    phrase = encodedWords(name).join("\n ");
+    tokens = encodedWords(name);
   }
-  return phrase + " <" + address.toUtf8() + '>';
+  return tokens << '<' + address.toUtf8() + '>';
 }
 
-QByteArray rawAddressList(const QList<MimeAddress>& list) {
-  QList<QByteArray> parts;
-  for (const MimeAddress& a : list)
-    if (!a.address.trimmed().isEmpty() || !a.name.trimmed().isEmpty()) parts << rawMailbox(a);
-  if (parts.isEmpty()) return {};
-  return ' ' + parts.join(",\n ") + '\n';
+QByteArray rawAddressList(const char* name, const QList<MimeAddress>& list) {
+  QList<QByteArray> tokens;
+  for (const MimeAddress& a : list) {
+    if (a.address.trimmed().isEmpty() && a.name.trimmed().isEmpty()) continue;
+    if (!tokens.isEmpty()) tokens.last() += ',';
+    tokens << mailboxTokens(a);
+  }
+  return tokens.isEmpty() ? QByteArray() : folded(name, tokens);
 }
 
 // A file name parameter as common Chinese clients write and read it: one B-encoded word.
 QByteArray rawParameterName(const QString& name) {
   const QString line = oneLine(name);
-  if (isPlainAscii(line) && !line.contains(QLatin1Char('"')) && !line.contains(QLatin1Char('\\')))
+  if (isPlainAscii(line) && !line.contains(QLatin1Char('"')) && !line.contains(QLatin1Char('\\')) &&
+      line.size() < 900)
     return '"' + line.toLatin1() + '"';
   const Encoded e = encodeText(line);
   return "\"=?" + e.charset + "?B?" + e.bytes.toBase64() + "?=\"";
@@ -228,6 +247,23 @@ bool writeMailBytes(const OutgoingMail& mail, QByteArray* out, QString* error) {
 
   GRef<GMimeMessage> message(g_mime_message_new(TRUE));
   GMimeObject* top = GMIME_OBJECT(message.get());
+  // Encoded headers are written raw, in the order mail programs show them.
+  setRawHeader(top, "From", joinDisplay({mail.from}), rawAddressList("From", {mail.from}));
+  if (!mail.replyTo.address.trimmed().isEmpty())
+    setRawHeader(top, "Reply-To", joinDisplay({mail.replyTo}),
+                 rawAddressList("Reply-To", {mail.replyTo}));
+  setRawHeader(top, "To", displayList(mail.to), rawAddressList("To", mail.to));
+  setRawHeader(top, "Cc", displayList(mail.cc), rawAddressList("Cc", mail.cc));
+  setRawHeader(top, "Bcc", displayList(mail.bcc), rawAddressList("Bcc", mail.bcc));
+  setRawHeader(top, "Subject", oneLine(mail.subject), rawText("Subject", mail.subject));
+  GDateTime* date = toGDateTime(mail.date);
+  g_mime_message_set_date(message.get(), date);
+  g_date_time_unref(date);
+  g_mime_message_set_message_id(message.get(), messageIdFor(mail).constData());
+  if (mail.headerPriority != 0)
+    g_mime_object_set_header(top, "X-Priority", QByteArray::number(mail.headerPriority).constData(),
+                             nullptr);
+
   GRef<GMimePart> body(htmlPart(mail.htmlBody));
   GRef<GMimeMultipart> mixed;
   std::vector<GRef<GMimePart>> parts;
@@ -239,28 +275,10 @@ bool writeMailBytes(const OutgoingMail& mail, QByteArray* out, QString* error) {
     for (Attached& f : files) {
       parts.emplace_back(attachmentPart(f.path, f.data, &f.type));
       g_mime_multipart_add(mixed.get(), GMIME_OBJECT(parts.back().get()));
+      nameAttachment(parts.back().get(), f.type, QFileInfo(f.path).fileName());
     }
     g_mime_message_set_mime_part(message.get(), GMIME_OBJECT(mixed.get()));
   }
-
-  GDateTime* date = toGDateTime(mail.date);
-  g_mime_message_set_date(message.get(), date);
-  g_date_time_unref(date);
-  g_mime_message_set_message_id(message.get(), messageIdFor(mail).constData());
-  if (mail.headerPriority != 0)
-    g_mime_object_set_header(top, "X-Priority", QByteArray::number(mail.headerPriority).constData(),
-                             nullptr);
-
-  // Encoded headers are written raw last, so nothing GMime regenerates can replace them.
-  setRawHeader(top, "From", joinDisplay({mail.from}), rawAddressList({mail.from}));
-  if (!mail.replyTo.address.trimmed().isEmpty())
-    setRawHeader(top, "Reply-To", joinDisplay({mail.replyTo}), rawAddressList({mail.replyTo}));
-  setRawHeader(top, "To", displayList(mail.to), rawAddressList(mail.to));
-  setRawHeader(top, "Cc", displayList(mail.cc), rawAddressList(mail.cc));
-  setRawHeader(top, "Bcc", displayList(mail.bcc), rawAddressList(mail.bcc));
-  setRawHeader(top, "Subject", oneLine(mail.subject), rawText(mail.subject));
-  for (int i = 0; i < files.size(); ++i)
-    nameAttachment(parts[i].get(), files[i].type, QFileInfo(files[i].path).fileName());
 
   GMimeFormatOptions* format = g_mime_format_options_clone(nullptr);
   g_mime_format_options_set_newline_format(format, GMIME_NEWLINE_FORMAT_DOS);

@@ -1,0 +1,219 @@
+// Reading real-world-shaped messages: charsets, encodings, structure and broken input.
+#include <gtest/gtest.h>
+
+#include "PrintQt.h"
+
+#include "TestEnv.h"
+#include "support/MimeMail.h"
+
+using namespace kvmail;
+
+namespace {
+
+ParsedMail sample(const QString& name, const QString& charset = {}) {
+  return readMailFile(kvtest::dataFile(QStringLiteral("mime/") + name), charset);
+}
+
+QByteArray binarySample() {
+  QByteArray b;
+  for (int r = 0; r < 3; ++r)
+    for (int i = 0; i < 256; ++i) b.append(static_cast<char>(i));
+  return b + QByteArray("\r\n\n\r\0\x1a", 6);
+}
+
+}  // namespace
+
+TEST(MimeRead, Gb2312LabelHoldingGbkCharactersInHeadersAndBodies) {
+  const ParsedMail m = sample(QStringLiteral("gb2312_alternative.eml"));
+  ASSERT_TRUE(m.ok);
+  EXPECT_EQ(m.subject, QStringLiteral("报价单（朱镕基）"));
+  EXPECT_EQ(m.from.name, QStringLiteral("销售部"));
+  EXPECT_EQ(m.from.address, QStringLiteral("sales@example.cn"));
+  EXPECT_EQ(m.replyTo.name, QStringLiteral("回复"));
+  EXPECT_EQ(m.replyTo.address, QStringLiteral("reply@example.cn"));
+  ASSERT_EQ(m.to.size(), 2);
+  EXPECT_EQ(m.to[0].name, QStringLiteral("朱镕基"));
+  EXPECT_EQ(m.to[0].address, QStringLiteral("zhu@example.cn"));
+  EXPECT_EQ(m.to[1].name, QStringLiteral("Li Si"));
+  ASSERT_EQ(m.cc.size(), 1);
+  EXPECT_EQ(m.cc[0].name, QString());
+  EXPECT_EQ(m.cc[0].address, QStringLiteral("wang@example.cn"));
+  EXPECT_TRUE(m.bcc.isEmpty());
+  EXPECT_EQ(m.textBody, QStringLiteral("朱镕基先生：\n喆报价单见附件。\n"));
+  EXPECT_EQ(
+      m.htmlBody,
+      QStringLiteral("<html><body><p>朱镕基先生：</p><p>喆报价单见附件。</p></body></html>\n"));
+  EXPECT_TRUE(m.attachments.isEmpty());
+}
+
+TEST(MimeRead, DatePriorityAndMessageId) {
+  const ParsedMail m = sample(QStringLiteral("gb2312_alternative.eml"));
+  EXPECT_EQ(m.date.toUTC(), QDateTime(QDate(2024, 3, 5), QTime(1, 30, 15), Qt::UTC));
+  EXPECT_EQ(m.date.offsetFromUtc(), 8 * 3600);
+  EXPECT_EQ(m.priority, 3);  // "3 (Normal)"
+  EXPECT_EQ(m.messageId, QStringLiteral("20240305093015.1234@example.cn"));
+
+  const ParsedMail urgent = sample(QStringLiteral("mixed_attachments.eml"));
+  EXPECT_EQ(urgent.priority, 1);
+  EXPECT_EQ(urgent.date.offsetFromUtc(), -5 * 3600);
+  EXPECT_EQ(urgent.messageId, QStringLiteral("abc.def@mail.example.cn"));
+
+  const ParsedMail plain = sample(QStringLiteral("gb18030_plain.eml"));
+  EXPECT_EQ(plain.priority, 0);
+  EXPECT_FALSE(plain.date.isValid());
+  EXPECT_TRUE(plain.messageId.isEmpty());
+}
+
+TEST(MimeRead, NestedAlternativeInsideMixedWithNamedAttachments) {
+  const ParsedMail m = sample(QStringLiteral("mixed_attachments.eml"));
+  ASSERT_TRUE(m.ok);
+  EXPECT_EQ(m.subject, QStringLiteral("季度报表"));  // Q and B words, blank between dropped
+  EXPECT_EQ(m.from.name, QStringLiteral("Zhang San"));
+  ASSERT_EQ(m.to.size(), 1);
+  EXPECT_EQ(m.to[0].name, QStringLiteral("王五"));
+  EXPECT_EQ(m.textBody, QStringLiteral("请查收附件。"));
+  EXPECT_EQ(m.htmlBody, QStringLiteral("<p>请查收<b>附件</b>。</p>"));
+
+  ASSERT_EQ(m.attachments.size(), 3);
+  EXPECT_EQ(m.attachments[0].fileName, QStringLiteral("合同（草案）.doc"));  // RFC 2047
+  EXPECT_EQ(m.attachments[0].contentType, QStringLiteral("application/msword"));
+  EXPECT_EQ(m.attachments[0].data, binarySample());
+  EXPECT_FALSE(m.attachments[0].isInline);
+  EXPECT_EQ(m.attachments[1].fileName, QStringLiteral("报价单.xls"));  // RFC 2231, gb2312
+  EXPECT_EQ(m.attachments[1].data, QByteArray("xls-bytes"));
+  EXPECT_EQ(m.attachments[2].fileName,
+            QStringLiteral("很长的文件名_第二季度销售报表汇总.pdf"));  // RFC 2231 continued
+  EXPECT_EQ(m.attachments[2].contentType, QStringLiteral("application/pdf"));
+}
+
+TEST(MimeRead, RelatedInlineImagesKeepTheirContentIds) {
+  const ParsedMail m = sample(QStringLiteral("related_inline.eml"));
+  ASSERT_TRUE(m.ok);
+  EXPECT_EQ(m.subject, QStringLiteral("新闻 €"));
+  EXPECT_TRUE(m.htmlBody.contains(QStringLiteral("欢迎 € 𠀀")));
+  EXPECT_TRUE(m.htmlBody.contains(QStringLiteral("cid:logo@kv")));
+  EXPECT_TRUE(m.textBody.isEmpty());
+  ASSERT_EQ(m.attachments.size(), 2);
+  const MimeAttachment& logo = m.attachments[0];
+  EXPECT_EQ(logo.fileName, QStringLiteral("logo.png"));
+  EXPECT_EQ(logo.contentId, QStringLiteral("logo@kv"));
+  EXPECT_EQ(logo.contentType, QStringLiteral("image/png"));
+  EXPECT_TRUE(logo.isInline);
+  EXPECT_TRUE(logo.data.startsWith("\x89PNG"));
+  const MimeAttachment& sign = m.attachments[1];
+  EXPECT_EQ(sign.contentId, QStringLiteral("sign@kv"));
+  EXPECT_TRUE(sign.isInline);  // no disposition, inside multipart/related
+  EXPECT_EQ(sign.fileName, QStringLiteral("part2.png"));  // made up: the part has no name
+  EXPECT_EQ(sign.data, logo.data);
+}
+
+TEST(MimeRead, PlainTextOnlyBecomesEscapedHtmlWithLineBreaks) {
+  const ParsedMail m = sample(QStringLiteral("gb18030_plain.eml"));
+  ASSERT_TRUE(m.ok);
+  EXPECT_EQ(m.textBody, QStringLiteral("第一行 <b>&\n第二行 𠀀 €\n"));
+  EXPECT_EQ(m.htmlBody, QStringLiteral("第一行 &lt;b&gt;&amp;<br>\n第二行 𠀀 €<br>\n"));
+}
+
+TEST(MimeRead, RawGbkBytesInHeadersAndAttachmentNames) {
+  const ParsedMail m = sample(QStringLiteral("raw_gbk.eml"));
+  ASSERT_TRUE(m.ok);
+  EXPECT_EQ(m.subject, QStringLiteral("会议纪要（喆）"));
+  EXPECT_EQ(m.from.name, QStringLiteral("张三"));
+  EXPECT_EQ(m.from.address, QStringLiteral("zs@example.cn"));
+  EXPECT_EQ(m.htmlBody, QStringLiteral("<p>会议纪要 珺</p>"));  // labelled GB_2312-80
+  ASSERT_EQ(m.attachments.size(), 1);
+  EXPECT_EQ(m.attachments[0].fileName, QStringLiteral("纪要.txt"));
+  EXPECT_EQ(m.attachments[0].contentType, QStringLiteral("text/plain"));
+  EXPECT_EQ(m.attachments[0].data, QByteArray("\xBC\xCD\xD2\xAA\xC4\xDA\xC8\xDD"));  // GBK bytes
+}
+
+TEST(MimeRead, LfOnlyMailWithWrongAsciiLabelAndForwardedMessage) {
+  const ParsedMail m = sample(QStringLiteral("lf_only.eml"));
+  ASSERT_TRUE(m.ok);
+  EXPECT_EQ(m.from.name, QStringLiteral("Bob"));
+  EXPECT_EQ(m.subject, QStringLiteral("lf only"));
+  EXPECT_EQ(m.textBody, QStringLiteral("line one\nline two 中文\n"));
+  ASSERT_EQ(m.attachments.size(), 1);
+  EXPECT_EQ(m.attachments[0].contentType, QStringLiteral("message/rfc822"));
+  EXPECT_EQ(m.attachments[0].fileName, QStringLiteral("转发的邮件.eml"));
+  EXPECT_TRUE(m.attachments[0].data.contains("inner body"));
+}
+
+TEST(MimeRead, TruncatedMailYieldsWhatWasThere) {
+  const ParsedMail m = sample(QStringLiteral("truncated.eml"));
+  ASSERT_TRUE(m.ok);
+  EXPECT_EQ(m.subject, QStringLiteral("截断的邮件"));
+  EXPECT_EQ(m.from.name, QStringLiteral("李四"));
+  EXPECT_EQ(m.htmlBody, QStringLiteral("<p>正文完整</p>"));
+  ASSERT_EQ(m.attachments.size(), 1);
+  EXPECT_EQ(m.attachments[0].fileName, QStringLiteral("data.bin"));
+  EXPECT_FALSE(m.attachments[0].data.isEmpty());
+  EXPECT_TRUE(binarySample().startsWith(m.attachments[0].data));
+}
+
+TEST(MimeRead, TextWithoutHeadersIsTheBody) {
+  const ParsedMail m = sample(QStringLiteral("no_headers.eml"));
+  ASSERT_TRUE(m.ok);
+  EXPECT_TRUE(m.subject.isEmpty());
+  EXPECT_TRUE(m.from.address.isEmpty());
+  EXPECT_EQ(m.textBody, QStringLiteral("这不是邮件头\n只是一些文字 <x>\n"));
+  EXPECT_EQ(m.htmlBody, QStringLiteral("这不是邮件头<br>\n只是一些文字 &lt;x&gt;<br>\n"));
+}
+
+TEST(MimeRead, NothingReadableGivesNotOk) {
+  EXPECT_FALSE(readMailBytes({}).ok);
+  EXPECT_FALSE(readMailBytes("\r\n \r\n").ok);
+  EXPECT_FALSE(readMailFile(QStringLiteral("/nonexistent/kvmail/none.eml")).ok);
+}
+
+TEST(MimeRead, UnlabelledEightBitTextFollowsTheDefaultCharset) {
+  const QByteArray raw =
+      QByteArray("From: a@b\r\nSubject: x\r\n\r\n") + QStringLiteral("中文").toUtf8();
+  EXPECT_EQ(readMailBytes(raw).textBody, QStringLiteral("中文"));  // valid UTF-8 wins by default
+  // The same bytes read as gb2312 (GB18030) when the caller says the mail is gb2312.
+  EXPECT_EQ(readMailBytes(raw, QStringLiteral("gb2312")).textBody,
+            QString::fromUtf8("涓\xEE\x85\x9F枃"));
+  const QByteArray gbk = QByteArray("Subject: ") + QByteArray("\xD6\xD0\xCE\xC4") + "\r\n\r\n" +
+                         QByteArray("\xD6\xD0\xCE\xC4");
+  const ParsedMail m = readMailBytes(gbk);
+  EXPECT_EQ(m.subject, QStringLiteral("中文"));
+  EXPECT_EQ(m.textBody, QStringLiteral("中文"));
+}
+
+TEST(MimeRead, SplitAndPaddedEncodedWordsDecodeWhole) {
+  const ParsedMail m = readMailBytes(
+      "From: =?UTF-8?B?5Lg=?= =?UTF-8?B?rQ==?= <a@b.cn>\r\n"
+      "Subject: =?gb2312?B?1tDW0A==?=\r\n =?gb2312?B?1tA=?=\r\n\r\nx");
+  EXPECT_EQ(m.subject, QStringLiteral("中中中"));
+  EXPECT_EQ(m.from.name, QStringLiteral("中"));
+}
+
+TEST(MimeRead, HtmlWithoutCharsetLabelUsesItsMetaTag) {
+  const QByteArray raw = QByteArray("Content-Type: text/html\r\n\r\n<meta charset=\"gb2312\"><p>") +
+                         QByteArray("\xE9\x46") + "</p>";  // 镕 in GBK
+  EXPECT_EQ(readMailBytes(raw).htmlBody, QStringLiteral("<meta charset=\"gb2312\"><p>镕</p>"));
+}
+
+TEST(MimeRead, GroupsAndRepeatedRecipientHeadersAreFlattened) {
+  const QByteArray raw =
+      "To: team: a@x.cn, =?gb2312?B?1cXI/Q==?= <b@x.cn>;\r\nTo: c@x.cn\r\nCc: \r\n\r\nbody";
+  const ParsedMail m = readMailBytes(raw);
+  ASSERT_EQ(m.to.size(), 3);
+  EXPECT_EQ(m.to[1].name, QStringLiteral("张三"));
+  EXPECT_EQ(joinAddresses(m.to), QStringLiteral("a@x.cn;b@x.cn;c@x.cn"));
+  EXPECT_TRUE(m.cc.isEmpty());
+}
+
+TEST(MimeRead, EveryPrefixOfAMessageIsReadWithoutFailing) {
+  const QByteArray whole =
+      kvtest::readAll(kvtest::dataFile(QStringLiteral("mime/mixed_attachments.eml")));
+  ASSERT_FALSE(whole.isEmpty());
+  for (qsizetype n = 1; n <= whole.size(); n += 7) {
+    const ParsedMail m = readMailBytes(whole.left(n));
+    for (const MimeAttachment& a : m.attachments) EXPECT_FALSE(a.fileName.isEmpty());
+  }
+  QByteArray noise;
+  for (int i = 0; i < 4096; ++i) noise.append(static_cast<char>((i * 7919) % 251));
+  readMailBytes(noise);
+  readMailBytes("Content-Type: multipart/mixed; boundary=x\r\n\r\n--x\r\n--x\r\n--x--");
+}

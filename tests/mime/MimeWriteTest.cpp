@@ -1,0 +1,274 @@
+// Writing messages and reading them back: charsets, line ends, structure, attachments.
+#include <gtest/gtest.h>
+
+#include "PrintQt.h"
+
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+#include "TestEnv.h"
+#include "support/MimeMail.h"
+
+using namespace kvmail;
+
+namespace {
+
+OutgoingMail chineseMail() {
+  OutgoingMail m;
+  m.from = {QStringLiteral("张三"), QStringLiteral("zhangsan@example.cn")};
+  m.to = {{QStringLiteral("李四"), QStringLiteral("lisi@example.cn")},
+          {QString(), QStringLiteral("wang@example.cn")}};
+  m.cc = {{QStringLiteral("赵六"), QStringLiteral("zhao@example.cn")}};
+  m.bcc = {{QStringLiteral("秘书"), QStringLiteral("mishu@example.cn")}};
+  m.subject = QStringLiteral("第二季度报价单");
+  m.htmlBody = QStringLiteral("<html><body><p>您好：</p>\n<p>报价单见附件。</p></body></html>");
+  m.headerPriority = 1;
+  m.date = QDateTime(QDate(2024, 5, 6), QTime(14, 3, 9), Qt::OffsetFromUTC, 8 * 3600);
+  m.messageId = QStringLiteral("kv.1@example.cn");
+  return m;
+}
+
+QByteArray written(const OutgoingMail& m) {
+  QByteArray out;
+  QString error;
+  EXPECT_TRUE(writeMailBytes(m, &out, &error)) << error.toStdString();
+  return out;
+}
+
+bool everyLineEndIsCrLf(const QByteArray& bytes) {
+  for (qsizetype i = 0; i < bytes.size(); ++i) {
+    if (bytes[i] == '\n' && (i == 0 || bytes[i - 1] != '\r')) return false;
+    if (bytes[i] == '\r' && (i + 1 >= bytes.size() || bytes[i + 1] != '\n')) return false;
+  }
+  return true;
+}
+
+QByteArray binaryBytes() {
+  QByteArray b;
+  for (int i = 0; i < 5000; ++i) b.append(static_cast<char>((i * 31 + i / 256) & 0xff));
+  return b + QByteArray("\r\n\n\r\0", 5);
+}
+
+// The base64 content of the first text/html part, decoded.
+QByteArray htmlPartBytes(const QByteArray& raw) {
+  const qsizetype type = raw.indexOf("Content-Type: text/html");
+  const qsizetype start = raw.indexOf("\r\n\r\n", type) + 4;
+  qsizetype end = raw.indexOf("\r\n--", start);
+  if (end < 0) end = raw.size();
+  return QByteArray::fromBase64(raw.mid(start, end - start));
+}
+
+}  // namespace
+
+TEST(MimeWrite, ChineseMailRoundTripsWithEveryField) {
+  QTemporaryDir dir;
+  const QString attachment = dir.filePath(QStringLiteral("报价单（第二季度）.xls"));
+  ASSERT_TRUE(kvtest::writeAll(attachment, binaryBytes()));
+  OutgoingMail out = chineseMail();
+  out.replyTo = {QStringLiteral("回复处"), QStringLiteral("reply@example.cn")};
+  out.attachmentPaths = {attachment};
+
+  const ParsedMail in = readMailBytes(written(out));
+  ASSERT_TRUE(in.ok);
+  EXPECT_EQ(in.subject, out.subject);
+  EXPECT_EQ(in.from.name, QStringLiteral("张三"));
+  EXPECT_EQ(in.from.address, QStringLiteral("zhangsan@example.cn"));
+  EXPECT_EQ(in.replyTo.name, QStringLiteral("回复处"));
+  EXPECT_EQ(joinDisplay(in.to), QStringLiteral("李四 <lisi@example.cn>;wang@example.cn"));
+  EXPECT_EQ(joinDisplay(in.cc), QStringLiteral("赵六 <zhao@example.cn>"));
+  EXPECT_EQ(joinDisplay(in.bcc), QStringLiteral("秘书 <mishu@example.cn>"));  // kept for the queue
+  EXPECT_EQ(in.htmlBody, out.htmlBody);
+  EXPECT_EQ(in.priority, 1);
+  EXPECT_EQ(in.date, out.date);
+  EXPECT_EQ(in.messageId, QStringLiteral("kv.1@example.cn"));
+  ASSERT_EQ(in.attachments.size(), 1);
+  EXPECT_EQ(in.attachments[0].fileName, QStringLiteral("报价单（第二季度）.xls"));
+  EXPECT_EQ(in.attachments[0].data, binaryBytes());
+  EXPECT_EQ(in.attachments[0].contentType, QStringLiteral("application/vnd.ms-excel"));
+  EXPECT_FALSE(in.attachments[0].isInline);
+}
+
+TEST(MimeWrite, Gb2312HeadersAndBase64HtmlBodyWhereTheTextFits) {
+  QTemporaryDir dir;
+  const QString attachment = dir.filePath(QStringLiteral("合同.doc"));
+  ASSERT_TRUE(kvtest::writeAll(attachment, "doc"));
+  OutgoingMail m = chineseMail();
+  m.attachmentPaths = {attachment};
+  const QByteArray raw = written(m);
+  EXPECT_TRUE(raw.contains("\r\nSubject: =?gb2312?B?"));
+  EXPECT_TRUE(raw.contains("\r\nFrom: =?gb2312?B?1cXI/Q==?= <zhangsan@example.cn>\r\n"));
+  EXPECT_TRUE(raw.contains("Content-Type: text/html; charset=gb2312\r\n"));
+  EXPECT_TRUE(raw.contains("Content-Transfer-Encoding: base64"));
+  EXPECT_TRUE(raw.contains("Content-Type: multipart/mixed"));
+  // The name as Foxmail and Outlook write and show it: one B word in name= and filename=.
+  EXPECT_TRUE(raw.contains("name=\"=?gb2312?B?us/NrC5kb2M=?=\""));
+  EXPECT_TRUE(raw.contains("filename=\"=?gb2312?B?us/NrC5kb2M=?=\""));
+  EXPECT_TRUE(raw.contains("X-Priority: 1\r\n"));
+  EXPECT_TRUE(raw.contains("Bcc: =?gb2312?B?w9jK6Q==?= <mishu@example.cn>"));
+  EXPECT_EQ(htmlPartBytes(raw),
+            QByteArray("<html><body><p>\xC4\xFA\xBA\xC3\xA3\xBA</p>\r\n<p>\xB1\xA8\xBC\xDB\xB5\xA5"
+                       "\xBC\xFB\xB8\xBD\xBC\xFE\xA1\xA3</p></body></html>"));
+}
+
+TEST(MimeWrite, TextOutsideGb2312IsWrittenInUtf8WithoutLoss) {
+  QTemporaryDir dir;
+  const QString attachment = dir.filePath(QStringLiteral("价格€.txt"));
+  ASSERT_TRUE(kvtest::writeAll(attachment, "price"));
+  OutgoingMail m = chineseMail();
+  m.subject = QStringLiteral("价格 €5 𠀀 朱镕基");
+  m.from.name = QStringLiteral("喆");
+  m.htmlBody = QStringLiteral("<p>单价 € 𠀀</p>");
+  m.attachmentPaths = {attachment};
+  const QByteArray raw = written(m);
+  EXPECT_TRUE(raw.contains("\r\nSubject: =?UTF-8?B?"));
+  EXPECT_TRUE(raw.contains("\r\nFrom: =?UTF-8?B?"));
+  EXPECT_TRUE(raw.contains("To: =?gb2312?B?"));  // each header decides for itself
+  EXPECT_TRUE(raw.contains("Content-Type: text/html; charset=UTF-8"));
+  EXPECT_TRUE(raw.contains("filename=\"=?UTF-8?B?"));
+
+  const ParsedMail in = readMailBytes(raw);
+  EXPECT_EQ(in.subject, m.subject);
+  EXPECT_EQ(in.from.name, QStringLiteral("喆"));
+  EXPECT_EQ(in.htmlBody, m.htmlBody);
+  ASSERT_EQ(in.attachments.size(), 1);
+  EXPECT_EQ(in.attachments[0].fileName, QStringLiteral("价格€.txt"));
+}
+
+TEST(MimeWrite, CrLfLineEndsThroughout) {
+  QTemporaryDir dir;
+  const QString a = dir.filePath(QStringLiteral("bin.dat"));
+  const QString b = dir.filePath(QStringLiteral("notes.txt"));
+  ASSERT_TRUE(kvtest::writeAll(a, binaryBytes()));
+  ASSERT_TRUE(kvtest::writeAll(b, "one\ntwo\n"));
+  OutgoingMail m = chineseMail();
+  m.htmlBody = QStringLiteral("a\nb\r\nc\n") + QString(300, QChar(0x6587));
+  m.subject = QString(60, QChar(0x4E2D));  // long enough to be folded
+  m.attachmentPaths = {a, b};
+  const QByteArray raw = written(m);
+  EXPECT_TRUE(everyLineEndIsCrLf(raw));
+  EXPECT_TRUE(everyLineEndIsCrLf(htmlPartBytes(raw)));
+  EXPECT_TRUE(written(chineseMail()).contains("\r\n\r\n"));
+  EXPECT_TRUE(everyLineEndIsCrLf(written(chineseMail())));
+
+  const ParsedMail in = readMailBytes(raw);
+  EXPECT_EQ(in.subject, m.subject);
+  EXPECT_EQ(in.htmlBody, QStringLiteral("a\nb\nc\n") + QString(300, QChar(0x6587)));
+  ASSERT_EQ(in.attachments.size(), 2);
+  EXPECT_EQ(in.attachments[0].data, binaryBytes());
+  EXPECT_EQ(in.attachments[1].data, QByteArray("one\ntwo\n"));  // attachments are bytes, untouched
+}
+
+TEST(MimeWrite, HeaderLinesStayShortAndEncodedWordsWithinLimits) {
+  OutgoingMail m = chineseMail();
+  m.subject = QString(100, QChar(0x56FD)) + QStringLiteral("𠀀€");
+  m.to.clear();
+  for (int i = 0; i < 10; ++i)
+    m.to.append({QStringLiteral("收件人%1").arg(i), QStringLiteral("r%1@example.cn").arg(i)});
+  const QByteArray raw = written(m);
+  const QByteArray headers = raw.left(raw.indexOf("\r\n\r\n"));
+  for (const QByteArray& line : headers.split('\n')) EXPECT_LE(line.size(), 78) << line.constData();
+  static const QRegularExpression word(QStringLiteral(R"(=\?[^?]+\?B\?[^?]*\?=)"));
+  auto it = word.globalMatch(QString::fromLatin1(headers));
+  while (it.hasNext()) EXPECT_LE(it.next().capturedLength(), 75);
+  const ParsedMail in = readMailBytes(raw);
+  EXPECT_EQ(in.subject, m.subject);
+  ASSERT_EQ(in.to.size(), 10);
+  EXPECT_EQ(in.to[9].name, QStringLiteral("收件人9"));
+}
+
+TEST(MimeWrite, MultipartOnlyWithAttachments) {
+  const QByteArray raw = written(chineseMail());
+  EXPECT_FALSE(raw.contains("multipart"));
+  EXPECT_TRUE(raw.contains("\r\nContent-Type: text/html; charset=gb2312\r\n"));
+  const ParsedMail in = readMailBytes(raw);
+  EXPECT_TRUE(in.attachments.isEmpty());
+  EXPECT_EQ(in.htmlBody, chineseMail().htmlBody);
+}
+
+TEST(MimeWrite, OptionalHeaders) {
+  OutgoingMail m = chineseMail();
+  m.headerPriority = 0;
+  m.replyTo = {QStringLiteral("名字"), QString()};  // no address: left out
+  m.cc.clear();
+  m.bcc.clear();
+  m.messageId.clear();
+  m.date = QDateTime();
+  const QByteArray raw = written(m);
+  EXPECT_FALSE(raw.contains("X-Priority"));
+  EXPECT_FALSE(raw.contains("Reply-To"));
+  EXPECT_FALSE(raw.contains("\r\nCc:"));
+  EXPECT_FALSE(raw.contains("\r\nBcc:"));
+  const ParsedMail in = readMailBytes(raw);
+  EXPECT_EQ(in.priority, 0);
+  EXPECT_TRUE(in.messageId.endsWith(QStringLiteral("@example.cn")));  // made from the sender
+  EXPECT_TRUE(in.date.isValid());
+  EXPECT_LE(qAbs(in.date.secsTo(QDateTime::currentDateTime())), 3600);
+
+  m.headerPriority = 5;
+  EXPECT_TRUE(written(m).contains("X-Priority: 5\r\n"));
+}
+
+TEST(MimeWrite, AsciiNamesAndSubjectsStayReadableAndQuoted) {
+  OutgoingMail m = chineseMail();
+  m.from = {QStringLiteral("Li, \"Boss\""), QStringLiteral("boss@example.com")};
+  m.subject = QStringLiteral("Quarterly report");
+  const QByteArray raw = written(m);
+  EXPECT_TRUE(raw.contains("\r\nFrom: \"Li, \\\"Boss\\\"\" <boss@example.com>\r\n"));
+  EXPECT_TRUE(raw.contains("\r\nSubject: Quarterly report\r\n"));
+  const ParsedMail in = readMailBytes(raw);
+  EXPECT_EQ(in.from.name, QStringLiteral("Li, \"Boss\""));
+  EXPECT_EQ(in.subject, QStringLiteral("Quarterly report"));
+}
+
+TEST(MimeWrite, LineBreaksInHeaderTextCannotAddHeaders) {
+  OutgoingMail m = chineseMail();
+  m.subject = QStringLiteral("hello\r\nBcc: spy@example.com");
+  const QByteArray raw = written(m);
+  EXPECT_FALSE(raw.contains("\r\nBcc: spy"));
+  EXPECT_EQ(readMailBytes(raw).bcc.size(), 1);
+}
+
+TEST(MimeWrite, EmptyMailStillReadsBack) {
+  OutgoingMail m;
+  m.from.address = QStringLiteral("a@b.cn");
+  const ParsedMail in = readMailBytes(written(m));
+  ASSERT_TRUE(in.ok);
+  EXPECT_EQ(in.from.address, QStringLiteral("a@b.cn"));
+  EXPECT_TRUE(in.subject.isEmpty());
+  EXPECT_TRUE(in.htmlBody.isEmpty());
+}
+
+TEST(MimeWrite, MissingAttachmentFailsNamingTheFileAndWritesNothing) {
+  QTemporaryDir dir;
+  const QString missing = dir.filePath(QStringLiteral("不存在的附件.pdf"));
+  const QString target = dir.filePath(QStringLiteral("out.eml"));
+  OutgoingMail m = chineseMail();
+  m.attachmentPaths = {missing};
+  QByteArray out("untouched");
+  QString error;
+  EXPECT_FALSE(writeMailBytes(m, &out, &error));
+  EXPECT_TRUE(error.contains(missing)) << error.toStdString();
+  EXPECT_EQ(out, QByteArray("untouched"));
+  error.clear();
+  EXPECT_FALSE(writeMailFile(m, target, &error));
+  EXPECT_TRUE(error.contains(missing));
+  EXPECT_FALSE(QFileInfo::exists(target));
+
+  m.attachmentPaths = {dir.path()};  // a folder is not an attachment file either
+  EXPECT_FALSE(writeMailBytes(m, &out, &error));
+  EXPECT_TRUE(error.contains(dir.path()));
+}
+
+TEST(MimeWrite, FileHoldsTheSameBytesAndIsReplaced) {
+  QTemporaryDir dir;
+  const QString target = dir.filePath(QStringLiteral("temp1.eml"));
+  ASSERT_TRUE(kvtest::writeAll(target, QByteArray(100000, 'x')));
+  QString error;
+  ASSERT_TRUE(writeMailFile(chineseMail(), target, &error)) << error.toStdString();
+  EXPECT_EQ(kvtest::readAll(target), written(chineseMail()));
+  EXPECT_EQ(readMailFile(target).subject, chineseMail().subject);
+  EXPECT_FALSE(
+      writeMailFile(chineseMail(), dir.filePath(QStringLiteral("no/such/dir/x.eml")), &error));
+  EXPECT_FALSE(error.isEmpty());
+}
