@@ -1,0 +1,128 @@
+#include "TransferRig.h"
+
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QSignalSpy>
+#include <QTreeWidget>
+
+#include "HostStore.h"
+#include "store/HostSystem.h"
+#include "support/StoredFile.h"
+
+namespace kvtest {
+
+TransferRig::TransferRig() {
+  oldTmp_ = qgetenv("TMPDIR");
+  oldPort_ = qgetenv("KVMAIL_POP3_PORT");
+  qputenv("TMPDIR", dir_.path().toUtf8());
+  const QString db = dir_.filePath(QStringLiteral("store.db"));
+  kvmail::host::createStore(db);
+  auto options = kvmail::host::HostOptions::sqlite(db);
+  options.userId = QStringLiteral("7");
+  options.operatorName = QStringLiteral("张三");
+  host_ = std::make_unique<kvmail::host::SqlHostSystem>(options);
+  host_->open();
+  account_ = std::make_shared<kvmail::clsAccount>();
+  account_->sName = QStringLiteral("测试帐户");
+  account_->sFrom = QStringLiteral("测试");
+  account_->sFromAddress = QStringLiteral("sender@kvmail.test");
+  account_->bIsDelete = false;  // keep on the server unless a test says otherwise
+  window_ = std::make_unique<kvmail::FrmSend>();
+}
+
+TransferRig::~TransferRig() {
+  window_.reset();
+  host_.reset();
+  if (oldTmp_.isNull())
+    qunsetenv("TMPDIR");
+  else
+    qputenv("TMPDIR", oldTmp_);
+  if (oldPort_.isNull())
+    qunsetenv("KVMAIL_POP3_PORT");
+  else
+    qputenv("KVMAIL_POP3_PORT", oldPort_);
+}
+
+void TransferRig::usePop3(quint16 port, const QString& user, const QString& password) {
+  qputenv("KVMAIL_POP3_PORT", QByteArray::number(port));
+  account_->sPop3 = QStringLiteral("127.0.0.1");
+  account_->sUserName = user;
+  account_->sPassword = password;
+}
+
+bool TransferRig::receive(int timeoutMs) {
+  return run(nullptr, false, timeoutMs);
+}
+
+bool TransferRig::run(const kvmail::BundlePtr& bundle, bool sendOnly, int timeoutMs) {
+  QSignalSpy ended(window_.get(), &kvmail::FrmSend::TasksEnded);
+  window_->py_Init(bundle, host_.get(), account_, sendOnly, QStringLiteral("邮件接收"));
+  if (ended.isEmpty() && !ended.wait(timeoutMs)) return false;
+  lastOk_ = ended.first().first().toBool();
+  return true;
+}
+
+QString TransferRig::log() const {
+  return window_->findChild<QPlainTextEdit*>(QStringLiteral("Txt"))->toPlainText();
+}
+QStringList TransferRig::logLines() const {
+  return log().split(QLatin1Char('\n'));
+}
+
+QString TransferRig::value(const QString& sql) {
+  const auto rs = host_->openQuery(sql);
+  if (!rs || rs->atEnd()) return {};
+  return rs->text(0);
+}
+
+int TransferRig::count(const QString& where) {
+  return value(QStringLiteral("select count(*) from msgmail") +
+               (where.isEmpty() ? QString() : QStringLiteral(" where ") + where))
+      .toInt();
+}
+
+QByteArray TransferRig::storedMessage(long mailId) {
+  const QString path = dir_.filePath(QStringLiteral("stored-%1.eml").arg(mailId));
+  QFile::remove(path);
+  if (!kvmail::columnToFile(mailId, path, QStringLiteral("消息"), *host_, QStringLiteral("msgmail"),
+                            QStringLiteral("邮件ID")))
+    return {};
+  QFile f(path);
+  f.open(QIODevice::ReadOnly);
+  return f.readAll();
+}
+
+static QTreeWidgetItem* taskItem(const kvmail::FrmSend& w, int row) {
+  return w.findChild<QTreeWidget*>(QStringLiteral("LV(0)"))->topLevelItem(row - 1);
+}
+QString TransferRig::taskState(int row) const {
+  auto* item = taskItem(*window_, row);
+  return item ? item->text(1) : QString();
+}
+QString TransferRig::taskText(int row) const {
+  auto* item = taskItem(*window_, row);
+  return item ? item->text(0) : QString();
+}
+QString TransferRig::summary() const {
+  return window_->findChild<QLabel*>(QStringLiteral("lblMessage"))->text();
+}
+
+QByteArray sampleMail(const QString& subject, const QByteArray& body) {
+  return "From: =?UTF-8?B?" + QStringLiteral("王五").toUtf8().toBase64() +
+         "?= <wang@kvmail.test>\r\n"
+         "To: Li Si <lisi@kvmail.test>, zhao@kvmail.test\r\n"
+         "Cc: copy@kvmail.test\r\n"
+         "Subject: =?UTF-8?B?" +
+         subject.toUtf8().toBase64() +
+         "?=\r\n"
+         "Date: Thu, 05 Nov 2026 09:30:00 +0800\r\n"
+         "Message-ID: <" +
+         QByteArray::number(qHash(subject)) +
+         "@kvmail.test>\r\n"
+         "MIME-Version: 1.0\r\n"
+         "Content-Type: text/plain; charset=us-ascii\r\n"
+         "\r\n" +
+         body;
+}
+
+}  // namespace kvtest
