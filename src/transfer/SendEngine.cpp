@@ -1,0 +1,151 @@
+#include "transfer/SendEngine.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+
+#include "model/IAttachment.h"
+#include "model/IAttachments.h"
+#include "model/IBundle.h"
+#include "model/IMailAddresses.h"
+#include "model/IMessage.h"
+#include "model/MailError.h"
+#include "store/FieldText.h"
+#include "store/HostSystem.h"
+#include "store/Statements.h"
+#include "support/Prompt.h"
+#include "transfer/SmtpSender.h"
+#include "transfer/TransferView.h"
+
+namespace kvmail {
+
+namespace {
+const QString kCrLf = QStringLiteral("\r\n");
+QString now() {
+  return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+}
+}  // namespace
+
+SendEngine::SendEngine(ITransferView& view, IHostSystem& host, const clsAccount& account,
+                       QObject* parent)
+    : QObject(parent),
+      view_(view),
+      host_(host),
+      account_(account),
+      poSendMail_(std::make_unique<SmtpSender>()) {
+  SmtpSender* sender = poSendMail_.get();
+  connect(sender, &SmtpSender::Progress, this, [this](const QString& text, int percent) {
+    if (!text.isEmpty()) view_.WriteLog(text, 1);
+    view_.setProgressValue(percent);
+    QCoreApplication::processEvents();
+  });
+  connect(sender, &SmtpSender::SendFailed, this, [this](const QString& reason) {
+    view_.addErrorRow(reason);
+    view_.WriteLog(QStringLiteral("发送邮件时失败，错误原因: ") + reason + kCrLf, 1);
+    success_ = false;
+    view_.WriteLog(QStringLiteral("邮件发送失败"), 1);
+  });
+  connect(sender, &SmtpSender::SendSuccesful, this, [this] {
+    success_ = true;
+    view_.WriteLog(QStringLiteral("邮件发送成功"), 1);
+  });
+  connect(sender, &SmtpSender::Status, this,
+          [this](const QString& text) { view_.WriteLog(text, 1); });
+}
+
+SendEngine::~SendEngine() = default;
+
+int SendEngine::headerPriority(long priority) {
+  if (priority == 1) return 1;
+  if (priority == 2) return 5;
+  return 3;
+}
+
+void SendEngine::SendQueue(const BundlePtr& bundle) {
+  const int row = 1;  // the send task is always the first row
+  view_.setTaskState(row, QStringLiteral("正在执行"));
+  view_.startAnimation(QStringLiteral("SendMail"));
+  view_.WriteLog(QStringLiteral("开始发送邮件:") + now(), 1);
+  view_.setCaption(QStringLiteral("正在使用“") + account_.sName + QStringLiteral("”发送邮件...") +
+                   kCrLf + kCrLf);
+  try {
+    const long n = bundle ? bundle->Count() : 0;
+    for (long i = 1; i <= n; ++i) {
+      // Sturdier than the original, which sent on regardless: stop ends the run between mails.
+      if (!view_.isStopEnabled()) break;
+      MessagePtr message = bundle->Item(IndexKey(i));
+      if (!message) throw MailError::invalidArgument();
+      QStringList files;
+      for (const AttachmentPtr& a : message->Attachments()->NewEnum()) files << a->FileName();
+      const QString attachments = files.join(QLatin1Char(';'));
+
+      view_.WriteLog(QStringLiteral("发送邮件:") + now(), 1);
+      view_.WriteLog(QStringLiteral("第") + QString::number(i) + QStringLiteral("封邮件：") +
+                         message->Subject(),
+                     1);
+      view_.setCaption(QStringLiteral("正在发送邮件...") + kCrLf + kCrLf +
+                       QStringLiteral("正在发送第") + QString::number(i) +
+                       QStringLiteral("封邮件（共") + QString::number(n) +
+                       QStringLiteral("封）..."));
+      view_.setProgressRange(0, 100);
+      view_.setProgressValue(1);
+
+      // Only the To list goes to the sender; Cc and Bcc stay behind, as they always have.
+      SendOne(message->TOs()->ToString(), message->Subject(), message->BodyText(), attachments,
+              vbLong(message->Priority()));
+
+      if (success_) {
+        ++sent_;
+        message->setMessageID(account_.sSmtp);  // the column records the server it went through
+        const QString error = host_.execute(sql::markSent(account_.sSmtp, message->ID()));
+        view_.setTaskInfo(row, QStringLiteral("已发送 ") + QString::number(sent_) +
+                                   QStringLiteral("/") + QString::number(n));
+        if (!error.isEmpty()) {
+          view_.WriteLog(error, 1);
+          break;  // the store refused the mark: no more mail goes out
+        }
+        Q_EMIT ReturnData(message->ID());
+      } else {
+        ++failed_;
+      }
+      message.reset();
+      QCoreApplication::processEvents();
+    }
+  } catch (const MailError& e) {
+    prompt().messageBox(e.description(), QStringLiteral("错误："), PromptIcon::Critical);
+    return;
+  }
+  view_.stopAnimation();
+  view_.WriteLog(QStringLiteral("发送邮件结束:") + now() + kCrLf + kCrLf, 1);
+  view_.FinishSend(sent_, failed_);
+}
+
+void SendEngine::SendOne(const QString& to, const QString& subject, const QString& body,
+                         const QString& attachments, long priority) {
+  success_ = false;
+  SmtpSender& s = *poSendMail_;
+  s.setLogLevel(0);
+  s.setKeepSession(1);
+  s.setListDelimiter(QStringLiteral(";"));
+  s.setServer(account_.sSmtp);
+  s.setAuthenticate(true);
+  s.setUserName(account_.sUserName);
+  s.setPassword(account_.sPassword);
+  s.setFromAddress(account_.sFromAddress);
+  s.setFromName(account_.sFrom);
+  s.setRecipients(to);
+  s.setReplyTo(account_.sReplyTo);
+  s.setSubject(subject.trimmed());
+  s.setBody(body);
+  s.setHtmlBody(true);
+  s.setAttachments(attachments.trimmed());
+  s.setHeaderPriority(headerPriority(priority));
+  s.setAuthenticate(true);
+  s.setPort(int(account_.lSmtpPort));
+  s.Send();
+}
+
+void SendEngine::Stop() {
+  poSendMail_->Cancel();
+}
+
+}  // namespace kvmail
