@@ -1,0 +1,177 @@
+// Receiving from the real Dovecot on loopback: what reaches the store, what stays on the server.
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QPushButton>
+#include <QSignalSpy>
+
+#include "LoopbackServers.h"
+#include "TestEnv.h"
+#include "TransferRig.h"
+#include "support/MimeMail.h"
+#include "transfer/Pop3Session.h"
+
+using kvtest::TransferRig;
+
+namespace {
+
+const QString kUser = QStringLiteral("t10");
+
+class ReceiveFromDovecot : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const auto& servers = kvtest::loopbackServers();
+    ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
+    ASSERT_TRUE(kvtest::clearMailbox(kUser));
+    rig.usePop3(servers.pop3Port, kUser, servers.password);
+    rig.account().sPop3 = QStringLiteral("127.0.0.1");
+  }
+  QByteArray data(const char* name) {
+    return kvtest::readAll(kvtest::dataFile(QStringLiteral("mime/") + QLatin1String(name)));
+  }
+  TransferRig rig;
+};
+
+}  // namespace
+
+TEST_F(ReceiveFromDovecot, EmptyMailboxLogsItAndCompletes) {
+  ASSERT_TRUE(rig.receive());
+  EXPECT_TRUE(rig.lastOk());
+  EXPECT_TRUE(rig.log().contains(QStringLiteral("您的邮箱为空,请确认后再试")));
+  EXPECT_EQ(rig.taskText(1), QStringLiteral("检查测试帐户上的新邮件:共 0 (0 KB) 封。"));
+  EXPECT_EQ(rig.taskState(1), QStringLiteral("已完成"));
+  EXPECT_EQ(rig.summary(), QStringLiteral("已完成 1 项任务(共 1 项)"));
+  EXPECT_EQ(rig.window().captionText(), QStringLiteral("请求的任务已成功完成。"));
+  EXPECT_EQ(rig.count(), 0);
+}
+
+TEST_F(ReceiveFromDovecot, OneMailIsStoredWithEveryColumnAndNoMailboxTotals) {
+  const QByteArray mail = kvtest::sampleMail(QStringLiteral("一封信"));
+  kvtest::dropMail(kUser, mail);
+  QSignalSpy read(&rig.window(), &kvmail::FrmSend::EvMailRead);
+  ASSERT_TRUE(rig.receive());
+  EXPECT_TRUE(rig.lastOk());
+  EXPECT_FALSE(rig.log().contains(QStringLiteral("New mail : ")));
+  EXPECT_FALSE(rig.log().contains(QStringLiteral("mail total sizes : ")));
+  ASSERT_EQ(rig.count(), 1);
+  ASSERT_EQ(read.size(), 1);
+  const long id = read.first().first().toLongLong();
+  const QString where = QStringLiteral(" from msgmail where 邮件ID=%1").arg(id);
+  EXPECT_EQ(rig.value(QStringLiteral("select 主题") + where), QStringLiteral("一封信"));
+  EXPECT_EQ(rig.value(QStringLiteral("select 发件人") + where), QStringLiteral("王五"));
+  EXPECT_EQ(rig.value(QStringLiteral("select 发件人邮箱") + where),
+            QStringLiteral("wang@kvmail.test"));
+  EXPECT_EQ(rig.value(QStringLiteral("select 收件人邮箱") + where),
+            QStringLiteral("lisi@kvmail.test;zhao@kvmail.test"));
+  EXPECT_EQ(rig.value(QStringLiteral("select [E-MAIL]") + where),
+            QStringLiteral("copy@kvmail.test"));
+  EXPECT_EQ(rig.value(QStringLiteral("select messageID") + where), QStringLiteral("127.0.0.1"));
+  EXPECT_EQ(rig.value(QStringLiteral("select CshgnsID") + where), QStringLiteral("1"));
+  EXPECT_EQ(rig.value(QStringLiteral("select 是否已读") + where), QStringLiteral("0"));
+  EXPECT_EQ(rig.value(QStringLiteral("select 回复ID") + where), QString::number(id));
+  EXPECT_EQ(rig.value(QStringLiteral("select 操作者") + where), QStringLiteral("张三"));
+  EXPECT_EQ(rig.value(QStringLiteral("select 附件") + where), QStringLiteral("0"));
+  EXPECT_EQ(rig.value(QStringLiteral("select UIDL") + where).size(), 16);
+  // The stored file is the mail as served plus the line break it was written with.
+  EXPECT_EQ(rig.storedMessage(id), mail + "\r\n");
+  EXPECT_EQ(rig.value(QStringLiteral("select 大小") + where).toLongLong(), mail.size() + 2);
+  // The temp file is gone once the mail is stored.
+  EXPECT_FALSE(QFile::exists(rig.tempDir() + QStringLiteral("/temp.eml")));
+}
+
+TEST_F(ReceiveFromDovecot, ChineseMailDotLinesAndA20MbMailArriveWhole) {
+  kvtest::dropMail(kUser, data("mixed_attachments.eml"));
+  kvtest::dropMail(kUser, data("gb2312_alternative.eml"));
+  kvtest::dropMail(kUser, kvtest::sampleMail(QStringLiteral("点行"),
+                                             ".hidden\r\n..two\r\n.\r\n"
+                                             "after\r\n"));
+  QByteArray big = kvtest::sampleMail(QStringLiteral("大邮件"), QByteArray());
+  const QByteArray line = QByteArray(76, 'A') + "\r\n";
+  while (big.size() < 20 * 1024 * 1024) big += line;
+  kvtest::dropMail(kUser, big);
+
+  ASSERT_TRUE(rig.receive(120000));
+  EXPECT_TRUE(rig.lastOk());
+  EXPECT_TRUE(rig.log().contains(QStringLiteral("New mail : 4")));
+  ASSERT_EQ(rig.count(), 4);
+  EXPECT_EQ(rig.count(QStringLiteral("附件=1")), 1);
+
+  // The attachment names survive the trip: read the stored file back.
+  const long first = rig.value(QStringLiteral("select min(邮件ID) from msgmail")).toLong();
+  const kvmail::ParsedMail parsed = kvmail::readMailBytes(rig.storedMessage(first));
+  ASSERT_FALSE(parsed.attachments.isEmpty());
+  bool chineseName = false;
+  for (const auto& a : parsed.attachments)
+    for (const QChar c : a.fileName) chineseName |= c.unicode() >= 0x4e00 && c.unicode() <= 0x9fff;
+  EXPECT_TRUE(chineseName);
+
+  // Dot-stuffed lines are kept as they came, and a lone "." line did not end the mail early.
+  const long dots =
+      rig.value(QStringLiteral("select 邮件ID from msgmail where 主题='点行'")).toLong();
+  const QByteArray dotMail = rig.storedMessage(dots);
+  EXPECT_TRUE(dotMail.contains("\r\n..hidden\r\n...two\r\n..\r\nafter\r\n"));
+
+  const long bigId =
+      rig.value(QStringLiteral("select 邮件ID from msgmail where 主题='大邮件'")).toLong();
+  EXPECT_EQ(rig.storedMessage(bigId), big + "\r\n");
+}
+
+TEST_F(ReceiveFromDovecot, SecondSessionSkipsWhatIsStored) {
+  for (int i = 0; i < 3; ++i)
+    kvtest::dropMail(kUser, kvtest::sampleMail(QStringLiteral("m%1").arg(i)));
+  ASSERT_TRUE(rig.receive());
+  ASSERT_EQ(rig.count(), 3);
+  ASSERT_TRUE(rig.receive());
+  EXPECT_TRUE(rig.lastOk());
+  EXPECT_EQ(rig.count(), 3);
+  EXPECT_FALSE(rig.log().contains(QStringLiteral("RETR")));
+  EXPECT_EQ(kvtest::listMails(kUser).size(), 3);  // kept on the server
+}
+
+TEST_F(ReceiveFromDovecot, DeletePolicyDecidesWhatStaysOnTheServer) {
+  for (int i = 0; i < 2; ++i)
+    kvtest::dropMail(kUser, kvtest::sampleMail(QStringLiteral("d%1").arg(i)));
+  // Keep: nothing is deleted, also not on a later session.
+  rig.account().bIsDelete = false;
+  ASSERT_TRUE(rig.receive());
+  EXPECT_EQ(kvtest::listMails(kUser).size(), 2);
+
+  // After N days, for mail stored on an earlier day: deleted on the next session (0 days).
+  rig.host().execute(
+      QStringLiteral("update msgmail set 接收时间='") +
+      QDateTime::currentDateTime().addDays(-5).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) +
+      QStringLiteral("'"));
+  rig.account().bIsAfterdayDelete = true;
+  rig.account().lDeleteDay = 0;
+  ASSERT_TRUE(rig.receive());
+  EXPECT_EQ(kvtest::listMails(kUser).size(), 0);
+  EXPECT_EQ(rig.count(), 2);
+
+  // Delete after storing: new mail goes from the server once its row is in.
+  kvtest::dropMail(kUser, kvtest::sampleMail(QStringLiteral("d9")));
+  rig.account().bIsAfterdayDelete = false;
+  rig.account().bIsDelete = true;
+  ASSERT_TRUE(rig.receive());
+  EXPECT_EQ(rig.count(), 3);
+  EXPECT_EQ(kvtest::listMails(kUser).size(), 0);
+}
+
+TEST_F(ReceiveFromDovecot, StopQuitsAtTheNextUidlAndTheRestComesNextTime) {
+  for (int i = 0; i < 12; ++i)
+    kvtest::dropMail(
+        kUser, kvtest::sampleMail(QStringLiteral("s%1").arg(i), QByteArray(20000, 'z') + "\r\n"));
+  auto* stop = rig.window().findChild<QPushButton*>(QStringLiteral("Cmd(1)"));
+  ASSERT_NE(stop, nullptr);
+  QObject::connect(&rig.window(), &kvmail::FrmSend::EvMailRead, stop, [stop] {
+    if (stop->isEnabled()) stop->click();
+  });
+  ASSERT_TRUE(rig.receive());
+  EXPECT_FALSE(rig.lastOk());
+  EXPECT_EQ(rig.count(), 1);
+  EXPECT_EQ(rig.taskState(1), QStringLiteral("取消"));
+  EXPECT_EQ(rig.summary(), QStringLiteral("已完成 0 项任务(共 1 项)"));
+
+  QObject::disconnect(&rig.window(), &kvmail::FrmSend::EvMailRead, stop, nullptr);
+  ASSERT_TRUE(rig.receive());
+  EXPECT_EQ(rig.count(), 12);
+}
