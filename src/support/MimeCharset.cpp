@@ -5,6 +5,8 @@
 
 #include <iconv.h>
 #include <cerrno>
+#include <map>
+#include <utility>
 
 namespace kvmail::mime {
 namespace {
@@ -24,11 +26,42 @@ bool isGbFamily(const QString& lower) {
   return names.contains(lower);
 }
 
+// Opening a converter loads and unloads a gconv module each time, which costs milliseconds;
+// converters are kept per thread instead, reset before each use.
+struct KeptConverters {
+  KeptConverters() = default;
+  KeptConverters(const KeptConverters&) = delete;
+  KeptConverters& operator=(const KeptConverters&) = delete;
+  std::map<std::pair<QByteArray, QByteArray>, iconv_t> byNames;
+  ~KeptConverters() {
+    for (const auto& [names, cd] : byNames) iconv_close(cd);
+  }
+};
+
+// Answers the converter and whether the cache keeps it (otherwise the caller closes it).
+std::pair<iconv_t, bool> cachedConverter(const char* to, const char* from) {
+  constexpr size_t kMaxKept = 32;
+  thread_local KeptConverters kept;
+  const auto key = std::make_pair(QByteArray(to), QByteArray(from));
+  if (auto it = kept.byNames.find(key); it != kept.byNames.end()) {
+    iconv(it->second, nullptr, nullptr, nullptr, nullptr);
+    return {it->second, true};
+  }
+  const iconv_t cd = iconv_open(to, from);
+  if (cd == reinterpret_cast<iconv_t>(-1) || kept.byNames.size() >= kMaxKept) return {cd, false};
+  kept.byNames.emplace(key, cd);
+  return {cd, true};
+}
+
 class Converter {
  public:
-  Converter(const char* to, const char* from) : cd_(iconv_open(to, from)) {}
+  Converter(const char* to, const char* from) {
+    const auto [cd, kept] = cachedConverter(to, from);
+    cd_ = cd;
+    owned_ = valid() && !kept;
+  }
   ~Converter() {
-    if (valid()) iconv_close(cd_);
+    if (owned_) iconv_close(cd_);
   }
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
@@ -64,7 +97,8 @@ class Converter {
   }
 
  private:
-  iconv_t cd_;
+  iconv_t cd_ = reinterpret_cast<iconv_t>(-1);
+  bool owned_ = false;  // not kept in the cache: closed here
 };
 
 std::optional<QString> decodeWith(const QByteArray& bytes, const QByteArray& converter,
@@ -85,6 +119,21 @@ bool isSevenBit(const QByteArray& bytes) {
 }
 
 }  // namespace
+
+void keepConvertersLoaded() {
+  static KeptConverters pinned;  // closed only at exit
+  static const bool filled = [] {
+    for (const char* name : {"GB18030", "GBK", "GB2312", "UTF-16", "ISO-8859-1"}) {
+      for (const auto& names : {std::make_pair(QByteArray("UTF-8"), QByteArray(name)),
+                                std::make_pair(QByteArray(name), QByteArray("UTF-8"))}) {
+        const iconv_t cd = iconv_open(names.first.constData(), names.second.constData());
+        if (cd != reinterpret_cast<iconv_t>(-1)) pinned.byNames.emplace(names, cd);
+      }
+    }
+    return true;
+  }();
+  (void)filled;
+}
 
 QByteArray converterName(const QString& label) {
   QString l = label.trimmed().toLower();

@@ -11,6 +11,10 @@ namespace kvmail::mime {
 // becomes GB18030, its superset; empty for an empty or meaningless label.
 QByteArray converterName(const QString& label);
 
+// Keeps the Chinese and Unicode converter modules loaded for the life of the process; GMime
+// opens converters per header, and each reload of a module costs about a millisecond.
+void keepConvertersLoaded();
+
 // Decodes bytes in one charset; nullopt when the charset is unknown or any byte is undecodable.
 std::optional<QString> decodeStrict(const QByteArray& bytes, const QByteArray& converter);
 

@@ -27,7 +27,7 @@ struct GFree {
 using GChars = std::unique_ptr<char, GFree>;
 
 void ensureGMime() {
-  static const bool ready = (g_mime_init(), true);
+  static const bool ready = (g_mime_init(), mime::keepConvertersLoaded(), true);
   (void)ready;
 }
 

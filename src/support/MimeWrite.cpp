@@ -25,7 +25,7 @@ template <class T>
 using GRef = std::unique_ptr<T, GUnref>;
 
 void ensureGMime() {
-  static const bool ready = (g_mime_init(), true);
+  static const bool ready = (g_mime_init(), mime::keepConvertersLoaded(), true);
   (void)ready;
 }
 

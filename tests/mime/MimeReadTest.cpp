@@ -3,6 +3,8 @@
 
 #include "PrintQt.h"
 
+#include <QDir>
+
 #include "TestEnv.h"
 #include "support/MimeMail.h"
 
@@ -204,16 +206,20 @@ TEST(MimeRead, GroupsAndRepeatedRecipientHeadersAreFlattened) {
   EXPECT_TRUE(m.cc.isEmpty());
 }
 
-TEST(MimeRead, EveryPrefixOfAMessageIsReadWithoutFailing) {
-  const QByteArray whole =
-      kvtest::readAll(kvtest::dataFile(QStringLiteral("mime/mixed_attachments.eml")));
-  ASSERT_FALSE(whole.isEmpty());
-  for (qsizetype n = 1; n <= whole.size(); n += 7) {
-    const ParsedMail m = readMailBytes(whole.left(n));
-    for (const MimeAttachment& a : m.attachments) EXPECT_FALSE(a.fileName.isEmpty());
+TEST(MimeRead, EveryPrefixOfEverySampleIsReadWithoutFailing) {
+  const QDir samples(kvtest::dataFile(QStringLiteral("mime")));
+  const QStringList files = samples.entryList({QStringLiteral("*.eml")}, QDir::Files);
+  ASSERT_GE(files.size(), 8);
+  for (const QString& name : files) {
+    const QByteArray whole = kvtest::readAll(samples.filePath(name));
+    for (qsizetype n = 1; n <= whole.size(); n += 5) {
+      const ParsedMail m = readMailBytes(whole.left(n));
+      for (const MimeAttachment& a : m.attachments) EXPECT_FALSE(a.fileName.isEmpty());
+    }
   }
   QByteArray noise;
   for (int i = 0; i < 4096; ++i) noise.append(static_cast<char>((i * 7919) % 251));
   readMailBytes(noise);
   readMailBytes("Content-Type: multipart/mixed; boundary=x\r\n\r\n--x\r\n--x\r\n--x--");
+  readMailBytes("Subject: =?gb2312?B?====?= =?x?Q?=ZZ?= =?\r\nTo: <<>>,,@\r\n\r\n");
 }
