@@ -35,9 +35,9 @@ clsMail::~clsMail() {
 void clsMail::releaseWindows(bool unload) {
   // Compose, then transfer, then viewer. Deletion waits for the event loop, so a window whose
   // loop is still on the stack (a send in progress) is never destroyed under its own feet.
-  const auto release = [unload](auto& window) {
+  const auto release = [this, unload](auto& window) {
     if (!window) return;
-    window->disconnect();
+    QObject::disconnect(window.get(), nullptr, this, nullptr);  // only what the service hears
     QWidget* w = window.release();
     if (unload || !w->isVisible()) {
       w->close();

@@ -65,6 +65,8 @@ class FrmSend : public QWidget, public ITransferView {
   // False when the last run had a failed task, a failed message or was stopped.
   bool lastRunOk() const { return runOk_; }
   int plTaskRow() const { return plTaskRow_; }
+  BundlePtr bundle() const { return bundle_; }
+  bool isSendOnly() const { return sendOnly_; }
   Pop3Session* pop3Session() const { return pop3_.get(); }
   // How long a silent POP3 server is waited for (tests shorten it).
   void setPop3StallTimeout(int milliseconds) { stallMs_ = milliseconds; }

@@ -1,0 +1,342 @@
+// The mail service object on a real SQLite store: Init and the account, the error record,
+// template batches, gathering the queue, the windows it opens and the events it passes on.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QSignalSpy>
+
+#include "ServiceRig.h"
+#include "composer/FrmNewMail.h"
+#include "model/IAttachment.h"
+#include "model/IAttachments.h"
+#include "model/IBundle.h"
+#include "model/IMailAddress.h"
+#include "model/IMailAddresses.h"
+#include "model/IMessage.h"
+#include "service/IclsError.h"
+#include "transfer/FrmSend.h"
+#include "viewer/FrmMail.h"
+
+using kvmail::IndexKey;
+using kvtest::ServiceRig;
+
+namespace {
+
+kvmail::OutgoingMail templateFile(const QStringList& attachments = {}) {
+  kvmail::OutgoingMail m;
+  m.from = {QStringLiteral("模板"), QStringLiteral("tpl@kvmail.test")};
+  m.to = {{QString(), QStringLiteral("ignored@kvmail.test")}};
+  m.subject = QStringLiteral("模板主题");
+  m.htmlBody = QStringLiteral("<p>尊敬的客户：您好！</p>");
+  m.attachmentPaths = attachments;
+  return m;
+}
+
+kvmail::MessagePtr only(const kvmail::BundlePtr& bundle) {
+  EXPECT_EQ(bundle->Count(), 1);
+  return bundle->Item(IndexKey(1));
+}
+
+}  // namespace
+
+TEST(ServiceInit, FreshObjectHasAClearErrorRecord) {
+  kvmail::clsMail mail;
+  EXPECT_EQ(mail.Error()->Number(), 0);
+  EXPECT_TRUE(mail.Error()->Description().isEmpty());
+  EXPECT_TRUE(mail.Error()->Source().isEmpty());
+  EXPECT_EQ(mail.Error(), mail.Error());  // the record itself, not a copy
+}
+
+TEST(ServiceInit, PerUserAccountWinsOverTheDefault) {
+  ServiceRig rig;
+  rig.seedAccount(false, true, QStringLiteral("默认帐户"));
+  rig.seedAccount(true, false, QStringLiteral("个人帐户"));
+  ASSERT_TRUE(rig.mail->Init(rig.host, 12));
+  EXPECT_EQ(rig.mail->account()->sName, QStringLiteral("个人帐户"));
+  EXPECT_EQ(rig.mail->ProgID(), 12);
+  ASSERT_NE(rig.mail->transferWindow(), nullptr);
+  ASSERT_NE(rig.mail->composeWindow(), nullptr);
+  ASSERT_NE(rig.mail->viewerWindow(), nullptr);
+  EXPECT_FALSE(rig.mail->transferWindow()->isVisible());
+}
+
+TEST(ServiceInit, DefaultAccountWhenTheUserHasNone) {
+  ServiceRig rig;
+  rig.seedAccount(false, true, QStringLiteral("默认帐户"));
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  EXPECT_EQ(rig.mail->account()->sName, QStringLiteral("默认帐户"));
+  EXPECT_EQ(rig.mail->account()->sFromAddress, QStringLiteral("sales@kvmail.test"));
+}
+
+TEST(ServiceInit, NoAccountFailsWith1000001AndNoMessageBox) {
+  ServiceRig rig;
+  EXPECT_FALSE(rig.mail->Init(rig.host, 3));
+  EXPECT_EQ(rig.mail->Error()->Number(), 1000001);
+  EXPECT_EQ(rig.mail->Error()->Description(), QStringLiteral("邮件帐户为空，请先设置！"));
+  EXPECT_TRUE(rig.prompt->records().isEmpty());
+  EXPECT_NE(rig.mail->transferWindow(), nullptr);  // the windows stay created
+}
+
+TEST(ServiceInit, ErrorRecordAcrossInitAndCreateNew) {
+  ServiceRig rig;
+  ASSERT_FALSE(rig.mail->Init(rig.host, 0));
+  // A successful CreateNew leaves the earlier error in place.
+  ASSERT_TRUE(rig.mail->CreateNew(QString(), QString()));
+  EXPECT_EQ(rig.mail->Error()->Number(), 1000001);
+  // A second, successful Init clears it first.
+  rig.seedAccount(true, false);
+  ASSERT_TRUE(rig.mail->Init(rig.host, 0));
+  EXPECT_EQ(rig.mail->Error()->Number(), 0);
+  EXPECT_TRUE(rig.mail->Error()->Description().isEmpty());
+}
+
+TEST(ServiceCreateNew, EmptyRecordsMakeExactlyOneMessageFromTheTemplate) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  rig.seedTemplate(12, QStringLiteral("a@kvmail.test;b@kvmail.test"),
+                   QStringLiteral("c@kvmail.test"), QStringLiteral("d@kvmail.test"), QString(),
+                   templateFile());
+  ASSERT_TRUE(rig.mail->Init(rig.host, 12));
+  ASSERT_TRUE(rig.mail->CreateNew(QString(), QString()));
+  auto* compose = rig.mail->composeWindow();
+  EXPECT_TRUE(compose->isVisible());
+  EXPECT_EQ(compose->caption(), QString());
+  EXPECT_EQ(compose->mailId(), -1);
+  const auto m = only(compose->bundle());
+  EXPECT_EQ(m->TOs()->ToString(QString()), QStringLiteral("a@kvmail.test;b@kvmail.test"));
+  EXPECT_EQ(m->Cc()->ToString(QString()), QStringLiteral("c@kvmail.test"));
+  EXPECT_EQ(m->Bcc()->ToString(QString()), QStringLiteral("d@kvmail.test"));
+  EXPECT_EQ(m->Subject(), QStringLiteral("模板主题"));  // the row's subject is empty: the file's
+  EXPECT_TRUE(m->BodyText().contains(QStringLiteral("尊敬的客户")));
+  EXPECT_EQ(m->Priority(), QStringLiteral("3"));  // no X-Priority in the file means normal
+  EXPECT_EQ(m->From()->Name(), QStringLiteral("销售部"));
+  EXPECT_EQ(m->From()->Address(), QStringLiteral("sales@kvmail.test"));
+}
+
+TEST(ServiceCreateNew, PlaceholdersAreReplacedPerRecord) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  rig.seedTemplate(5, QStringLiteral("[邮箱]"), QString(), QString(), QStringLiteral("致[名]"),
+                   templateFile());
+  ASSERT_TRUE(rig.mail->Init(rig.host, 5));
+  const QChar sep(0);
+  const QString records = QStringLiteral("x") + sep + QStringLiteral("[名]经理") + sep +
+                          QStringLiteral("[邮箱]wang@kvmail.test") + QStringLiteral("|") +
+                          QStringLiteral("y") + sep + QStringLiteral("[名主任");
+  ASSERT_TRUE(rig.mail->CreateNew(records, QStringLiteral("|")));
+  const auto bundle = rig.mail->composeWindow()->bundle();
+  ASSERT_EQ(bundle->Count(), 2);
+  EXPECT_EQ(bundle->Item(IndexKey(1))->Subject(), QStringLiteral("致经理"));
+  EXPECT_EQ(bundle->Item(IndexKey(1))->TOs()->ToString(QString()),
+            QStringLiteral("wang@kvmail.test"));
+  // An item with an opening bracket and no closing one changes nothing.
+  EXPECT_EQ(bundle->Item(IndexKey(2))->Subject(), QStringLiteral("致[名]"));
+  EXPECT_EQ(bundle->Item(IndexKey(2))->TOs()->ToString(QString()), QStringLiteral("[邮箱]"));
+}
+
+TEST(ServiceCreateNew, WithoutATemplatePriorityIsZero) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  ASSERT_TRUE(rig.mail->Init(rig.host, 0));
+  ASSERT_TRUE(rig.mail->CreateNew(QString(), QString()));
+  auto m = only(rig.mail->composeWindow()->bundle());
+  EXPECT_EQ(m->Priority(), QStringLiteral("0"));
+  EXPECT_EQ(m->TOs()->ToString(QString()), QString());
+  EXPECT_EQ(m->Subject(), QString());
+  EXPECT_EQ(m->BodyText(), QString());
+  EXPECT_EQ(m->From()->Address(), QStringLiteral("sales@kvmail.test"));
+
+  // A positive program without a stored template file gives "0" as well.
+  ASSERT_TRUE(rig.mail->Init(rig.host, 99));
+  ASSERT_TRUE(rig.mail->CreateNew(QStringLiteral("a"), QStringLiteral(";")));
+  m = only(rig.mail->composeWindow()->bundle());
+  EXPECT_EQ(m->Priority(), QStringLiteral("0"));
+}
+
+TEST(ServiceCreateNew, TemplateAttachmentsAreSavedToTheTempFolder) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  const QString file = rig.path(QStringLiteral("价目表.txt"));
+  {
+    QFile f(file);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write("price list\r\n");
+  }
+  kvmail::OutgoingMail tpl = templateFile({file});
+  tpl.headerPriority = 1;
+  rig.seedTemplate(8, QStringLiteral("x@kvmail.test"), QString(), QString(), QStringLiteral("报价"),
+                   tpl);
+  QFile::remove(file);
+  ASSERT_TRUE(rig.mail->Init(rig.host, 8));
+  ASSERT_TRUE(rig.mail->CreateNew(QStringLiteral("r1;r2"), QStringLiteral(";")));
+  const auto bundle = rig.mail->composeWindow()->bundle();
+  ASSERT_EQ(bundle->Count(), 2);
+  for (long i = 1; i <= 2; ++i) {
+    const auto m = bundle->Item(IndexKey(i));
+    EXPECT_EQ(m->Priority(), QStringLiteral("1"));
+    ASSERT_EQ(m->Attachments()->Count(), 1);
+    const auto a = m->Attachments()->Item(IndexKey(1));
+    EXPECT_EQ(a->Name(), QStringLiteral("价目表.txt"));
+    EXPECT_TRUE(QFile::exists(a->FileName()));
+    EXPECT_TRUE(a->FileName().startsWith(rig.path(QString())));
+  }
+}
+
+TEST(ServiceCreateNew, AFailureIsRecordedWithItsPrefix) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  rig.seedTemplate(4, QStringLiteral("x <a@b"), QString(), QString(), QStringLiteral("s"),
+                   templateFile());
+  ASSERT_TRUE(rig.mail->Init(rig.host, 4));
+  EXPECT_FALSE(rig.mail->CreateNew(QString(), QString()));
+  EXPECT_EQ(rig.mail->Error()->Number(), 5);
+  EXPECT_TRUE(rig.mail->Error()->Description().startsWith(QStringLiteral("CreateNew:")));
+}
+
+TEST(ServiceQueue, EmptyQueueShowsTheMessageAndOpensNothing) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  for (long arg : {5L, 0L}) {  // the argument is not used
+    rig.prompt->clear();
+    EXPECT_FALSE(rig.mail->SendMail(arg));
+    ASSERT_EQ(rig.prompt->records().size(), 1);
+    EXPECT_EQ(rig.prompt->records().first().text, QStringLiteral("没有要发送的邮件！"));
+    EXPECT_EQ(rig.prompt->records().first().title, QStringLiteral("提示："));
+    EXPECT_EQ(rig.prompt->records().first().icon, kvmail::PromptIcon::Information);
+    EXPECT_FALSE(rig.mail->transferWindow()->isVisible());
+  }
+}
+
+TEST(ServiceQueue, QueuedRowsBecomeABundleNewestFirstSendOnly) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  kvmail::OutgoingMail m = templateFile();
+  m.to = {{QStringLiteral("客户"), QStringLiteral("c1@kvmail.test")}};
+  m.subject = QStringLiteral("旧的");
+  const long older = rig.queueMail(m, QStringLiteral("2026-11-01 08:00:00"));
+  m.subject = QStringLiteral("新的");
+  const long newer = rig.queueMail(m, QStringLiteral("2026-11-02 08:00:00"));
+  m.subject = QStringLiteral("已删除");
+  rig.queueMail(m, QStringLiteral("2026-11-03 08:00:00"), 1, 1);
+  m.subject = QStringLiteral("未激活");
+  rig.queueMail(m, QStringLiteral("2026-11-04 08:00:00"), 0, 0);
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+
+  EXPECT_TRUE(rig.mail->SendMail(0));
+  auto* send = rig.mail->transferWindow();
+  EXPECT_TRUE(send->isSendOnly());
+  const auto bundle = send->bundle();
+  ASSERT_EQ(bundle->Count(), 2);
+  EXPECT_EQ(bundle->Item(IndexKey(1))->ID(), newer);
+  EXPECT_EQ(bundle->Item(IndexKey(1))->Subject(), QStringLiteral("新的"));
+  EXPECT_EQ(bundle->Item(IndexKey(2))->ID(), older);
+  EXPECT_EQ(bundle->Item(IndexKey(2))->TOs()->ToString(QString()),
+            QStringLiteral("客户<c1@kvmail.test>"));
+}
+
+TEST(ServiceQueue, SendReceiveOnAnEmptyQueueStillOpensToReceive) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  qputenv("KVMAIL_POP3_PORT", "1");  // nothing listens: the receive task ends on its own
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  QSignalSpy ended(rig.mail->transferWindow(), &kvmail::FrmSend::TasksEnded);
+  EXPECT_TRUE(rig.mail->SendReceiveMail());
+  ASSERT_EQ(rig.prompt->records().size(), 1);
+  EXPECT_EQ(rig.prompt->records().first().text, QStringLiteral("没有要发送的邮件！"));
+  EXPECT_TRUE(rig.mail->transferWindow()->isVisible());
+  EXPECT_FALSE(rig.mail->transferWindow()->isSendOnly());
+  EXPECT_EQ(rig.mail->transferWindow()->windowTitle(), QStringLiteral("邮件发送/接收"));
+  EXPECT_TRUE(ended.wait(10000));
+  qunsetenv("KVMAIL_POP3_PORT");
+}
+
+TEST(ServiceWindows, OpenersPassTheirArguments) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  EXPECT_TRUE(rig.mail->NewMail());
+  EXPECT_EQ(rig.mail->composeWindow()->caption(), QStringLiteral("新邮件"));
+  EXPECT_EQ(rig.mail->composeWindow()->bundle()->Count(), 1);
+  EXPECT_FALSE(rig.mail->ReplyMail(42));
+  EXPECT_EQ(rig.mail->composeWindow()->caption(), QStringLiteral("答复邮件"));
+  EXPECT_EQ(rig.mail->composeWindow()->mailId(), 42);
+  EXPECT_EQ(rig.mail->composeWindow()->bundle()->Count(), 0);
+  EXPECT_FALSE(rig.mail->TransmitMail(43));
+  // A forward keeps the reply caption on purpose.
+  EXPECT_EQ(rig.mail->composeWindow()->caption(), QStringLiteral("答复邮件"));
+  EXPECT_EQ(rig.mail->composeWindow()->mailId(), 43);
+  EXPECT_TRUE(rig.mail->DisPlayMail(44, QStringLiteral("查看")));
+  EXPECT_EQ(rig.mail->viewerWindow()->mailId(), 44);
+  EXPECT_EQ(rig.mail->viewerWindow()->caption(), QStringLiteral("查看"));
+}
+
+TEST(ServiceWindows, WindowEventsBecomeServiceEvents) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
+  QSignalSpy read(rig.mail.get(), &kvmail::clsMail::EvMailRead);
+  QObject::connect(rig.mail.get(), &kvmail::clsMail::EvRecordMove,
+                   [](long current, long* target) { *target = current + 1; });
+  QObject::connect(rig.mail.get(), &kvmail::clsMail::EvDelete, [](long* id) { *id = -*id; });
+
+  Q_EMIT rig.mail->composeWindow()->ReturnData(QStringLiteral("17;18;19"));
+  Q_EMIT rig.mail->transferWindow()->ReturnData(5);
+  Q_EMIT rig.mail->transferWindow()->EvMailRead(6);
+  ASSERT_EQ(returned.size(), 2);
+  EXPECT_EQ(returned[0][0].toString(), QStringLiteral("17;18;19"));
+  EXPECT_EQ(returned[0][1].toLongLong(), 1);
+  EXPECT_EQ(returned[1][0].toString(), QStringLiteral("5"));
+  EXPECT_EQ(returned[1][1].toLongLong(), 2);
+  ASSERT_EQ(read.size(), 1);
+  EXPECT_EQ(read[0][0].toLongLong(), 6);
+
+  long target = 0;
+  Q_EMIT rig.mail->viewerWindow()->RecordMove(10, &target);
+  EXPECT_EQ(target, 11);
+  long id = 8;
+  Q_EMIT rig.mail->viewerWindow()->Delete(&id);
+  EXPECT_EQ(id, -8);
+
+  Q_EMIT rig.mail->viewerWindow()->RevertMail(30);
+  EXPECT_EQ(rig.mail->composeWindow()->mailId(), 30);
+
+  // ErrMessage: kind 2, 4, 8 pick the icon; any other kind shows nothing.
+  Q_EMIT rig.mail->composeWindow()->ErrMessage(QStringLiteral("a"), 2, QStringLiteral("提示："));
+  Q_EMIT rig.mail->viewerWindow()->ErrMessage(QStringLiteral("b"), 4, QStringLiteral("t"));
+  Q_EMIT rig.mail->viewerWindow()->ErrMessage(QStringLiteral("c"), 8, QStringLiteral("错误："));
+  Q_EMIT rig.mail->viewerWindow()->ErrMessage(QStringLiteral("d"), 3, QStringLiteral("t"));
+  const auto boxes = rig.prompt->records();
+  ASSERT_EQ(boxes.size(), 3);
+  EXPECT_EQ(boxes[0].icon, kvmail::PromptIcon::Information);
+  EXPECT_EQ(boxes[1].icon, kvmail::PromptIcon::Exclamation);
+  EXPECT_EQ(boxes[2].icon, kvmail::PromptIcon::Critical);
+  EXPECT_EQ(boxes[2].title, QStringLiteral("错误："));
+}
+
+TEST(ServiceWindows, ReleaseOrderIsComposeTransferViewer) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  QStringList order;
+  for (QObject* w : {static_cast<QObject*>(rig.mail->viewerWindow()),
+                     static_cast<QObject*>(rig.mail->composeWindow()),
+                     static_cast<QObject*>(rig.mail->transferWindow())})
+    QObject::connect(w, &QObject::destroyed, [&order, name = w->objectName()] { order << name; });
+  rig.mail.reset();
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  EXPECT_EQ(order, (QStringList{QStringLiteral("FrmNewMail"), QStringLiteral("FrmSend"),
+                                QStringLiteral("FrmMail")}));
+}
+
+TEST(ServiceWindows, ClearReleasesTheWindowsAndAnswersFalse) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  EXPECT_FALSE(rig.mail->Clear());
+  EXPECT_EQ(rig.mail->composeWindow(), nullptr);
+  EXPECT_EQ(rig.mail->transferWindow(), nullptr);
+  EXPECT_EQ(rig.mail->viewerWindow(), nullptr);
+}
