@@ -41,11 +41,20 @@ bool isSevenBit(const QByteArray& bytes) {
   return true;
 }
 
-// A header section starts with "Name:" on its first line (an mbox "From " line is allowed).
-bool looksLikeHeaders(const QByteArray& raw) {
-  static const QRegularExpression field(QStringLiteral("^(From |[!-9;-~]+[ \\t]*:)"));
+// Where the header section starts: after leading blank lines and an mbox "From " line.
+qsizetype headerStart(const QByteArray& raw) {
   qsizetype start = 0;
   while (start < raw.size() && (raw[start] == '\r' || raw[start] == '\n')) ++start;
+  if (raw.mid(start, 5) == "From ") {
+    const qsizetype end = raw.indexOf('\n', start);
+    start = end < 0 ? raw.size() : end + 1;
+  }
+  return start;
+}
+
+// A header section starts with "Name:" on its first line.
+bool looksLikeHeaders(const QByteArray& raw, qsizetype start) {
+  static const QRegularExpression field(QStringLiteral("^[!-9;-~]+[ \\t]*:"));
   const qsizetype end = raw.indexOf('\n', start);
   const QByteArray line = raw.mid(start, end < 0 ? -1 : end - start);
   return field.match(QString::fromLatin1(line)).hasMatch();
@@ -104,9 +113,11 @@ class Reader {
   ParsedMail read(const QByteArray& raw) {
     ParsedMail mail;
     if (raw.trimmed().isEmpty()) return mail;
-    if (!looksLikeHeaders(raw)) return readHeaderless(raw);
+    const qsizetype start = headerStart(raw);
+    if (!looksLikeHeaders(raw, start)) return readHeaderless(raw);
 
-    GRef<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(raw.constData(), raw.size()));
+    GRef<GMimeStream> stream(
+        g_mime_stream_mem_new_with_buffer(raw.constData() + start, raw.size() - start));
     GRef<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
     g_mime_parser_set_format(parser.get(), GMIME_FORMAT_MESSAGE);
     GRef<GMimeMessage> message(g_mime_parser_construct_message(parser.get(), options_));

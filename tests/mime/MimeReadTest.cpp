@@ -162,6 +162,17 @@ TEST(MimeRead, TextWithoutHeadersIsTheBody) {
   EXPECT_EQ(m.htmlBody, QStringLiteral("这不是邮件头<br>\n只是一些文字 &lt;x&gt;<br>\n"));
 }
 
+TEST(MimeRead, LeadingBlankLinesAndAnMboxFromLineAreSkipped) {
+  const ParsedMail m = readMailBytes("\r\n\r\nFrom: a@b.cn\r\nSubject: hi\r\n\r\nbody");
+  EXPECT_EQ(m.subject, QStringLiteral("hi"));
+  EXPECT_EQ(m.textBody, QStringLiteral("body"));
+  const ParsedMail mbox =
+      readMailBytes("From a@b.cn Mon Jan  1 00:00:00 2024\nFrom: a@b.cn\nSubject: hi\n\nbody");
+  EXPECT_EQ(mbox.subject, QStringLiteral("hi"));
+  EXPECT_EQ(mbox.from.address, QStringLiteral("a@b.cn"));
+  EXPECT_EQ(mbox.textBody, QStringLiteral("body"));
+}
+
 TEST(MimeRead, NothingReadableGivesNotOk) {
   EXPECT_FALSE(readMailBytes({}).ok);
   EXPECT_FALSE(readMailBytes("\r\n \r\n").ok);
