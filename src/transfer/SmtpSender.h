@@ -1,0 +1,112 @@
+#pragma once
+// The SMTP sender the sending loop drives: settings for one message, Send() and Cancel(), and
+// four events. Send() runs the transfer on a worker thread and waits in a local event loop, so
+// its events arrive on the caller's (UI) thread while the user can still press stop.
+#include <QObject>
+#include <QString>
+
+#include <atomic>
+#include <memory>
+
+namespace kvmail {
+
+namespace smtp {
+class Session;
+}
+
+class SmtpSender : public QObject {
+  Q_OBJECT
+ public:
+  explicit SmtpSender(QObject* parent = nullptr);
+  ~SmtpSender() override;  // ends a kept session with QUIT
+
+  void setServer(const QString& server) { server_ = server; }
+  QString server() const { return server_; }
+  // 465 means implicit TLS (smtps); any other port uses STARTTLS when the server offers it.
+  // 0 or less means 25.
+  void setPort(int port) { port_ = port; }
+  int port() const { return port_; }
+  void setUserName(const QString& name) { userName_ = name; }
+  QString userName() const { return userName_; }
+  void setPassword(const QString& password) { password_ = password; }
+  void setFromAddress(const QString& address) { fromAddress_ = address; }
+  QString fromAddress() const { return fromAddress_; }
+  void setFromName(const QString& name) { fromName_ = name; }
+  QString fromName() const { return fromName_; }
+  // The To list, entries "a@x" or "Name <a@x>" joined by the list delimiter.
+  void setRecipients(const QString& list) { recipients_ = list; }
+  QString recipients() const { return recipients_; }
+  void setReplyTo(const QString& address) { replyTo_ = address; }
+  QString replyTo() const { return replyTo_; }
+  void setSubject(const QString& subject) { subject_ = subject; }
+  QString subject() const { return subject_; }
+  void setBody(const QString& body) { body_ = body; }
+  QString body() const { return body_; }
+  // File paths joined by the list delimiter.
+  void setAttachments(const QString& list) { attachments_ = list; }
+  QString attachments() const { return attachments_; }
+  // X-Priority: 1 high, 3 normal, 5 low.
+  void setHeaderPriority(int priority) { headerPriority_ = priority; }
+  int headerPriority() const { return headerPriority_; }
+  void setListDelimiter(const QString& delimiter) { delimiter_ = delimiter; }
+  QString listDelimiter() const { return delimiter_; }
+
+  // The sending loop's options, in the order it sets them:
+  // protocol detail sent to Status: 0 none, 1 commands and replies, 2 also connection notes.
+  void setLogLevel(int level) { logLevel_ = level; }
+  int logLevel() const { return logLevel_; }
+  // 1 keeps the session to the same server open across the messages of one run.
+  void setKeepSession(int keep) { keepSession_ = keep != 0; }
+  bool keepSession() const { return keepSession_; }
+  // true: log in (AUTH) whenever a user name is set.
+  void setAuthenticate(bool on) { authenticate_ = on; }
+  bool authenticate() const { return authenticate_; }
+  // true: the body is HTML (what the composer stores); false: plain text, shown as it is.
+  void setHtmlBody(bool html) { htmlBody_ = html; }
+  bool htmlBody() const { return htmlBody_; }
+
+  // Giving up on a server that does not answer the connection, or stops answering midway.
+  void setConnectTimeout(int seconds) { connectTimeout_ = seconds; }
+  void setStallTimeout(int seconds) { stallTimeout_ = seconds; }
+
+  // Sends the message and returns when it has ended, after SendSuccesful or SendFailed.
+  bool Send();
+  // Asks the send in progress to stop; it then ends with SendFailed. No effect when idle.
+  void Cancel();
+  // Ends a kept session now (QUIT); the next Send connects afresh.
+  void closeSession();
+
+  bool isSending() const { return sending_; }
+  // Whether the last successful send went out on a session kept from an earlier one.
+  bool lastSendReusedSession() const { return reused_; }
+
+ Q_SIGNALS:
+  void Progress(QString text, int percent);
+  void SendFailed(QString reason);
+  void SendSuccesful();
+  void Status(QString text);
+
+ private:
+  bool fail(const QString& reason);
+  QString sessionKey() const;
+
+  QString server_, userName_, password_, fromAddress_, fromName_, recipients_, replyTo_;
+  QString subject_, body_, attachments_;
+  QString delimiter_ = QStringLiteral(";");
+  int port_ = 25;
+  int headerPriority_ = 3;
+  int logLevel_ = 0;
+  bool keepSession_ = false;
+  bool authenticate_ = true;
+  bool htmlBody_ = true;
+  int connectTimeout_ = 30;
+  int stallTimeout_ = 60;
+
+  bool sending_ = false;
+  bool reused_ = false;
+  std::atomic<bool> cancel_{false};
+  std::unique_ptr<smtp::Session> session_;
+  QString sessionKey_;
+};
+
+}  // namespace kvmail

@@ -1,0 +1,256 @@
+// The SMTP sender against the real sink: what arrives in the Maildir is read back with the
+// module's own MIME reader, and every failure reaches the user as SendFailed in Chinese.
+#include <gtest/gtest.h>
+
+#include "LoopbackServers.h"
+#include "SenderProbe.h"
+#include "TestEnv.h"
+#include "support/MimeMail.h"
+#include "transfer/SmtpSender.h"
+
+#include <QRandomGenerator>
+#include <QTcpServer>
+#include <QTemporaryDir>
+
+using namespace kvmail;
+using namespace kvtest;
+
+namespace {
+
+const QString kUser = QStringLiteral("t02");
+
+class SenderTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(loopbackServers().ok()) << loopbackServers().error.toStdString();
+    ASSERT_TRUE(clearMailbox(kUser));
+    ASSERT_TRUE(files.isValid());
+    sender.setServer(loopbackServers().host);
+    sender.setPort(loopbackServers().smtpPort);
+    sender.setFromAddress(QStringLiteral("sales@kvmail.localhost"));
+    sender.setFromName(QStringLiteral("销售部"));
+    sender.setRecipients(addressOf(kUser));
+    sender.setSubject(QStringLiteral("测试邮件"));
+    sender.setBody(QStringLiteral("<html><body><p>您好！</p></body></html>"));
+  }
+
+  QString makeFile(const QString& name, const QByteArray& bytes) {
+    const QString path = files.filePath(name);
+    EXPECT_TRUE(writeAll(path, bytes));
+    return path;
+  }
+
+  ParsedMail onlyMail() {
+    if (!waitForMail(kUser, 1)) return {};
+    const QStringList mails = listMails(kUser);
+    EXPECT_EQ(mails.size(), 1);
+    return readMailFile(mails.first());
+  }
+
+  // The password in every form it could leak in.
+  static bool leaksPassword(const QString& text) {
+    const QString pass = loopbackServers().password;
+    return text.contains(pass) || text.contains(QString::fromLatin1(pass.toUtf8().toBase64())) ||
+           text.contains(QString::fromLatin1(
+               (QByteArray(1, 0) + kUser.toUtf8() + QByteArray(1, 0) + pass.toUtf8()).toBase64()));
+  }
+
+  QTemporaryDir files;
+  SmtpSender sender;
+};
+
+TEST_F(SenderTest, DeliversTheComposedMessage) {
+  const QByteArray sheet = QByteArray::fromHex("d0cf11e0a1b11ae1") + QByteArray(5000, '\x7f');
+  QByteArray picture(70000, '\0');
+  for (char& c : picture) c = char(QRandomGenerator::global()->bounded(256));
+  const QString a1 = makeFile(QStringLiteral("报价单.xls"), sheet);
+  const QString a2 = makeFile(QStringLiteral("产品 图片.png"), picture);
+
+  sender.setRecipients(addressOf(kUser) + QStringLiteral("; 王芳 <") + addressOf(kUser) + u'>');
+  sender.setReplyTo(QStringLiteral("reply@kvmail.localhost"));
+  sender.setSubject(QStringLiteral("二季度报价"));
+  sender.setBody(
+      QStringLiteral("<html><body><p>王经理：附件是二季度报价，请查收。</p></body></html>"));
+  sender.setAttachments(a1 + QStringLiteral(" ; ") + a2 + u';');
+  sender.setHeaderPriority(1);
+  SenderProbe probe(sender);
+
+  ASSERT_TRUE(sender.Send()) << probe.failures.join(u'\n').toStdString();
+  EXPECT_EQ(probe.successes, 1);
+  EXPECT_TRUE(probe.failures.isEmpty());
+  EXPECT_FALSE(probe.offThread) << "events must arrive on the UI thread";
+  ASSERT_FALSE(probe.percents.isEmpty());
+  EXPECT_EQ(probe.percents.last(), 100);
+  EXPECT_TRUE(probe.status.isEmpty()) << "log level 0 sends no protocol detail";
+
+  const ParsedMail mail = onlyMail();
+  ASSERT_TRUE(mail.ok);
+  EXPECT_EQ(mail.subject, QStringLiteral("二季度报价"));
+  EXPECT_TRUE(mail.htmlBody.contains(QStringLiteral("王经理：附件是二季度报价，请查收。")));
+  EXPECT_EQ(mail.from.address, QStringLiteral("sales@kvmail.localhost"));
+  EXPECT_EQ(mail.from.name, QStringLiteral("销售部"));
+  EXPECT_EQ(mail.replyTo.address, QStringLiteral("reply@kvmail.localhost"));
+  EXPECT_EQ(mail.priority, 1);
+  ASSERT_EQ(mail.to.size(), 2);
+  EXPECT_EQ(mail.to[1].name, QStringLiteral("王芳"));
+  EXPECT_TRUE(mail.cc.isEmpty());
+  EXPECT_TRUE(mail.bcc.isEmpty());
+  ASSERT_EQ(mail.attachments.size(), 2);
+  EXPECT_EQ(mail.attachments[0].fileName, QStringLiteral("报价单.xls"));
+  EXPECT_EQ(mail.attachments[0].data, sheet);
+  EXPECT_EQ(mail.attachments[1].fileName, QStringLiteral("产品 图片.png"));
+  EXPECT_EQ(mail.attachments[1].data, picture);
+
+  const QByteArray raw = readMail(listMails(kUser).first());
+  EXPECT_TRUE(raw.contains("charset=gb2312") || raw.contains("charset=\"gb2312\""));
+  EXPECT_EQ(raw.count("\n"), raw.count("\r\n")) << "CR LF line ends throughout";
+}
+
+TEST_F(SenderTest, HeaderPriorityAndPlainBody) {
+  sender.setHeaderPriority(5);
+  sender.setHtmlBody(false);
+  sender.setBody(QStringLiteral("第一行 <不是标签>\r\n第二行"));
+  ASSERT_TRUE(sender.Send());
+  const ParsedMail mail = onlyMail();
+  EXPECT_EQ(mail.priority, 5);
+  EXPECT_TRUE(mail.htmlBody.contains(QStringLiteral("第一行 &lt;不是标签&gt;<br>")));
+  EXPECT_TRUE(mail.htmlBody.contains(QStringLiteral("第二行")));
+}
+
+TEST_F(SenderTest, AuthIsAcceptedAndThePasswordNeverShows) {
+  sender.setUserName(kUser);
+  sender.setPassword(loopbackServers().password);
+  sender.setAuthenticate(true);
+  sender.setLogLevel(2);
+  SenderProbe probe(sender);
+  ASSERT_TRUE(sender.Send()) << probe.failures.join(u'\n').toStdString();
+
+  const QString shown = probe.shown();
+  EXPECT_TRUE(shown.contains(QStringLiteral("\nAUTH "))) << shown.toStdString();
+  EXPECT_TRUE(shown.contains(QStringLiteral("235")));
+  EXPECT_TRUE(shown.contains(QStringLiteral("RCPT TO:<") + addressOf(kUser) + u'>'));
+  EXPECT_FALSE(leaksPassword(shown)) << shown.toStdString();
+  EXPECT_FALSE(probe.offThread);
+  EXPECT_TRUE(waitForMail(kUser, 1));
+}
+
+TEST_F(SenderTest, WithoutTheAuthFlagNoLoginIsTried) {
+  sender.setUserName(kUser);
+  sender.setPassword(QStringLiteral("not-even-checked"));
+  sender.setAuthenticate(false);
+  sender.setLogLevel(1);
+  SenderProbe probe(sender);
+  ASSERT_TRUE(sender.Send()) << probe.failures.join(u'\n').toStdString();
+  EXPECT_FALSE(probe.status.join(u'\n').contains(QStringLiteral("\nAUTH ")));
+  EXPECT_TRUE(probe.status.join(u'\n').contains(QStringLiteral("\nMAIL FROM:")));
+}
+
+TEST_F(SenderTest, WrongPasswordIsRefusedWithTheServersReply) {
+  sender.setUserName(kUser);
+  sender.setPassword(QStringLiteral("wrong-kvpass-123"));
+  sender.setLogLevel(2);
+  SenderProbe probe(sender);
+  EXPECT_FALSE(sender.Send());
+  EXPECT_EQ(probe.successes, 0);
+  ASSERT_EQ(probe.failures.size(), 1);
+  const QString reason = probe.failures.first();
+  EXPECT_TRUE(reason.contains(QStringLiteral("用户名和密码"))) << reason.toStdString();
+  EXPECT_TRUE(reason.contains(QStringLiteral("535"))) << reason.toStdString();
+  EXPECT_FALSE(probe.shown().contains(QStringLiteral("wrong-kvpass-123")));
+  EXPECT_FALSE(
+      probe.shown().contains(QString::fromLatin1(QByteArray("wrong-kvpass-123").toBase64())));
+  EXPECT_TRUE(listMails(kUser).isEmpty());
+}
+
+TEST_F(SenderTest, ServerDownFails) {
+  QTcpServer probePort;
+  ASSERT_TRUE(probePort.listen(QHostAddress::LocalHost));
+  const quint16 closed = probePort.serverPort();
+  probePort.close();  // nothing listens there any more
+
+  sender.setPort(closed);
+  SenderProbe probe(sender);
+  EXPECT_FALSE(sender.Send());
+  ASSERT_EQ(probe.failures.size(), 1);
+  EXPECT_TRUE(probe.failures.first().contains(QStringLiteral("无法连接到SMTP服务器")));
+  EXPECT_TRUE(probe.failures.first().contains(QString::number(closed)));
+  EXPECT_EQ(probe.successes, 0);
+}
+
+TEST_F(SenderTest, RejectedRecipientFailsTheWholeMessage) {
+  sender.setRecipients(addressOf(kUser) + QStringLiteral(";reject.me@kvmail.localhost"));
+  SenderProbe probe(sender);
+  EXPECT_FALSE(sender.Send());
+  ASSERT_EQ(probe.failures.size(), 1);
+  const QString reason = probe.failures.first();
+  EXPECT_TRUE(reason.contains(QStringLiteral("拒绝了收件人<reject.me@kvmail.localhost>")))
+      << reason.toStdString();
+  EXPECT_TRUE(reason.contains(QStringLiteral("服务器回复：550"))) << reason.toStdString();
+  EXPECT_TRUE(listMails(kUser).isEmpty()) << "a failed message must not half-arrive";
+}
+
+TEST_F(SenderTest, CancelDuringALargeSendEndsIt) {
+  QByteArray big(40 * 1024 * 1024, '\0');
+  for (qsizetype i = 0; i < big.size(); i += 4096) big[i] = char(i / 4096);
+  sender.setAttachments(makeFile(QStringLiteral("大文件.bin"), big));
+  SenderProbe probe(sender);
+  // Pressing stop once the upload is under way, as the transfer window does.
+  const auto stop = QObject::connect(&sender, &SmtpSender::Progress, [this](QString, int percent) {
+    if (percent >= 10) sender.Cancel();
+  });
+  EXPECT_FALSE(sender.Send());
+  EXPECT_FALSE(sender.isSending());
+  EXPECT_EQ(probe.successes, 0);
+  ASSERT_EQ(probe.failures.size(), 1);
+  EXPECT_TRUE(probe.failures.first().contains(QStringLiteral("取消")))
+      << probe.failures.first().toStdString();
+  EXPECT_LT(probe.percents.last(), 100);
+  EXPECT_FALSE(waitForMail(kUser, 1, 500)) << "a cancelled message is not delivered";
+
+  // The sender is usable again at once.
+  QObject::disconnect(stop);
+  sender.setAttachments(QString());
+  EXPECT_TRUE(sender.Send());
+  EXPECT_TRUE(waitForMail(kUser, 1));
+}
+
+TEST_F(SenderTest, TwoSendsOnOneKeptSession) {
+  sender.setKeepSession(1);
+  sender.setSubject(QStringLiteral("第一封"));
+  ASSERT_TRUE(sender.Send());
+  EXPECT_FALSE(sender.lastSendReusedSession());
+  sender.setSubject(QStringLiteral("第二封"));
+  ASSERT_TRUE(sender.Send());
+  EXPECT_TRUE(sender.lastSendReusedSession());
+
+  ASSERT_TRUE(waitForMail(kUser, 2));
+  const QStringList mails = listMails(kUser);
+  EXPECT_EQ(readMailFile(mails[0]).subject, QStringLiteral("第一封"));
+  EXPECT_EQ(readMailFile(mails[1]).subject, QStringLiteral("第二封"));
+
+  // A rejected message does not spoil the session for the next one.
+  sender.setRecipients(QStringLiteral("reject@kvmail.localhost"));
+  EXPECT_FALSE(sender.Send());
+  sender.setRecipients(addressOf(kUser));
+  EXPECT_TRUE(sender.Send());
+  EXPECT_TRUE(waitForMail(kUser, 3));
+
+  // Without keeping, every message has a session of its own.
+  sender.setKeepSession(0);
+  ASSERT_TRUE(sender.Send());
+  ASSERT_TRUE(sender.Send());
+  EXPECT_FALSE(sender.lastSendReusedSession());
+}
+
+TEST_F(SenderTest, AnotherLoginDoesNotReuseTheSession) {
+  sender.setKeepSession(1);
+  ASSERT_TRUE(sender.Send());
+  sender.setUserName(kUser);
+  sender.setPassword(loopbackServers().password);
+  ASSERT_TRUE(sender.Send());
+  EXPECT_FALSE(sender.lastSendReusedSession());
+  ASSERT_TRUE(sender.Send());
+  EXPECT_TRUE(sender.lastSendReusedSession());
+}
+
+}  // namespace

@@ -1,0 +1,102 @@
+// Faults the real sink cannot produce (a server that stops answering, a dropped connection),
+// and input the sender refuses before it connects anywhere.
+#include <gtest/gtest.h>
+
+#include "FakeSmtpServer.h"
+#include "SenderProbe.h"
+#include "transfer/SmtpSender.h"
+
+using namespace kvmail;
+using namespace kvtest;
+
+namespace {
+
+class SenderFaultTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    sender.setServer(QStringLiteral("127.0.0.1"));
+    sender.setFromAddress(QStringLiteral("a@kvmail.localhost"));
+    sender.setRecipients(QStringLiteral("b@kvmail.localhost"));
+    sender.setSubject(QStringLiteral("故障"));
+    sender.setBody(QStringLiteral("<p>x</p>"));
+    sender.setStallTimeout(1);
+    sender.setConnectTimeout(30);  // the stall limit, not this one, must end these sends
+  }
+
+  QString sendTo(FakeSmtpServer& server) {
+    sender.setPort(server.port());
+    SenderProbe probe(sender);
+    EXPECT_FALSE(sender.Send());
+    EXPECT_EQ(probe.successes, 0);
+    EXPECT_EQ(probe.failures.size(), 1);
+    return probe.failures.value(0);
+  }
+
+  SmtpSender sender;
+};
+
+TEST_F(SenderFaultTest, AServerThatStopsAnsweringIsGivenUp) {
+  FakeSmtpServer silent(FakeSmtpServer::Fault::SilentAfterGreeting);
+  const QString reason = sendTo(silent);
+  EXPECT_TRUE(reason.contains(QStringLiteral("长时间没有响应"))) << reason.toStdString();
+}
+
+TEST_F(SenderFaultTest, AMessageNeverConfirmedIsAFailure) {
+  FakeSmtpServer silent(FakeSmtpServer::Fault::SilentAfterData);
+  const QString reason = sendTo(silent);
+  EXPECT_TRUE(reason.contains(QStringLiteral("长时间没有响应"))) << reason.toStdString();
+  EXPECT_TRUE(silent.commands.contains("DATA"));
+}
+
+TEST_F(SenderFaultTest, ADroppedConnectionIsReported) {
+  FakeSmtpServer rude(FakeSmtpServer::Fault::CloseAfterEhlo);
+  const QString reason = sendTo(rude);
+  EXPECT_TRUE(reason.contains(QStringLiteral("连接意外中断"))) << reason.toStdString();
+}
+
+TEST_F(SenderFaultTest, EnvelopeAddressesGoInAngleBrackets) {
+  FakeSmtpServer silent(FakeSmtpServer::Fault::SilentAfterData);
+  sender.setRecipients(QStringLiteral("王芳 <b@kvmail.localhost>;c@kvmail.localhost"));
+  sendTo(silent);
+  EXPECT_TRUE(silent.commands.contains("MAIL FROM:<a@kvmail.localhost>"));
+  EXPECT_TRUE(silent.commands.contains("RCPT TO:<b@kvmail.localhost>"));
+  EXPECT_TRUE(silent.commands.contains("RCPT TO:<c@kvmail.localhost>"));
+}
+
+TEST_F(SenderFaultTest, BadInputIsRefusedBeforeConnecting) {
+  SenderProbe probe(sender);
+  FakeSmtpServer watcher(FakeSmtpServer::Fault::SilentAfterGreeting);
+  sender.setPort(watcher.port());
+
+  sender.setRecipients(QStringLiteral(" ; "));
+  EXPECT_FALSE(sender.Send());
+  sender.setRecipients(QStringLiteral("b@x>\r\nRCPT TO:<evil@x"));
+  EXPECT_FALSE(sender.Send());
+  sender.setRecipients(QStringLiteral("b@kvmail.localhost"));
+  sender.setFromAddress(QStringLiteral("a b@x"));
+  EXPECT_FALSE(sender.Send());
+  sender.setFromAddress(QStringLiteral("a@kvmail.localhost"));
+  sender.setAttachments(QStringLiteral("/no/such/folder/报价.xls"));
+  EXPECT_FALSE(sender.Send());
+  sender.setAttachments(QString());
+  sender.setServer(QStringLiteral("  "));
+  EXPECT_FALSE(sender.Send());
+
+  ASSERT_EQ(probe.failures.size(), 5);
+  EXPECT_TRUE(probe.failures[0].contains(QStringLiteral("没有收件人")));
+  EXPECT_TRUE(probe.failures[1].contains(QStringLiteral("收件人地址")));
+  EXPECT_TRUE(probe.failures[2].contains(QStringLiteral("发件人地址")));
+  EXPECT_TRUE(probe.failures[3].contains(QStringLiteral("无法生成要发送的邮件")));
+  EXPECT_TRUE(probe.failures[4].contains(QStringLiteral("SMTP服务器")));
+  EXPECT_EQ(probe.successes, 0);
+  EXPECT_TRUE(watcher.commands.isEmpty()) << "nothing may reach a server";
+}
+
+TEST_F(SenderFaultTest, CancelWhenIdleDoesNotSpoilTheNextSend) {
+  FakeSmtpServer ok(FakeSmtpServer::Fault::SilentAfterGreeting);
+  sender.Cancel();
+  const QString reason = sendTo(ok);
+  EXPECT_FALSE(reason.contains(QStringLiteral("取消"))) << reason.toStdString();
+}
+
+}  // namespace
