@@ -160,6 +160,7 @@ Session::~Session() {
   // Guard the QUIT that cleanup says on a kept connection, so a dead server cannot hold us up.
   if (d_->easy) {
     curl_easy_setopt(d_->easy, CURLOPT_TIMEOUT, 5L);
+    curl_easy_setopt(d_->easy, CURLOPT_SERVER_RESPONSE_TIMEOUT, 5L);
     curl_easy_cleanup(d_->easy);
   }
 }

@@ -38,6 +38,7 @@ void FakeSmtpServer::onLine(QTcpSocket* socket, const QByteArray& line) {
     inData_ = true;
     socket->write("354 go ahead\r\n");
   } else if (verb == "QUIT") {
+    if (fault_ == Fault::SilentOnQuit) return;
     socket->write("221 bye\r\n");
     socket->disconnectFromHost();
   } else {

@@ -14,6 +14,7 @@ class FakeSmtpServer : public QObject {
     SilentAfterGreeting,  // greets, then never answers
     SilentAfterData,      // takes the whole message, then never confirms it
     CloseAfterEhlo,       // hangs up instead of answering EHLO
+    SilentOnQuit,         // takes the message, then never answers QUIT
   };
 
   explicit FakeSmtpServer(Fault fault);

@@ -54,6 +54,17 @@ TEST_F(SenderFaultTest, ADroppedConnectionIsReported) {
   EXPECT_TRUE(reason.contains(QStringLiteral("连接意外中断"))) << reason.toStdString();
 }
 
+TEST_F(SenderFaultTest, EndingAKeptSessionDoesNotWaitForeverOnQuit) {
+  FakeSmtpServer mute(FakeSmtpServer::Fault::SilentOnQuit);
+  sender.setPort(mute.port());
+  sender.setKeepSession(1);
+  ASSERT_TRUE(sender.Send());
+  sender.closeSession();  // returns although QUIT is never answered
+  EXPECT_TRUE(mute.commands.contains("QUIT"));
+  EXPECT_TRUE(sender.Send());
+  EXPECT_FALSE(sender.lastSendReusedSession());
+}
+
 TEST_F(SenderFaultTest, EnvelopeAddressesGoInAngleBrackets) {
   FakeSmtpServer silent(FakeSmtpServer::Fault::SilentAfterData);
   sender.setRecipients(QStringLiteral("王芳 <b@kvmail.localhost>;c@kvmail.localhost"));
