@@ -1,0 +1,283 @@
+#include "MainWindow.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMenuBar>
+#include <QStatusBar>
+#include <QTableWidget>
+#include <QToolBar>
+
+#include <functional>
+
+#include "AccountDialog.h"
+#include "DemoStore.h"
+#include "MailList.h"
+#include "service/IclsError.h"
+#include "support/Prompt.h"
+
+namespace kvmail::demo {
+namespace {
+
+const QString kErrorTitle = QStringLiteral("错误：");
+const QString kInfoTitle = QStringLiteral("提示：");
+// Separates the mail-merge records; customer names and addresses never hold it.
+const QString kRecordSeparator = QStringLiteral("|");
+
+}  // namespace
+
+MainWindow::MainWindow(std::shared_ptr<host::SqlHostSystem> host, long progId, QWidget* parent)
+    : QMainWindow(parent),
+      host_(std::move(host)),
+      progId_(progId),
+      mail_(std::make_unique<clsMail>()) {
+  setObjectName(QStringLiteral("MainWindow"));
+  setWindowTitle(QStringLiteral("kvHost 业务系统 — 邮件"));
+
+  list_ = new QTableWidget(this);
+  list_->setObjectName(QStringLiteral("mailList"));
+  list_->setColumnCount(int(mailListHeaders().size()));
+  list_->setHorizontalHeaderLabels(mailListHeaders());
+  list_->setSelectionBehavior(QAbstractItemView::SelectRows);
+  list_->setSelectionMode(QAbstractItemView::SingleSelection);
+  list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+  list_->verticalHeader()->hide();
+  list_->horizontalHeader()->setStretchLastSection(false);
+  list_->horizontalHeader()->setSectionResizeMode(4, QHeaderView::Stretch);
+  setCentralWidget(list_);
+  connect(list_, &QTableWidget::cellDoubleClicked, this, [this] { displayMail(); });
+
+  status_ = new QLabel(this);
+  status_->setObjectName(QStringLiteral("lblStatus"));
+  statusBar()->addWidget(status_, 1);
+  buildActions();
+
+  // The module reports back only through these events.
+  connect(mail_.get(), &clsMail::EvReturn, this, [this](const QString&, long) { refresh(); });
+  connect(mail_.get(), &clsMail::EvMailRead, this, [this](long) { refresh(); });
+  connect(mail_.get(), &clsMail::EvRecordMove, this, &MainWindow::onRecordMove);
+  connect(mail_.get(), &clsMail::EvDelete, this, &MainWindow::onDelete);
+  resize(960, 520);
+  refresh();
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  QMainWindow::closeEvent(event);
+  Q_EMIT closed();  // the host ends here, whatever module windows are still open
+}
+
+void MainWindow::buildActions() {
+  struct Entry {
+    const char* name;
+    QString text;
+    std::function<void()> run;
+  };
+  const QList<Entry> mailEntries = {
+      {"actNewMail", QStringLiteral("新邮件"), [this] { newMail(); }},
+      {"actBatchNew", QStringLiteral("批量新建"), [this] { batchNew(); }},
+      {"actSend", QStringLiteral("发送"), [this] { sendMail(); }},
+      {"actReceive", QStringLiteral("接收"), [this] { receiveMail(); }},
+      {"actSendReceive", QStringLiteral("发送/接收"), [this] { sendReceiveMail(); }},
+      {"actDisplay", QStringLiteral("显示"), [this] { displayMail(); }},
+      {"actReply", QStringLiteral("答复"), [this] { replyMail(); }},
+      {"actTransmit", QStringLiteral("转发"), [this] { transmitMail(); }},
+  };
+  QMenu* fileMenu = menuBar()->addMenu(QStringLiteral("文件(&F)"));
+  fileMenu->setObjectName(QStringLiteral("mnuFile"));
+  QMenu* mailMenu = menuBar()->addMenu(QStringLiteral("邮件(&M)"));
+  mailMenu->setObjectName(QStringLiteral("mnuMail"));
+  QToolBar* bar = addToolBar(QStringLiteral("邮件"));
+  bar->setObjectName(QStringLiteral("tbMain"));
+  bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
+
+  const auto make = [this](const char* name, const QString& text, std::function<void()> run) {
+    auto* action = new QAction(text, this);
+    action->setObjectName(QLatin1String(name));
+    connect(action, &QAction::triggered, this, [run = std::move(run)] { run(); });
+    return action;
+  };
+  for (const Entry& e : mailEntries) {
+    QAction* action = make(e.name, e.text, e.run);
+    mailMenu->addAction(action);
+    bar->addAction(action);
+    if (QLatin1String(e.name) == QLatin1String("actBatchNew") ||
+        QLatin1String(e.name) == QLatin1String("actSendReceive"))
+      bar->addSeparator();
+  }
+  QAction* account = make("actAccount", QStringLiteral("帐户设置..."), [this] { editAccount(); });
+  QAction* reload = make("actRefresh", QStringLiteral("刷新"), [this] { refresh(); });
+  QAction* quit = make("actQuit", QStringLiteral("退出"), [this] { close(); });
+  reload->setShortcut(QKeySequence::Refresh);
+  fileMenu->addAction(account);
+  fileMenu->addAction(reload);
+  fileMenu->addSeparator();
+  fileMenu->addAction(quit);
+  bar->addSeparator();
+  bar->addAction(account);
+}
+
+bool MainWindow::startMail(QString* error) {
+  started_ = mail_->Init(host_, progId_);
+  if (!started_ && error) *error = mail_->Error()->Description();
+  return started_;
+}
+
+bool MainWindow::ready() {
+  QString error;
+  if (started_ || startMail(&error)) return true;
+  showError(error);
+  return false;
+}
+
+void MainWindow::showError(const QString& text) {
+  prompt().messageBox(text, kErrorTitle, PromptIcon::Critical, PromptButtons::Ok, this);
+}
+
+void MainWindow::refresh() {
+  const long keep = currentMailId();
+  QString error;
+  const QList<MailRow> rows = readMailList(*host_, &error);
+  list_->setRowCount(int(rows.size()));
+  int queued = 0;
+  for (int r = 0; r < rows.size(); ++r) {
+    const QStringList texts = mailListTexts(rows[r]);
+    for (int c = 0; c < texts.size(); ++c) {
+      auto* item = new QTableWidgetItem(texts[c]);
+      item->setData(Qt::UserRole, qlonglong(rows[r].id));
+      if (!rows[r].read && rows[r].direction == 1) {
+        QFont bold = item->font();
+        bold.setBold(true);
+        item->setFont(bold);
+      }
+      list_->setItem(r, c, item);
+    }
+    if (rows[r].queued) ++queued;
+  }
+  list_->resizeColumnsToContents();
+  list_->horizontalHeader()->setSectionResizeMode(4, QHeaderView::Stretch);
+  if (!selectMail(keep) && !rows.isEmpty()) list_->selectRow(0);
+  status_->setText(error.isEmpty()
+                       ? QStringLiteral("共 %1 封邮件，%2 封待发").arg(rows.size()).arg(queued)
+                       : error);
+  Q_EMIT listRefreshed();
+}
+
+long MainWindow::currentMailId() const {
+  const auto selected = list_->selectionModel()->selectedRows();
+  if (selected.isEmpty()) return 0;
+  return list_->item(selected.first().row(), 0)->data(Qt::UserRole).toLongLong();
+}
+
+bool MainWindow::selectMail(long mailId) {
+  if (mailId <= 0) return false;
+  for (int r = 0; r < list_->rowCount(); ++r) {
+    if (list_->item(r, 0)->data(Qt::UserRole).toLongLong() == mailId) {
+      list_->selectRow(r);
+      return true;
+    }
+  }
+  return false;
+}
+
+int MainWindow::rowCount() const {
+  return list_->rowCount();
+}
+
+void MainWindow::onRecordMove(long direction, long* mailId) {
+  int row = -1;
+  for (int r = 0; r < list_->rowCount() && row < 0; ++r)
+    if (list_->item(r, 0)->data(Qt::UserRole).toLongLong() == *mailId) row = r;
+  const int target = row + (direction < 0 ? -1 : 1);
+  if (row < 0 || target < 0 || target >= list_->rowCount()) return;  // stays on the shown mail
+  list_->selectRow(target);
+  *mailId = currentMailId();
+}
+
+void MainWindow::onDelete(long* mailId) {
+  int row = 0;
+  for (int r = 0; r < list_->rowCount(); ++r)
+    if (list_->item(r, 0)->data(Qt::UserRole).toLongLong() == *mailId) row = r;
+  const QString error = host_->executeBound(
+      QStringLiteral("update msgmail set del=1 where 邮件ID=?"), {qlonglong(*mailId)});
+  if (!error.isEmpty()) {
+    showError(error);
+    return;  // the mail stays shown
+  }
+  list_->clearSelection();
+  refresh();
+  if (list_->rowCount() == 0) {
+    *mailId = 0;
+    return;
+  }
+  list_->selectRow(qMin(row, list_->rowCount() - 1));
+  *mailId = currentMailId();
+}
+
+long MainWindow::selectedOrAsk() {
+  const long id = currentMailId();
+  if (id <= 0)
+    prompt().messageBox(QStringLiteral("请先在列表中选择一封邮件！"), kInfoTitle,
+                        PromptIcon::Information, PromptButtons::Ok, this);
+  return id;
+}
+
+bool MainWindow::newMail() {
+  return ready() && mail_->NewMail();
+}
+
+bool MainWindow::batchNew() {
+  if (!ready()) return false;
+  QString error;
+  const QList<Customer> customers = readCustomers(*host_, &error);
+  if (!error.isEmpty()) {
+    showError(error);
+    return false;
+  }
+  if (mail_->CreateNew(mergeRecords(customers, kRecordSeparator), kRecordSeparator)) return true;
+  showError(mail_->Error()->Description());
+  return false;
+}
+
+bool MainWindow::sendMail() {
+  return ready() && mail_->SendMail(0);
+}
+
+bool MainWindow::receiveMail() {
+  return ready() && mail_->ReceiveMail();
+}
+
+bool MainWindow::sendReceiveMail() {
+  return ready() && mail_->SendReceiveMail();
+}
+
+bool MainWindow::displayMail() {
+  if (!ready()) return false;
+  const long id = selectedOrAsk();
+  return id > 0 && mail_->DisPlayMail(id, QStringLiteral("查看邮件"));
+}
+
+bool MainWindow::replyMail() {
+  if (!ready()) return false;
+  const long id = selectedOrAsk();
+  if (id > 0) mail_->ReplyMail(id);  // the module always answers false here
+  return id > 0;
+}
+
+bool MainWindow::transmitMail() {
+  if (!ready()) return false;
+  const long id = selectedOrAsk();
+  if (id > 0) mail_->TransmitMail(id);
+  return id > 0;
+}
+
+void MainWindow::editAccount() {
+  AccountDialog dialog(*host_, this);
+  if (dialog.exec() != QDialog::Accepted) return;
+  QString error;
+  if (!startMail(&error)) showError(error);  // the module reads the account again
+}
+
+}  // namespace kvmail::demo

@@ -1,0 +1,71 @@
+#pragma once
+// The demo host's main window: its mail list over msgmail and a menu and toolbar that call every
+// operation of the mail module. It answers the module's events the way a host application does.
+#include <QMainWindow>
+
+#include <memory>
+
+#include "SqlHostSystem.h"
+#include "service/clsMail.h"
+
+class QLabel;
+class QTableWidget;
+
+namespace kvmail::demo {
+
+class MainWindow : public QMainWindow {
+  Q_OBJECT
+ public:
+  MainWindow(std::shared_ptr<host::SqlHostSystem> host, long progId, QWidget* parent = nullptr);
+  ~MainWindow() override;
+
+  // Binds the module to the store; false with the module's error text when there is no account.
+  bool startMail(QString* error = nullptr);
+  clsMail& mail() { return *mail_; }
+  host::SqlHostSystem& host() { return *host_; }
+
+  void refresh();
+  // The mail identifier of the selected row, or 0.
+  long currentMailId() const;
+  bool selectMail(long mailId);
+  int rowCount() const;
+
+  // The module's events, answered as a host does (public so scripted runs and tests reach them).
+  // A move: direction -1 previous, 1 next; *mailId holds the shown mail and gets the one to show.
+  void onRecordMove(long direction, long* mailId);
+  // Marks the mail deleted (del=1) and writes the mail now shown into *mailId, 0 when none is left.
+  void onDelete(long* mailId);
+
+  // The operations behind the menu and toolbar; each answers what the module answered.
+  bool newMail();
+  bool batchNew();
+  bool sendMail();
+  bool receiveMail();
+  bool sendReceiveMail();
+  bool displayMail();
+  bool replyMail();
+  bool transmitMail();
+  void editAccount();
+
+ Q_SIGNALS:
+  void listRefreshed();
+  void closed();
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  void buildActions();
+  bool ready();
+  long selectedOrAsk();
+  void showError(const QString& text);
+
+  std::shared_ptr<host::SqlHostSystem> host_;
+  long progId_;
+  std::unique_ptr<clsMail> mail_;
+  bool started_ = false;
+  QTableWidget* list_ = nullptr;
+  QLabel* status_ = nullptr;
+};
+
+}  // namespace kvmail::demo
