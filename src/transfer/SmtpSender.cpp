@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QSysInfo>
 
@@ -115,15 +116,20 @@ bool SmtpSender::Send() {
 
   Q_EMIT Progress(QStringLiteral("正在连接SMTP服务器 %1:%2...").arg(job.host).arg(job.port), 0);
   sending_ = true;
-  int lastStep = -1;  // worker side only: Progress every tenth of the upload
+  // Worker side only: a tenth of the upload at a time, at most every 100 ms, and the end;
+  // each Progress wakes the UI thread, which costs small messages more than it shows.
+  int lastStep = 0;
+  QElapsedTimer sinceLast;
+  sinceLast.start();
   const smtp::Session::LineFn line = [this](const QString& text) {
     QMetaObject::invokeMethod(
         this, [this, text] { Q_EMIT Status(text); }, Qt::QueuedConnection);
   };
-  const smtp::Session::ProgressFn progress = [this, &lastStep](qint64 sent, qint64 total) {
+  const smtp::Session::ProgressFn progress = [&, this](qint64 sent, qint64 total) {
     const int step = int(sent * 10 / total);
-    if (step == lastStep) return;
+    if (step == lastStep || (step < 10 && sinceLast.elapsed() < 100)) return;
     lastStep = step;
+    sinceLast.restart();
     const QString text = QStringLiteral("正在发送邮件：已发送 %1%（%2 KB/%3 KB）")
                              .arg(step * 10)
                              .arg((sent + 1023) / 1024)
