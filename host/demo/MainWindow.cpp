@@ -92,6 +92,9 @@ void MainWindow::buildActions() {
   QToolBar* bar = addToolBar(QStringLiteral("邮件"));
   bar->setObjectName(QStringLiteral("tbMain"));
   bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
+  fileMenu->menuAction()->setObjectName(QStringLiteral("mnuFile"));
+  mailMenu->menuAction()->setObjectName(QStringLiteral("mnuMail"));
+  bar->toggleViewAction()->setObjectName(QStringLiteral("actShowToolbar"));
 
   const auto make = [this](const char* name, const QString& text, std::function<void()> run) {
     auto* action = new QAction(text, this);

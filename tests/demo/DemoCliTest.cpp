@@ -1,0 +1,214 @@
+// kvhost's command line as a script runs it, against the loopback Dovecot and SMTP sink: the
+// account is the one the fixture serves (t30), the queued mail goes to t31.
+#include <gtest/gtest.h>
+
+#include <QTcpServer>
+#include <QTemporaryDir>
+
+#include "DemoRig.h"
+#include "HostStore.h"
+#include "KvhostProcess.h"
+#include "LoopbackServers.h"
+#include "TestEnv.h"
+#include "store/Statements.h"
+
+using kvtest::ProcessResult;
+
+namespace {
+
+const QString kUser = QStringLiteral("t30");
+const QString kRecipient = QStringLiteral("t31");
+constexpr int kRunMs = 120000;
+
+class KvhostCommandLine : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const auto& servers = kvtest::loopbackServers();
+    ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
+    ASSERT_TRUE(kvtest::clearMailbox(kUser));
+    ASSERT_TRUE(kvtest::clearMailbox(kRecipient));
+    db = dir.filePath(QStringLiteral("host.db"));
+  }
+
+  // A store whose account logs in as t30 at the fixture's SMTP port, as a host would set it up.
+  void seedFixtureAccount() {
+    ASSERT_EQ(kvmail::host::createStore(db), QString());
+    kvmail::host::SqlHostSystem host(kvmail::host::HostOptions::sqlite(db));
+    ASSERT_EQ(host.open(), QString());
+    kvmail::host::AccountSeed seed;
+    seed.userId = QStringLiteral("1");
+    seed.isDefault = true;
+    seed.name = QStringLiteral("测试帐户");
+    seed.userName = kUser;
+    seed.password = kvtest::loopbackServers().password;
+    seed.smtp = QStringLiteral("127.0.0.1");
+    seed.smtpPort = kvtest::loopbackServers().smtpPort;
+    seed.fromName = QStringLiteral("测试");
+    seed.fromAddress = kvtest::addressOf(kUser);
+    seed.pop3 = QStringLiteral("127.0.0.1");
+    ASSERT_EQ(kvmail::host::seedAccount(host, seed), QString());
+  }
+
+  long queueTo(const QString& user, const QString& subject) {
+    kvmail::host::SqlHostSystem host(kvmail::host::HostOptions::sqlite(db));
+    host.open();
+    kvmail::OutgoingMail mail;
+    mail.from = {QStringLiteral("测试"), kvtest::addressOf(kUser)};
+    mail.to = {{QStringLiteral("收件人"), kvtest::addressOf(user)}};
+    mail.subject = subject;
+    mail.htmlBody = QStringLiteral("<p>您好，这是一封测试邮件。</p>");
+    QString error;
+    const long id = kvmail::demo::queueMail(host, mail, &error);
+    EXPECT_GT(id, 0) << error.toStdString();
+    return id;
+  }
+
+  QString value(const QString& sql) {
+    kvmail::host::SqlHostSystem host(kvmail::host::HostOptions::sqlite(db));
+    host.open();
+    const auto rs = host.openQuery(sql);
+    return rs && !rs->atEnd() ? rs->text(0) : QString();
+  }
+
+  ProcessResult kvhost(QStringList args) {
+    args.prepend(db);
+    args.prepend(QStringLiteral("--db"));
+    return kvtest::runProgram(QStringLiteral(KVHOST_PROGRAM), args, kvtest::headlessEnvironment(),
+                              kRunMs, dir.path());
+  }
+
+  QStringList pop3Port() {
+    return {QStringLiteral("--pop3-port"), QString::number(kvtest::loopbackServers().pop3Port)};
+  }
+
+  QTemporaryDir dir;
+  QString db;
+};
+
+quint16 closedPort() {
+  QTcpServer probe;
+  probe.listen(QHostAddress::LocalHost, 0);
+  const quint16 port = probe.serverPort();
+  probe.close();  // nothing listens there any more
+  return port;
+}
+
+}  // namespace
+
+TEST_F(KvhostCommandLine, ListOnAFreshStoreMakesTheDemoStoreAndShowsNoMail) {
+  const ProcessResult r = kvhost({QStringLiteral("list")});
+  ASSERT_TRUE(r.finished) << r.err.toStdString();
+  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  EXPECT_TRUE(r.out.startsWith(QStringLiteral("编号\t类别\t发件人"))) << r.out.toStdString();
+  EXPECT_TRUE(r.out.contains(QStringLiteral("共 0 封邮件")));
+  EXPECT_EQ(value(QStringLiteral("select mausername||':'||masmtpport from mailaccount")),
+            QStringLiteral("demo:2525"));
+  EXPECT_EQ(value(QStringLiteral("select progname from xt_objects")), QStringLiteral("客户对账"));
+}
+
+TEST_F(KvhostCommandLine, SendReceiveSendsTheQueueAndStoresTheMailbox) {
+  seedFixtureAccount();
+  const long queued = queueTo(kRecipient, QStringLiteral("发往 t31 的测试邮件"));
+  ASSERT_FALSE(kvtest::dropMail(kUser,
+                                "From: a@kvmail.test\r\nTo: t30@kvmail.localhost\r\n"
+                                "Subject: incoming one\r\n\r\nHello.\r\n")
+                   .isEmpty());
+
+  const ProcessResult r = kvhost(QStringList{QStringLiteral("send-receive")} + pop3Port());
+  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  EXPECT_TRUE(r.out.contains(QStringLiteral("EvReturn %1 2").arg(queued))) << r.out.toStdString();
+  EXPECT_TRUE(r.out.contains(QStringLiteral("EvMailRead "))) << r.out.toStdString();
+  EXPECT_TRUE(r.out.contains(QStringLiteral("---- 传输日志 ----")));
+  EXPECT_TRUE(r.out.contains(QStringLiteral("PASS *****")));
+  EXPECT_TRUE(r.out.contains(QStringLiteral("结果：成功")));
+  EXPECT_FALSE(r.all().contains(kvtest::loopbackServers().password));
+
+  ASSERT_TRUE(kvtest::waitForMail(kRecipient, 1));
+  EXPECT_TRUE(kvtest::readMail(kvtest::listMails(kRecipient).first()).contains("Subject:"));
+  EXPECT_EQ(value(QStringLiteral("select messageID||'/'||是否已读 from msgmail where 邮件ID=%1")
+                      .arg(queued)),
+            QStringLiteral("127.0.0.1/1"));
+  EXPECT_EQ(value(QStringLiteral("select 主题 from msgmail where CshgnsID=1")),
+            QStringLiteral("incoming one"));
+
+  const ProcessResult list = kvhost({QStringLiteral("list")});
+  EXPECT_TRUE(list.out.contains(QStringLiteral("收件"))) << list.out.toStdString();
+  EXPECT_TRUE(list.out.contains(QStringLiteral("已发")));
+  EXPECT_TRUE(list.out.contains(QStringLiteral("共 2 封邮件")));
+}
+
+TEST_F(KvhostCommandLine, UnreachablePop3ServerFailsTheRun) {
+  seedFixtureAccount();
+  const ProcessResult r = kvhost(
+      {QStringLiteral("receive"), QStringLiteral("--pop3-port"), QString::number(closedPort())});
+  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
+  EXPECT_TRUE(r.out.contains(QStringLiteral("结果：失败"))) << r.out.toStdString();
+  EXPECT_TRUE(r.out.contains(QStringLiteral("---- 传输日志 ----")));
+}
+
+TEST_F(KvhostCommandLine, SmtpPortOptionRewritesTheAccountAndAFailedSendKeepsTheMailQueued) {
+  seedFixtureAccount();
+  const long queued = queueTo(kRecipient, QStringLiteral("不会发出的邮件"));
+  const ProcessResult r = kvhost(
+      {QStringLiteral("send"), QStringLiteral("--smtp-port"), QString::number(closedPort())});
+  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
+  EXPECT_EQ(value(QStringLiteral("select messageID from msgmail where 邮件ID=%1").arg(queued)),
+            QString());
+  EXPECT_NE(value(QStringLiteral("select masmtpport from mailaccount")).toInt(),
+            kvtest::loopbackServers().smtpPort);
+}
+
+TEST_F(KvhostCommandLine, MessageBoxesGoToStderrAndAreAnswered) {
+  seedFixtureAccount();
+  const ProcessResult r = kvhost({QStringLiteral("send")});
+  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  EXPECT_TRUE(r.err.contains(QStringLiteral("[消息框] 提示： 没有要发送的邮件！ [确定]")))
+      << r.err.toStdString();
+  EXPECT_TRUE(r.out.contains(QStringLiteral("没有要执行的任务。")));
+}
+
+TEST_F(KvhostCommandLine, SendReceiveOnAnEmptyQueueStillReceives) {
+  seedFixtureAccount();
+  const ProcessResult r = kvhost(QStringList{QStringLiteral("send-receive")} + pop3Port());
+  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  EXPECT_TRUE(r.err.contains(QStringLiteral("没有要发送的邮件！")));
+  EXPECT_TRUE(r.out.contains(QStringLiteral("QUIT")));
+}
+
+TEST_F(KvhostCommandLine, QueueCommandPutsTheDemoMailInTheQueue) {
+  seedFixtureAccount();
+  const ProcessResult r = kvhost({QStringLiteral("queue")});
+  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  EXPECT_EQ(value(QStringLiteral("select count(*) from msgmail where CshgnsID=2 and messageID=''")),
+            QStringLiteral("1"));
+  EXPECT_EQ(value(QStringLiteral("select 发件人邮箱 from msgmail")), kvtest::addressOf(kUser));
+}
+
+TEST_F(KvhostCommandLine, UsageErrorsAndAMissingDisplayAreExplained) {
+  ProcessResult r = kvhost({QStringLiteral("fetch")});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(r.err.contains(QStringLiteral("未知的命令：fetch"))) << r.err.toStdString();
+  EXPECT_TRUE(r.err.contains(QStringLiteral("用法：kvhost")));
+
+  r = kvhost({});  // the window needs a screen; none is there
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(r.err.contains(QStringLiteral("没有图形显示"))) << r.err.toStdString();
+
+  r = kvtest::runProgram(QStringLiteral(KVHOST_PROGRAM), {QStringLiteral("--help")},
+                         kvtest::headlessEnvironment(), kRunMs);
+  EXPECT_EQ(r.exitCode, 0);
+  EXPECT_TRUE(r.out.contains(QStringLiteral("send-receive")));
+}
+
+TEST_F(KvhostCommandLine, AStoreThatCannotBeOpenedIsReported) {
+  db = dir.filePath(QStringLiteral("not-a-db"));
+  ASSERT_TRUE(kvtest::writeAll(db, QByteArray(4096, 'x')));
+  const ProcessResult r = kvhost({QStringLiteral("list")});
+  EXPECT_EQ(r.exitCode, 3) << r.all().toStdString();
+  EXPECT_TRUE(r.err.contains(QStringLiteral("无法打开数据库："))) << r.err.toStdString();
+}

@@ -1,0 +1,260 @@
+// The demo's windows offscreen: the account dialog, the main window's list, actions and its
+// answers to the module's events, and the console prompt of scripted runs.
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QTableWidget>
+#include <QTest>
+#include <QTimer>
+
+#include "AccountDialog.h"
+#include "ConsolePrompt.h"
+#include "DemoRig.h"
+#include "MainWindow.h"
+#include "ScriptedPrompt.h"
+#include "composer/FrmNewMail.h"
+#include "model/IBundle.h"
+#include "model/IMessage.h"
+#include "transfer/FrmSend.h"
+#include "viewer/FrmMail.h"
+
+using namespace kvmail::demo;
+using kvtest::DemoRig;
+
+namespace {
+
+template <typename T>
+T* child(QWidget& parent, const char* name) {
+  T* found = parent.findChild<T*>(QLatin1String(name));
+  EXPECT_NE(found, nullptr) << name;
+  return found;
+}
+
+long queueOne(DemoRig& rig) {
+  QString error;
+  return queueMail(*rig.host,
+                   demoOutgoingMail(QStringLiteral("演示"), QStringLiteral("demo@kvmail.test")),
+                   &error);
+}
+
+QString passwordColumn(DemoRig& rig) {
+  return rig.value(QStringLiteral("select mapassword from mailaccount"));
+}
+
+}  // namespace
+
+TEST(DemoAccountDialog, ShowsEveryFieldButNeverThePassword) {
+  DemoRig rig;
+  AccountDialog dialog(*rig.host);
+  EXPECT_EQ(child<QLineEdit>(dialog, "txtName")->text(), QStringLiteral("演示邮箱"));
+  EXPECT_EQ(child<QLineEdit>(dialog, "txtSmtp")->text(), QStringLiteral("127.0.0.1"));
+  EXPECT_EQ(child<QSpinBox>(dialog, "spnSmtpPort")->value(), 2525);
+  EXPECT_EQ(child<QLineEdit>(dialog, "txtUserName")->text(), QStringLiteral("demo"));
+  EXPECT_EQ(child<QLineEdit>(dialog, "txtFromAddress")->text(), QStringLiteral("demo@kvmail.test"));
+  EXPECT_EQ(child<QLineEdit>(dialog, "txtPop3")->text(), QStringLiteral("127.0.0.1"));
+  EXPECT_FALSE(child<QCheckBox>(dialog, "chkKeepOnServer")->isChecked());
+  EXPECT_TRUE(child<QCheckBox>(dialog, "chkDefault")->isChecked());
+  EXPECT_TRUE(child<QCheckBox>(dialog, "chkForUser")->isChecked());
+  auto* password = child<QLineEdit>(dialog, "txtPassword");
+  EXPECT_EQ(password->echoMode(), QLineEdit::Password);
+  EXPECT_FALSE(password->text().isEmpty());  // dots for the stored password
+  EXPECT_NE(password->text(), passwordColumn(rig));
+  for (QLineEdit* line : dialog.findChildren<QLineEdit*>())
+    EXPECT_FALSE(line->text().contains(QStringLiteral("kvpass")))
+        << line->objectName().toStdString();
+}
+
+TEST(DemoAccountDialog, OkWritesTheFieldsAndLeavesAnUntouchedPasswordAlone) {
+  DemoRig rig;
+  kvtest::ScopedPrompt prompt;
+  AccountDialog dialog(*rig.host);
+  child<QLineEdit>(dialog, "txtName")->setText(QStringLiteral("客服邮箱"));
+  child<QSpinBox>(dialog, "spnSmtpPort")->setValue(2526);
+  child<QCheckBox>(dialog, "chkKeepOnServer")->setChecked(true);
+  child<QCheckBox>(dialog, "chkDeleteAfterDays")->setChecked(true);
+  child<QSpinBox>(dialog, "spnDeleteDays")->setValue(14);
+  child<QCheckBox>(dialog, "chkIsOut")->setChecked(true);
+  child<QPushButton>(dialog, "cmdOk")->click();
+  EXPECT_EQ(dialog.result(), QDialog::Accepted);
+  EXPECT_TRUE(prompt->messages().isEmpty());
+  EXPECT_EQ(rig.value(QStringLiteral("select maname||'|'||masmtpport||'|'||maisnotdelete||"
+                                     "maisafterdaydelete||madeleteday||maisout from mailaccount")),
+            QStringLiteral("客服邮箱|2526|11141"));
+  EXPECT_EQ(passwordColumn(rig), QStringLiteral("kvpass"));
+}
+
+TEST(DemoAccountDialog, ATypedPasswordReplacesTheStoredOne) {
+  DemoRig rig;
+  AccountDialog dialog(*rig.host);
+  auto* password = child<QLineEdit>(dialog, "txtPassword");
+  password->selectAll();
+  QTest::keyClicks(password, QStringLiteral("s3cret"));
+  child<QPushButton>(dialog, "cmdOk")->click();
+  EXPECT_EQ(passwordColumn(rig), QStringLiteral("s3cret"));
+}
+
+TEST(DemoAccountDialog, BadInputIsShownAndTheStoreStaysAsItWas) {
+  DemoRig rig;
+  kvtest::ScopedPrompt prompt;
+  AccountDialog dialog(*rig.host);
+  child<QLineEdit>(dialog, "txtFromAddress")->setText(QStringLiteral("kein-at"));
+  child<QLineEdit>(dialog, "txtName")->setText(QStringLiteral("改了"));
+  child<QPushButton>(dialog, "cmdOk")->click();
+  EXPECT_NE(dialog.result(), QDialog::Accepted);
+  ASSERT_EQ(prompt->count(kvtest::ScriptedPrompt::Kind::MessageBox), 1);
+  EXPECT_EQ(prompt->records().first().title, QStringLiteral("错误："));
+  EXPECT_EQ(prompt->messages().first(), QStringLiteral("发件人地址“kein-at”不是有效的邮件地址！"));
+  EXPECT_EQ(rig.value(QStringLiteral("select maname from mailaccount")),
+            QStringLiteral("演示邮箱"));
+}
+
+TEST(DemoMainWindow, EveryActionIsNamedAndTheListShowsTheStore) {
+  DemoRig rig;
+  const long id = queueOne(rig);
+  MainWindow window(rig.host, kDemoProgId);
+  QStringList names;
+  for (QAction* action : window.findChildren<QAction*>()) {
+    if (action->isSeparator() || action->text().isEmpty()) continue;
+    if (action->objectName().isEmpty()) ADD_FAILURE() << action->text().toStdString();
+    names << action->objectName();
+  }
+  for (const char* name :
+       {"actNewMail", "actBatchNew", "actSend", "actReceive", "actSendReceive", "actDisplay",
+        "actReply", "actTransmit", "actAccount", "actRefresh", "actQuit"})
+    EXPECT_TRUE(names.contains(QLatin1String(name))) << name;
+  auto* list = child<QTableWidget>(window, "mailList");
+  ASSERT_EQ(list->rowCount(), 1);
+  EXPECT_EQ(list->item(0, 1)->text(), QStringLiteral("待发"));
+  EXPECT_EQ(window.currentMailId(), id);
+}
+
+TEST(DemoMainWindow, OperationsOpenTheModuleWindows) {
+  DemoRig rig;
+  kvtest::ScopedPrompt prompt;
+  const long id = queueOne(rig);
+  MainWindow window(rig.host, kDemoProgId);
+  ASSERT_TRUE(window.startMail());
+
+  ASSERT_TRUE(window.displayMail());
+  EXPECT_EQ(window.mail().viewerWindow()->mailId(), id);
+  EXPECT_TRUE(window.replyMail());
+  EXPECT_EQ(window.mail().composeWindow()->mailId(), id);
+  EXPECT_EQ(window.mail().composeWindow()->caption(), QStringLiteral("答复邮件"));
+  ASSERT_TRUE(window.newMail());
+  EXPECT_EQ(window.mail().composeWindow()->caption(), QStringLiteral("新邮件"));
+
+  // A batch: one message per customer, the template's placeholders filled.
+  ASSERT_TRUE(window.batchNew());
+  const auto bundle = window.mail().composeWindow()->bundle();
+  ASSERT_EQ(bundle->Count(), 3);
+  EXPECT_EQ(bundle->Item(1)->Subject(), QStringLiteral("致王经理：本月对账单"));
+  EXPECT_EQ(bundle->Item(3)->Subject(), QStringLiteral("致张总：本月对账单"));
+  EXPECT_TRUE(prompt->messages().isEmpty());
+}
+
+TEST(DemoMainWindow, WithoutASelectionTheHostAsksForOne) {
+  DemoRig rig;
+  kvtest::ScopedPrompt prompt;
+  MainWindow window(rig.host, kDemoProgId);
+  EXPECT_FALSE(window.displayMail());
+  EXPECT_FALSE(window.transmitMail());
+  EXPECT_EQ(prompt->messages(), QStringList(2, QStringLiteral("请先在列表中选择一封邮件！")));
+}
+
+TEST(DemoMainWindow, WithoutAnAccountTheModuleErrorIsShown) {
+  DemoRig rig;
+  rig.host->execute(QStringLiteral("delete from mailaccount"));
+  kvtest::ScopedPrompt prompt;
+  MainWindow window(rig.host, kDemoProgId);
+  EXPECT_FALSE(window.receiveMail());
+  ASSERT_EQ(prompt->messages(), QStringList{QStringLiteral("邮件帐户为空，请先设置！")});
+  EXPECT_EQ(prompt->records().first().title, QStringLiteral("错误："));
+}
+
+TEST(DemoMainWindow, ViewerMovesWalkTheListAndStopAtItsEnds) {
+  DemoRig rig;
+  const long first = queueOne(rig);
+  const long second = queueOne(rig);
+  const long third = queueOne(rig);  // the list runs third, second, first
+  MainWindow window(rig.host, kDemoProgId);
+  ASSERT_TRUE(window.startMail());
+  kvmail::FrmMail* viewer = window.mail().viewerWindow();
+
+  long id = third;
+  Q_EMIT viewer->RecordMove(1, &id);
+  EXPECT_EQ(id, second);
+  Q_EMIT viewer->RecordMove(1, &id);
+  EXPECT_EQ(id, first);
+  Q_EMIT viewer->RecordMove(1, &id);
+  EXPECT_EQ(id, first);  // no row after the last: stays
+  Q_EMIT viewer->RecordMove(-1, &id);
+  EXPECT_EQ(id, second);
+  EXPECT_EQ(window.currentMailId(), second);
+}
+
+TEST(DemoMainWindow, ViewerDeleteMarksTheRowAndMovesOn) {
+  DemoRig rig;
+  const long first = queueOne(rig);
+  const long second = queueOne(rig);
+  MainWindow window(rig.host, kDemoProgId);
+  ASSERT_TRUE(window.startMail());
+  kvmail::FrmMail* viewer = window.mail().viewerWindow();
+
+  long id = second;
+  Q_EMIT viewer->Delete(&id);
+  EXPECT_EQ(id, first);
+  EXPECT_EQ(rig.count(QStringLiteral("msgmail"), QStringLiteral("del=1")), 1);
+  EXPECT_EQ(rig.value(QStringLiteral("select 邮件ID from msgmail where del=1")).toLong(), second);
+  EXPECT_EQ(window.rowCount(), 1);
+  Q_EMIT viewer->Delete(&id);
+  EXPECT_EQ(id, 0);  // nothing left to show
+  EXPECT_EQ(window.rowCount(), 0);
+  EXPECT_EQ(rig.count(QStringLiteral("msgmail")), 2);  // marked, never removed
+}
+
+TEST(DemoMainWindow, ModuleEventsRefreshTheList) {
+  DemoRig rig;
+  MainWindow window(rig.host, kDemoProgId);
+  ASSERT_TRUE(window.startMail());
+  ASSERT_EQ(window.rowCount(), 0);
+  const long id = queueOne(rig);
+  Q_EMIT window.mail().transferWindow()->EvMailRead(id);
+  EXPECT_EQ(window.rowCount(), 1);
+  queueOne(rig);
+  Q_EMIT window.mail().composeWindow()->ReturnData(QStringLiteral("2"));
+  EXPECT_EQ(window.rowCount(), 2);
+}
+
+TEST(DemoMainWindow, SavedAccountIsWhatTheModuleUsesNext) {
+  DemoRig rig;
+  kvtest::ScopedPrompt prompt;
+  MainWindow window(rig.host, kDemoProgId);
+  ASSERT_TRUE(window.startMail());
+  QTimer::singleShot(0, [&window] {
+    auto* dialog = window.findChild<AccountDialog*>();
+    ASSERT_NE(dialog, nullptr);
+    dialog->findChild<QLineEdit*>(QStringLiteral("txtName"))->setText(QStringLiteral("新名字"));
+    dialog->findChild<QPushButton*>(QStringLiteral("cmdOk"))->click();
+  });
+  window.editAccount();
+  EXPECT_EQ(window.mail().account()->sName, QStringLiteral("新名字"));
+  EXPECT_EQ(window.mail().account()->sPassword, QStringLiteral("kvpass"));
+}
+
+TEST(DemoConsolePrompt, AnswersEveryBoxWithItsDefaultButton) {
+  EXPECT_EQ(ConsolePrompt::defaultAnswer(kvmail::PromptButtons::Ok), kvmail::PromptAnswer::Ok);
+  EXPECT_EQ(ConsolePrompt::defaultAnswer(kvmail::PromptButtons::OkCancel),
+            kvmail::PromptAnswer::Ok);
+  EXPECT_EQ(ConsolePrompt::defaultAnswer(kvmail::PromptButtons::YesNo), kvmail::PromptAnswer::Yes);
+  EXPECT_EQ(ConsolePrompt::defaultAnswer(kvmail::PromptButtons::YesNoCancel),
+            kvmail::PromptAnswer::Yes);
+  ConsolePrompt console(stdout);
+  EXPECT_TRUE(console.openFiles(QStringLiteral("打开"), {}, {}, true).isEmpty());
+  EXPECT_TRUE(console.saveFile(QStringLiteral("保存"), {}, {}).isEmpty());
+  EXPECT_FALSE(console.pickColour(Qt::red).has_value());
+  EXPECT_FALSE(console.openWithDesktop(QStringLiteral("/tmp/x.pdf")));
+}
