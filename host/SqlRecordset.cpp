@@ -37,6 +37,9 @@ void SqlRecordset::moveNext() {
   ++pos_;
   readOffsets_.clear();
   pending_.clear();
+  appended_.clear();
+  writers_.clear();
+  writeError_.clear();
 }
 
 int SqlRecordset::fieldCount() const {
@@ -120,23 +123,61 @@ QByteArray SqlRecordset::getChunk(const QString& column, qint64 length) {
 void SqlRecordset::setValue(const QString& column, const QVariant& value) {
   const int index = indexOf(column);
   currentRow();
+  appended_.remove(index);
   pending_[index] = value;
 }
 
 void SqlRecordset::appendChunk(const QString& column, const QByteArray& bytes) {
   const int index = indexOf(column);
   currentRow();
-  // The first append of an edit replaces the stored value, later ones add to it.
-  const auto it = pending_.constFind(index);
-  QByteArray joined = it == pending_.constEnd()               ? QByteArray("")
-                      : it->typeId() == QMetaType::QByteArray ? it->toByteArray()
-                                                              : it->toString().toUtf8();
-  joined.append(bytes);
-  pending_[index] = joined;
+  // With the size announced, SQLite takes the chunks straight into the row.
+  if (auto w = writers_.find(index); w != writers_.end()) {
+    if (writeError_.isEmpty()) writeError_ = w->second->write(bytes);
+    return;
+  }
+  if (expected_.contains(index) && !appended_.contains(index) && !updateTable_.isEmpty() &&
+      SqliteBlobWriter::isSqlite(connection_)) {
+    pending_.remove(index);  // the chunks replace whatever value was set before
+    auto writer = std::make_unique<SqliteBlobWriter>();
+    writeError_ = writer->open(connection_, updateTable_, columns_.at(index), updateWhere_,
+                               expected_.take(index));
+    if (writeError_.isEmpty()) writeError_ = writer->write(bytes);
+    writers_[index] = std::move(writer);
+    return;
+  }
+  // The first append of an edit replaces the stored value, later ones add to it in place
+  // (a copy per chunk would make a large stored file cost quadratic time).
+  auto it = appended_.find(index);
+  if (it == appended_.end()) {
+    const auto set = pending_.constFind(index);
+    QByteArray start = set == pending_.constEnd()               ? QByteArray("")
+                       : set->typeId() == QMetaType::QByteArray ? set->toByteArray()
+                                                                : set->toString().toUtf8();
+    pending_.remove(index);
+    start.reserve(qMax<qsizetype>(start.size(), qsizetype(expected_.take(index))));
+    it = appended_.insert(index, start);
+  }
+  it->append(bytes);
+}
+
+void SqlRecordset::expectChunks(const QString& column, qint64 totalBytes) {
+  const int index = indexOf(column);
+  currentRow();
+  if (totalBytes > 0 && totalBytes < (qint64(1) << 31)) expected_[index] = totalBytes;
 }
 
 QString SqlRecordset::update() {
   if (atEnd()) return QStringLiteral("数据库错误：没有当前记录可以保存。");
+  for (auto& [index, writer] : writers_) {
+    const QString finished = writer->finish();
+    if (writeError_.isEmpty()) writeError_ = finished;
+    rows_[pos_][index] = QVariant();  // written in place; read it again through a new query
+  }
+  writers_.clear();
+  if (!writeError_.isEmpty()) return std::exchange(writeError_, QString());
+  for (auto it = appended_.begin(); it != appended_.end(); ++it)
+    pending_[it.key()] = QVariant(std::move(it.value()));
+  appended_.clear();
   if (pending_.isEmpty()) return {};
   if (updateTable_.isEmpty())
     return QStringLiteral("数据库错误：只有单表且带条件的查询才能保存修改。");
@@ -161,6 +202,9 @@ void SqlRecordset::close() {
   pos_ = 0;
   readOffsets_.clear();
   pending_.clear();
+  appended_.clear();
+  writers_.clear();
+  writeError_.clear();
 }
 
 }  // namespace kvmail::host

@@ -8,6 +8,11 @@
 #include <QStringList>
 #include <QVariantList>
 
+#include <map>
+#include <memory>
+
+#include "SqliteBlobWriter.h"
+
 namespace kvmail::host {
 
 class SqlRecordset : public IRecordset {
@@ -34,6 +39,7 @@ class SqlRecordset : public IRecordset {
 
   void setValue(const QString& column, const QVariant& value) override;
   void appendChunk(const QString& column, const QByteArray& bytes) override;
+  void expectChunks(const QString& column, qint64 totalBytes) override;
   QString update() override;
   void close() override;
 
@@ -50,6 +56,10 @@ class SqlRecordset : public IRecordset {
   qsizetype pos_ = 0;
   QHash<int, qint64> readOffsets_;
   QHash<int, QVariant> pending_;
+  QHash<int, QByteArray> appended_;  // stored-file columns being filled chunk by chunk
+  QHash<int, qint64> expected_;      // sizes announced by expectChunks
+  std::map<int, std::unique_ptr<SqliteBlobWriter>> writers_;  // columns written in place
+  QString writeError_;
 };
 
 }  // namespace kvmail::host

@@ -4,7 +4,7 @@ set -euo pipefail
 
 PACKAGES=(
   g++ cmake ninja-build pkg-config ccache
-  qt6-base-dev libqt6sql6-sqlite libqt6sql6-psql libgl-dev
+  qt6-base-dev libqt6sql6-sqlite libqt6sql6-psql libgl-dev libsqlite3-dev
   libgmime-3.0-dev libcurl4-openssl-dev
   libgtest-dev libbenchmark-dev
   dovecot-core dovecot-pop3d python3 python3-aiosmtpd

@@ -37,6 +37,11 @@ class IRecordset {
   // Changing the current row: set fields, append chunks to a stored-file column, then save.
   virtual void setValue(const QString& column, const QVariant& value) = 0;
   virtual void appendChunk(const QString& column, const QByteArray& bytes) = 0;
+  // A hint before appending: the stored file's full size, so a large file is not regrown.
+  virtual void expectChunks(const QString& column, qint64 totalBytes) {
+    Q_UNUSED(column);
+    Q_UNUSED(totalBytes);
+  }
   // Saves the current row; the error text, empty on success.
   virtual QString update() = 0;
   virtual void close() = 0;

@@ -34,6 +34,7 @@ bool fileToColumn(long key, const QString& path, const QString& column, IHostSys
 
   const qint64 length = file.size();
   rs->setValue(column, QString(""));
+  rs->expectChunks(column, length);
   rs->appendChunk(column, file.read(length % kStoredFileChunk));
   for (qint64 i = 0; i < length / kStoredFileChunk; ++i)
     rs->appendChunk(column, file.read(kStoredFileChunk));
