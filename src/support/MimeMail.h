@@ -38,8 +38,14 @@ struct ParsedMail {
 
 // Reads a message; broken or truncated input yields what could be read.
 // Text labelled gb2312 is decoded as GB18030; defaultCharset is used for unlabelled 8-bit text.
-ParsedMail readMailBytes(const QByteArray& raw, const QString& defaultCharset = {});
-ParsedMail readMailFile(const QString& path, const QString& defaultCharset = {});
+// How much of the parts to read: everything, or only the headers and which parts there are
+// (attachments then carry no data and the bodies stay empty) for callers that store the file.
+enum class MimeParts { WithContent, StructureOnly };
+
+ParsedMail readMailBytes(const QByteArray& raw, const QString& defaultCharset = {},
+                         MimeParts parts = MimeParts::WithContent);
+ParsedMail readMailFile(const QString& path, const QString& defaultCharset = {},
+                        MimeParts parts = MimeParts::WithContent);
 
 // Saves each attachment under folder by its own file name (replacing older files);
 // answers the full paths in order. Names are stripped of folder parts, characters no file system

@@ -5,6 +5,8 @@
 #include <QMimeDatabase>
 #include <QRegularExpression>
 
+#include <fcntl.h>
+
 #include <memory>
 
 #include "support/MimeCharset.h"
@@ -93,7 +95,8 @@ QString metaCharset(const QByteArray& html) {
 
 class Reader {
  public:
-  explicit Reader(const QString& defaultCharset) : defaultCharset_(defaultCharset) {
+  Reader(const QString& defaultCharset, MimeParts parts)
+      : defaultCharset_(defaultCharset), withContent_(parts == MimeParts::WithContent) {
     ensureGMime();
     options_ = g_mime_parser_options_new();
     const QByteArray first = mime::converterName(defaultCharset);
@@ -115,13 +118,33 @@ class Reader {
     if (raw.trimmed().isEmpty()) return mail;
     const qsizetype start = headerStart(raw);
     if (!looksLikeHeaders(raw, start)) return readHeaderless(raw);
-
     GRef<GMimeStream> stream(
         g_mime_stream_mem_new_with_buffer(raw.constData() + start, raw.size() - start));
-    GRef<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
+    return readStream(stream.get(), raw);
+  }
+
+  // Parses straight from the file, so a large mail is not copied into memory first.
+  ParsedMail readFile(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) return {};
+    const QByteArray head = file.peek(64 * 1024);
+    if (head.trimmed().isEmpty()) return {};
+    const qsizetype start = headerStart(head);
+    if (!looksLikeHeaders(head, start)) return readHeaderless(file.readAll());
+    file.close();
+    GRef<GMimeStream> whole(
+        g_mime_stream_fs_open(QFile::encodeName(path).constData(), O_RDONLY, 0, nullptr));
+    if (!whole) return {};
+    GRef<GMimeStream> stream(g_mime_stream_substream(whole.get(), start, -1));
+    return readStream(stream.get(), QByteArray());
+  }
+
+  ParsedMail readStream(GMimeStream* stream, const QByteArray& raw) {
+    ParsedMail mail;
+    GRef<GMimeParser> parser(g_mime_parser_new_with_stream(stream));
     g_mime_parser_set_format(parser.get(), GMIME_FORMAT_MESSAGE);
     GRef<GMimeMessage> message(g_mime_parser_construct_message(parser.get(), options_));
-    if (!message) return readHeaderless(raw);
+    if (!message) return raw.isNull() ? mail : readHeaderless(raw);
 
     mail.ok = true;
     GMimeObject* top = GMIME_OBJECT(message.get());
@@ -307,8 +330,15 @@ class Reader {
                               .compare(QLatin1String("attachment"), Qt::CaseInsensitive) == 0;
     const bool html = type == QLatin1String("text/html");
     const bool plain = type == QLatin1String("text/plain");
+    const bool body =
+        (html || plain) && !attached && name.isEmpty() && (html ? !htmlTaken_ : !textTaken_);
+    if (!withContent_) {
+      (html ? htmlTaken_ : textTaken_) |= body;
+      if (!body) addAttachment(mail, obj, name, QByteArray(), inRelated);
+      return;
+    }
     const QByteArray data = partBytes(part);
-    if ((html || plain) && !attached && name.isEmpty() && (html ? !htmlTaken_ : !textTaken_)) {
+    if (body) {
       QString charset = utf8(g_mime_object_get_content_type_parameter(obj, "charset"));
       if (charset.isEmpty() && html) charset = metaCharset(data);
       const QString text = normaliseLineEnds(mime::decodeText(data, charset, defaultCharset_));
@@ -337,7 +367,7 @@ class Reader {
       GMimeMessage* inner = g_mime_message_part_get_message(GMIME_MESSAGE_PART(obj));
       QByteArray data;
       QString name = fileName(obj);
-      if (inner) {
+      if (inner && withContent_) {
         GRef<GMimeStream> mem(g_mime_stream_mem_new());
         g_mime_object_write_to_stream(GMIME_OBJECT(inner), nullptr, mem.get());
         data = streamBytes(mem.get());
@@ -353,6 +383,7 @@ class Reader {
   }
 
   QString defaultCharset_;
+  bool withContent_ = true;
   QList<QByteArray> fallbacks_;
   GMimeParserOptions* options_ = nullptr;
   bool htmlTaken_ = false;
@@ -361,15 +392,14 @@ class Reader {
 
 }  // namespace
 
-ParsedMail readMailBytes(const QByteArray& raw, const QString& defaultCharset) {
-  Reader reader(defaultCharset);
+ParsedMail readMailBytes(const QByteArray& raw, const QString& defaultCharset, MimeParts parts) {
+  Reader reader(defaultCharset, parts);
   return reader.read(raw);
 }
 
-ParsedMail readMailFile(const QString& path, const QString& defaultCharset) {
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly)) return {};
-  return readMailBytes(file.readAll(), defaultCharset);
+ParsedMail readMailFile(const QString& path, const QString& defaultCharset, MimeParts parts) {
+  Reader reader(defaultCharset, parts);
+  return reader.readFile(path);
 }
 
 }  // namespace kvmail
