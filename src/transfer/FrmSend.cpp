@@ -43,6 +43,9 @@ QString now() {
 FrmSend::FrmSend(QWidget* parent) : QWidget(parent) {
   setObjectName(QStringLiteral("FrmSend"));
   buildUi();
+  refreshTimer_.setSingleShot(true);
+  refreshTimer_.setInterval(40);
+  connect(&refreshTimer_, &QTimer::timeout, this, &FrmSend::refreshNow);
 }
 
 FrmSend::~FrmSend() = default;
@@ -151,8 +154,9 @@ void FrmSend::StartTasks() {
   lvTasks_->clear();
   lvErrors_->clear();  // a new run starts with an empty error list
   txt_->clear();
-  progBar_->setRange(0, 100);
-  progBar_->setValue(0);
+  pendingLog_.clear();
+  setProgressRange(0, 100);
+  setProgressValue(0);
   cmdStop_->setEnabled(true);
 
   const long n = bundle_ ? bundle_->Count() : 0;
@@ -220,6 +224,7 @@ void FrmSend::FinishReceive() {
   }
   setRowDone(plTaskRow_, !cmdStop_->isEnabled());
   updateSummary();
+  refreshNow();
   closeWhenDone();
   finished_ = true;
 }
@@ -232,6 +237,7 @@ void FrmSend::FailReceive(const QString& reason) {
   xTab_->setCurrentIndex(1);
   setTaskState(plTaskRow_, QStringLiteral("失败"));
   updateSummary();
+  refreshNow();
   finished_ = true;
 }
 
@@ -257,6 +263,7 @@ void FrmSend::FinishSend(int sent, int failed) {
   }
   if (stopped) runOk_ = false;
   updateSummary();
+  refreshNow();
 }
 
 void FrmSend::setRowDone(int row, bool cancelled) {
@@ -292,6 +299,7 @@ void FrmSend::onReceiveEnded(bool ok) {
 
 void FrmSend::endRun() {
   if (sending_ || receiving_) return;
+  refreshNow();
   Q_EMIT TasksEnded(runOk_);
 }
 
@@ -325,26 +333,47 @@ void FrmSend::onDetails() {
 
 void FrmSend::WriteLog(const QString& text, int level) {
   if (level <= 0) return;
-  QString line = text + kCrLf;
-  line.replace(kCrLf, QStringLiteral("\n"));
-  txt_->moveCursor(QTextCursor::End);
-  txt_->insertPlainText(line);
-  txt_->moveCursor(QTextCursor::End);
+  pendingLog_ += text;
+  pendingLog_ += kCrLf;
+  scheduleRefresh();
 }
 
 void FrmSend::setCaption(const QString& text) {
   caption_ = text;
-  lblCaption_->setText(QString(text).replace(kCrLf, QStringLiteral("\n")));
+  scheduleRefresh();
 }
 
 void FrmSend::setProgressRange(int minimum, int maximum) {
-  progBar_->setRange(minimum, maximum);
+  progressMin_ = minimum;
+  progressMax_ = maximum;
+  progressValue_ = qBound(minimum, progressValue_, maximum);
+  scheduleRefresh();
 }
 int FrmSend::progressValue() const {
-  return progBar_->value();
+  return progressValue_;
 }
 void FrmSend::setProgressValue(int value) {
-  if (value >= progBar_->minimum() && value <= progBar_->maximum()) progBar_->setValue(value);
+  if (value < progressMin_ || value > progressMax_) return;  // as the bar itself ignores it
+  progressValue_ = value;
+  scheduleRefresh();
+}
+
+void FrmSend::scheduleRefresh() {
+  if (!refreshTimer_.isActive()) refreshTimer_.start();
+}
+
+void FrmSend::refreshNow() {
+  refreshTimer_.stop();
+  lblCaption_->setText(QString(caption_).replace(kCrLf, QStringLiteral("\n")));
+  if (progBar_->minimum() != progressMin_ || progBar_->maximum() != progressMax_)
+    progBar_->setRange(progressMin_, progressMax_);
+  progBar_->setValue(progressValue_);
+  if (!pendingLog_.isEmpty()) {
+    txt_->moveCursor(QTextCursor::End);
+    txt_->insertPlainText(pendingLog_.replace(kCrLf, QStringLiteral("\n")));
+    txt_->moveCursor(QTextCursor::End);
+    pendingLog_.clear();
+  }
 }
 
 void FrmSend::setTaskText(int row, const QString& text) {

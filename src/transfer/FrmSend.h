@@ -4,6 +4,7 @@
 // Controls carry the names callers and tests look for: "LV(0)" tasks, "LV(1)" errors, "Txt",
 // "lblCaption", "lblMessage", "ProgBar", "Animation1", "Img", "XTab", "Cmd(0)" close,
 // "Cmd(1)" stop, "Cmd(2)" details, "Chk".
+#include <QTimer>
 #include <QWidget>
 
 #include <memory>
@@ -85,6 +86,10 @@ class FrmSend : public QWidget, public ITransferView {
   void onReceiveEnded(bool ok);
   void endRun();
   void closeWhenDone();
+  // Caption, progress and log reach the widgets at most every few tens of milliseconds: a
+  // repaint per received piece would cost more than the transfer itself.
+  void scheduleRefresh();
+  void refreshNow();
   int addTaskRow(const QString& text);
   void setRowDone(int row, bool cancelled);
   void updateSummary();
@@ -115,6 +120,9 @@ class FrmSend : public QWidget, public ITransferView {
   bool runOk_ = true;
   QString caption_;
   int stallMs_ = 120000;
+  int progressMin_ = 0, progressMax_ = 100, progressValue_ = 0;
+  QString pendingLog_;
+  QTimer refreshTimer_;
 
   std::unique_ptr<SendEngine> sender_;
   std::unique_ptr<ReceivedMailStore> store_;

@@ -268,8 +268,7 @@ void Pop3Session::stageMessageText(const QByteArray& reply) {
     nextMessage(true);
     return;
   }
-  const bool saved = save_ ? save_(text, psUIDL_) : false;
-  text = QByteArray();
+  const bool saved = save_ ? save_(std::move(text), psUIDL_) : false;
   // Deleted on the server only after its row and file are stored.
   if (saved && account_.bIsDelete) {
     sendDele();

@@ -32,7 +32,7 @@ class Pop3Session : public QObject {
   Q_OBJECT
  public:
   // Stores one retrieved message; true only when the row and its file are stored.
-  using SaveFn = std::function<bool(const QByteArray& text, const QString& uidl)>;
+  using SaveFn = std::function<bool(QByteArray text, const QString& uidl)>;
 
   Pop3Session(ITransferView& view, IHostSystem& host, const clsAccount& account, SaveFn save,
               QObject* parent = nullptr);

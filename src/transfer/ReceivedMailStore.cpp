@@ -36,7 +36,7 @@ ReceivedMailStore::ReceivedMailStore(ITransferView& view, IHostSystem& host,
                                      const clsAccount& account, QObject* parent)
     : QObject(parent), view_(view), host_(host), account_(account) {}
 
-bool ReceivedMailStore::SaveReceivedMail(const QByteArray& text, const QString& uidl) {
+bool ReceivedMailStore::SaveReceivedMail(QByteArray text, const QString& uidl) {
   const QString path = tempFilePath(QStringLiteral("temp.eml"));
   view_.WriteLog(QStringLiteral("正在写文件:") + path, 1);
   {
@@ -45,8 +45,9 @@ bool ReceivedMailStore::SaveReceivedMail(const QByteArray& text, const QString& 
     // The bytes as the server sent them, and the line break the file always ended with.
     if (file.write(text) != text.size() || file.write("\r\n", 2) != 2) return false;
   }
+  text = QByteArray();  // the file holds it now; a large mail is not kept twice
   const qint64 size = QFileInfo(path).size();
-  const ParsedMail mail = readMailFile(path, QStringLiteral("gb2312"));
+  const ParsedMail mail = readMailFile(path, QStringLiteral("gb2312"), MimeParts::StructureOnly);
 
   // The row and its file go in together or not at all, so a failure never leaves a stored
   // UIDL without its message (which would stop the next session from fetching it again).

@@ -18,7 +18,8 @@ class ReceivedMailStore : public QObject {
                     QObject* parent = nullptr);
 
   // True only when the row and its file were both stored; the server copy may then go.
-  bool SaveReceivedMail(const QByteArray& text, const QString& uidl);
+  // The text is taken over (moved in) so that a large mail is not held twice.
+  bool SaveReceivedMail(QByteArray text, const QString& uidl);
 
  Q_SIGNALS:
   void EvMailRead(long mailId);

@@ -24,7 +24,7 @@ void drawBox(QPainter& p, const QRectF& r, const QColor& colour) {
 
 TransferAnimation::TransferAnimation(QWidget* parent) : QWidget(parent) {
   setMinimumSize(220, 44);
-  timer_.setInterval(60);
+  timer_.setInterval(100);
   connect(&timer_, &QTimer::timeout, this, [this] {
     frame_ = (frame_ + 1) % kFrames;
     update();
