@@ -13,6 +13,8 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
+#include <sys/resource.h>
+
 #include <cstdio>
 
 #include "HostStore.h"
@@ -30,6 +32,14 @@ long rssKb(const char* field) {
       return line.mid(qstrlen(field)).trimmed().split(' ').first().toLong();
   return 0;
 }
+
+double cpuSeconds(bool system = false) {
+  rusage u{};
+  getrusage(RUSAGE_SELF, &u);
+  const timeval& t = system ? u.ru_stime : u.ru_utime;
+  return t.tv_sec + t.tv_usec / 1e6;
+}
+double lastCpu = 0, lastSys = 0;
 
 void resetPeak() {
   QFile f(QStringLiteral("/proc/self/clear_refs"));
@@ -77,10 +87,13 @@ double receiveOnce(const QString& user, int expected) {
   kvmail::FrmSend window;
   QSignalSpy ended(&window, &kvmail::FrmSend::TasksEnded);
   QElapsedTimer t;
+  const double cpu0 = cpuSeconds(), sys0 = cpuSeconds(true);
   t.start();
   window.py_Init(nullptr, store.host.get(), account, false, QStringLiteral("接收"));
   if (ended.isEmpty() && !ended.wait(600000)) return -1;
   const double seconds = t.nsecsElapsed() / 1e9;
+  lastCpu = cpuSeconds() - cpu0;
+  lastSys = cpuSeconds(true) - sys0;
   const auto rs = store.host->openQuery(QStringLiteral("select count(*) from msgmail"));
   const int stored = rs && !rs->atEnd() ? rs->text(0).toInt() : 0;
   if (stored != expected) {
@@ -171,7 +184,8 @@ int main(int argc, char** argv) {
     const double ref = referenceOnce(user, count);
     const double kv = receiveOnce(user, count);
     if (ref < 0 || kv < 0) return 1;
-    std::printf("round %d: kvMail %.3f s, poplib %.3f s\n", r + 1, kv, ref);
+    std::printf("round %d: kvMail %.3f s (user %.3f s, system %.3f s), poplib %.3f s\n", r + 1, kv,
+                lastCpu, lastSys, ref);
     ours = qMin(ours, kv);
     theirs = qMin(theirs, ref);
   }

@@ -44,7 +44,7 @@ FrmSend::FrmSend(QWidget* parent) : QWidget(parent) {
   setObjectName(QStringLiteral("FrmSend"));
   buildUi();
   refreshTimer_.setSingleShot(true);
-  refreshTimer_.setInterval(40);
+  refreshTimer_.setInterval(120);
   connect(&refreshTimer_, &QTimer::timeout, this, &FrmSend::refreshNow);
 }
 

@@ -86,7 +86,7 @@ class FrmSend : public QWidget, public ITransferView {
   void onReceiveEnded(bool ok);
   void endRun();
   void closeWhenDone();
-  // Caption, progress and log reach the widgets at most every few tens of milliseconds: a
+  // Caption, progress and log reach the widgets a few times a second: a
   // repaint per received piece would cost more than the transfer itself.
   void scheduleRefresh();
   void refreshNow();
