@@ -114,6 +114,7 @@ void SendEngine::SendQueue(const BundlePtr& bundle) {
     prompt().messageBox(e.description(), QStringLiteral("错误："), PromptIcon::Critical);
     return;
   }
+  poSendMail_->closeSession();  // the session is kept only across the messages of one run
   view_.stopAnimation();
   view_.WriteLog(QStringLiteral("发送邮件结束:") + now() + kCrLf + kCrLf, 1);
   view_.FinishSend(sent_, failed_);

@@ -1,0 +1,226 @@
+// Sending the queue through the service and the transfer window, against the loopback SMTP sink
+// that delivers into Dovecot; and the round trip back in by POP3.
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTreeWidget>
+
+#include "LoopbackServers.h"
+#include "ServiceRig.h"
+#include "store/Statements.h"
+#include "transfer/FrmSend.h"
+
+using kvtest::ServiceRig;
+
+namespace {
+
+const QString kUser = QStringLiteral("t11");
+
+class SendQueue : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const auto& servers = kvtest::loopbackServers();
+    ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
+    ASSERT_TRUE(kvtest::clearMailbox(kUser));
+    ASSERT_TRUE(kvtest::clearMailbox(QStringLiteral("t12")));
+    rig.seedAccount(true, false, QStringLiteral("发送测试"));
+    rig.host->executeBound(
+        QStringLiteral("update mailaccount set masmtpport=?, mausername=?, mapassword=?"),
+        {servers.smtpPort, kUser, servers.password});
+    qputenv("KVMAIL_POP3_PORT", QByteArray::number(servers.pop3Port));
+    ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  }
+  void TearDown() override { qunsetenv("KVMAIL_POP3_PORT"); }
+
+  kvmail::OutgoingMail mail(const QString& subject, const QString& to) {
+    kvmail::OutgoingMail m;
+    m.from = {QStringLiteral("销售部"), QStringLiteral("sales@kvmail.test")};
+    m.to = {{QStringLiteral("客户"), to}};
+    m.cc = {{QString(), kvtest::addressOf(QStringLiteral("t12"))}};
+    m.subject = subject;
+    m.htmlBody = QStringLiteral("<p>您好，%1</p>").arg(subject);
+    return m;
+  }
+  QString file(const QString& name, const QByteArray& bytes) {
+    const QString path = rig.path(name);
+    QFile f(path);
+    f.open(QIODevice::WriteOnly);
+    f.write(bytes);
+    return path;
+  }
+  // Runs SendMail (or SendReceiveMail) and waits for the window to finish.
+  bool run(bool receiveToo = false) {
+    QSignalSpy ended(rig.mail->transferWindow(), &kvmail::FrmSend::TasksEnded);
+    const bool opened = receiveToo ? rig.mail->SendReceiveMail() : rig.mail->SendMail(0);
+    if (!opened) return false;
+    if (ended.isEmpty() && !ended.wait(60000)) return false;
+    ok = ended.first().first().toBool();
+    return true;
+  }
+  QString value(const QString& sql) {
+    const auto rs = rig.host->openQuery(sql);
+    return rs && !rs->atEnd() ? rs->text(0) : QString();
+  }
+  int queued() {
+    int n = 0;
+    for (auto rs = rig.host->openQuery(kvmail::sql::sendQueue()); rs && !rs->atEnd();
+         rs->moveNext())
+      ++n;
+    return n;
+  }
+  QString rowState() {
+    auto* lv = rig.mail->transferWindow()->findChild<QTreeWidget*>(QStringLiteral("LV(0)"));
+    return lv->topLevelItem(0)->text(1);
+  }
+  int errorRows() {
+    return rig.mail->transferWindow()
+        ->findChild<QTreeWidget*>(QStringLiteral("LV(1)"))
+        ->topLevelItemCount();
+  }
+
+  ServiceRig rig;
+  bool ok = false;
+};
+
+}  // namespace
+
+TEST_F(SendQueue, ThreeMailsGoOutWhole) {
+  const QString to = kvtest::addressOf(kUser);
+  kvmail::OutgoingMail a = mail(QStringLiteral("报价单"), to);
+  a.attachmentPaths = {file(QStringLiteral("报价单.xlsx"), QByteArray(5000, '\x07')),
+                       file(QStringLiteral("产品 目录.pdf"), QByteArray("%PDF-1.4 kv\n"))};
+  kvmail::OutgoingMail b = mail(QStringLiteral("紧急通知"), to);
+  b.headerPriority = 1;
+  const long idA = rig.queueMail(a, QStringLiteral("2026-11-20 08:00:00"));
+  const long idB = rig.queueMail(b, QStringLiteral("2026-11-20 09:00:00"));
+  const long idC =
+      rig.queueMail(mail(QStringLiteral("普通信"), to), QStringLiteral("2026-11-20 10:00:00"));
+  QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
+
+  ASSERT_TRUE(run());
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(rowState(), QStringLiteral("已完成"));
+  ASSERT_EQ(returned.size(), 3);
+  for (const auto& r : returned) EXPECT_EQ(r[1].toLongLong(), 2);
+  EXPECT_EQ(returned[0][0].toString(), QString::number(idC));  // newest first
+  for (long id : {idA, idB, idC}) {
+    EXPECT_EQ(value(QStringLiteral("select messageID from msgmail where 邮件ID=%1").arg(id)),
+              QStringLiteral("127.0.0.1"));
+    EXPECT_EQ(value(QStringLiteral("select 是否已读 from msgmail where 邮件ID=%1").arg(id)),
+              QStringLiteral("1"));
+  }
+  EXPECT_EQ(queued(), 0);
+
+  ASSERT_TRUE(kvtest::waitForMail(kUser, 3));
+  QMap<QString, kvmail::ParsedMail> bySubject;
+  for (const QString& path : kvtest::listMails(kUser)) {
+    const kvmail::ParsedMail m = kvmail::readMailBytes(kvtest::readMail(path));
+    bySubject.insert(m.subject, m);
+  }
+  ASSERT_EQ(bySubject.size(), 3);
+  const kvmail::ParsedMail& quote = bySubject[QStringLiteral("报价单")];
+  EXPECT_TRUE(quote.htmlBody.contains(QStringLiteral("您好，报价单")));
+  ASSERT_EQ(quote.attachments.size(), 2);
+  EXPECT_EQ(quote.attachments[0].fileName, QStringLiteral("报价单.xlsx"));
+  EXPECT_EQ(quote.attachments[0].data, QByteArray(5000, '\x07'));
+  EXPECT_EQ(quote.attachments[1].fileName, QStringLiteral("产品 目录.pdf"));
+  EXPECT_EQ(quote.to.size(), 1);
+  EXPECT_EQ(quote.to[0].address, kvtest::addressOf(kUser));
+  EXPECT_TRUE(quote.cc.isEmpty());  // only the To list reaches the sender, as it always has
+  EXPECT_EQ(bySubject[QStringLiteral("紧急通知")].priority, 1);
+  EXPECT_EQ(bySubject[QStringLiteral("普通信")].priority, 3);
+  EXPECT_EQ(kvtest::listMails(QStringLiteral("t12")).size(), 0);
+}
+
+TEST_F(SendQueue, RoundTripSendsThenReceivesTheSameMails) {
+  const QString to = kvtest::addressOf(kUser);
+  rig.queueMail(mail(QStringLiteral("往返一"), to), QStringLiteral("2026-11-20 08:00:00"));
+  rig.queueMail(mail(QStringLiteral("往返二"), to), QStringLiteral("2026-11-20 09:00:00"));
+  ASSERT_TRUE(run(true));
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(value(QStringLiteral("select count(*) from msgmail where CshgnsID=1")),
+            QStringLiteral("2"));
+  EXPECT_EQ(
+      value(QStringLiteral("select count(*) from msgmail where CshgnsID=1 and 主题='往返二'")),
+      QStringLiteral("1"));
+  EXPECT_EQ(queued(), 0);
+}
+
+TEST_F(SendQueue, ServerDownLeavesEveryMailQueued) {
+  rig.host->executeBound(QStringLiteral("update mailaccount set masmtpport=?"), {1});
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  const QString to = kvtest::addressOf(kUser);
+  rig.queueMail(mail(QStringLiteral("一"), to), QStringLiteral("2026-11-20 08:00:00"));
+  rig.queueMail(mail(QStringLiteral("二"), to), QStringLiteral("2026-11-20 09:00:00"));
+  ASSERT_TRUE(run());
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(queued(), 2);
+  EXPECT_EQ(errorRows(), 2);
+  EXPECT_EQ(rowState(), QStringLiteral("失败"));
+  EXPECT_EQ(rig.mail->transferWindow()->captionText(),
+            QStringLiteral("处理请求的任务时出错。请复查下列错误列表以获取详细信息"));
+}
+
+TEST_F(SendQueue, ARejectedRecipientFailsOnlyItsMail) {
+  const QString to = kvtest::addressOf(kUser);
+  rig.queueMail(mail(QStringLiteral("好"), to), QStringLiteral("2026-11-20 08:00:00"));
+  rig.queueMail(mail(QStringLiteral("坏"), QStringLiteral("reject-me@kvmail.test")),
+                QStringLiteral("2026-11-20 09:00:00"));
+  ASSERT_TRUE(run());
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(rowState(), QStringLiteral("警告"));
+  EXPECT_EQ(queued(), 1);
+  EXPECT_EQ(errorRows(), 1);
+  const QString reason = rig.mail->transferWindow()
+                             ->findChild<QTreeWidget*>(QStringLiteral("LV(1)"))
+                             ->topLevelItem(0)
+                             ->text(0);
+  EXPECT_TRUE(reason.contains(QStringLiteral("550"))) << reason.toStdString();
+  EXPECT_FALSE(reason.contains(kvtest::loopbackServers().password));
+}
+
+TEST_F(SendQueue, AFailingMarkStopsTheLoopWithoutReturnData) {
+  const QString to = kvtest::addressOf(kUser);
+  rig.queueMail(mail(QStringLiteral("后"), to), QStringLiteral("2026-11-20 08:00:00"));
+  const long newest =
+      rig.queueMail(mail(QStringLiteral("先"), to), QStringLiteral("2026-11-20 09:00:00"));
+  {
+    // A trigger is several statements: it goes in over a connection of the test's own.
+    QSqlDatabase db =
+        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("trigger"));
+    db.setDatabaseName(rig.path(QStringLiteral("store.db")));
+    ASSERT_TRUE(db.open());
+    QSqlQuery q(db);
+    ASSERT_TRUE(
+        q.exec(QStringLiteral("create trigger refuse_mark before update of 是否已读 on msgmail "
+                              "begin select raise(abort, 'marking refused'); end")));
+  }
+  QSqlDatabase::removeDatabase(QStringLiteral("trigger"));
+  QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
+  ASSERT_TRUE(run());
+  EXPECT_EQ(returned.size(), 0);
+  // The newest went out but could not be marked; the loop left before the second one.
+  ASSERT_TRUE(kvtest::waitForMail(kUser, 1));
+  EXPECT_EQ(kvtest::listMails(kUser).size(), 1);
+  EXPECT_EQ(value(QStringLiteral("select messageID from msgmail where 邮件ID=%1").arg(newest)),
+            QString());
+}
+
+TEST_F(SendQueue, StopEndsTheRunBetweenMails) {
+  const QString to = kvtest::addressOf(kUser);
+  for (int i = 0; i < 5; ++i)
+    rig.queueMail(mail(QStringLiteral("停%1").arg(i), to),
+                  QStringLiteral("2026-11-20 0%1:00:00").arg(i));
+  auto* stop = rig.mail->transferWindow()->findChild<QPushButton*>(QStringLiteral("Cmd(1)"));
+  QObject::connect(rig.mail.get(), &kvmail::clsMail::EvReturn, stop, [stop] {
+    if (stop->isEnabled()) stop->click();
+  });
+  ASSERT_TRUE(run());
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(rowState(), QStringLiteral("取消"));
+  EXPECT_EQ(queued(), 4);
+}
