@@ -26,7 +26,7 @@ trap cleanup EXIT
 
 bash "$SERVERS" stop "$STATE" >/dev/null 2>&1 || true
 rm -rf "$STATE"  # a fresh mailbox every time, so the pictures show the same mails
-bash "$SERVERS" start "$STATE" --pop3-port 11210 --smtp-port 12625 --find-free
+bash "$SERVERS" start "$STATE" --pop3-port 11210 --smtp-port 2525 --find-free
 # shellcheck disable=SC1091
 . "$STATE/env"
 /usr/bin/python3 scripts/servers/seed.py "$KV_MAILDIR_ROOT/demo" 3 --size 6000 --gb2312

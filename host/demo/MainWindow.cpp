@@ -43,6 +43,7 @@ MainWindow::MainWindow(std::shared_ptr<host::SqlHostSystem> host, long progId, Q
   list_->setSelectionMode(QAbstractItemView::SingleSelection);
   list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
   list_->verticalHeader()->hide();
+  list_->setWordWrap(false);
   list_->horizontalHeader()->setStretchLastSection(false);
   list_->horizontalHeader()->setSectionResizeMode(4, QHeaderView::Stretch);
   setCentralWidget(list_);
@@ -58,7 +59,7 @@ MainWindow::MainWindow(std::shared_ptr<host::SqlHostSystem> host, long progId, Q
   connect(mail_.get(), &clsMail::EvMailRead, this, [this](long) { refresh(); });
   connect(mail_.get(), &clsMail::EvRecordMove, this, &MainWindow::onRecordMove);
   connect(mail_.get(), &clsMail::EvDelete, this, &MainWindow::onDelete);
-  resize(960, 520);
+  resize(1100, 520);
   refresh();
 }
 
@@ -160,6 +161,8 @@ void MainWindow::refresh() {
     if (rows[r].queued) ++queued;
   }
   list_->resizeColumnsToContents();
+  for (int c = 0; c < list_->columnCount(); ++c)  // long addresses must not squeeze the subject
+    list_->setColumnWidth(c, qMin(list_->columnWidth(c), 220));
   list_->horizontalHeader()->setSectionResizeMode(4, QHeaderView::Stretch);
   if (!selectMail(keep) && !rows.isEmpty()) list_->selectRow(0);
   status_->setText(error.isEmpty()
