@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <map>
 #include <utility>
+#include <vector>
 
 namespace kvmail::mime {
 namespace {
@@ -101,9 +102,96 @@ class Converter {
   bool owned_ = false;  // not kept in the cache: closed here
 };
 
+// Chinese text is the bulk of what this layer converts, and iconv costs tens of instructions a
+// character. These tables, filled once from iconv itself, do the common cases by lookup:
+// encoding to GB2312, and decoding text made of ASCII and two-byte GBK/GB18030 codes.
+struct GbTables {
+  std::vector<char16_t> fromGbk;  // (lead - 0x81) * 191 + (trail - 0x40) -> code point, 0: none
+  std::vector<quint16> toGb2312;  // code point -> GB2312 bytes (lead << 8 | trail), 0: none
+
+  GbTables() : fromGbk(126 * 191, 0), toGb2312(65536, 0) {
+    Converter gbk("UTF-16LE", "GB18030");
+    Converter gb2312("UTF-16LE", "GB2312");
+    char pair[2];
+    for (int lead = 0x81; lead <= 0xFE; ++lead) {
+      for (int trail = 0x40; trail <= 0xFE; ++trail) {
+        if (trail == 0x7F) continue;
+        pair[0] = char(lead);
+        pair[1] = char(trail);
+        const QByteArray in(pair, 2);
+        int failures = 0;
+        QByteArray out = gbk.run(in, false, &failures);
+        if (failures == 0 && out.size() == 2)
+          fromGbk[(lead - 0x81) * 191 + (trail - 0x40)] =
+              char16_t(quint8(out[0]) | quint8(out[1]) << 8);
+        if (lead < 0xA1 || trail < 0xA1) continue;
+        failures = 0;
+        out = gb2312.run(in, false, &failures);
+        if (failures == 0 && out.size() == 2) {
+          const char16_t u = char16_t(quint8(out[0]) | quint8(out[1]) << 8);
+          if (!toGb2312[u]) toGb2312[u] = quint16(lead << 8 | trail);
+        }
+      }
+    }
+  }
+
+  static const GbTables& get() {
+    static const GbTables tables;
+    return tables;
+  }
+};
+
+bool isGb18030(const QByteArray& converter) {
+  return converter == "GB18030";
+}
+
+// nullopt when the text holds anything the table does not cover (then iconv decides).
+std::optional<QString> decodeGbkByTable(const QByteArray& bytes) {
+  const auto& t = GbTables::get();
+  QString out(bytes.size(), Qt::Uninitialized);
+  char16_t* dst = reinterpret_cast<char16_t*>(out.data());
+  qsizetype n = 0;
+  const auto* p = reinterpret_cast<const quint8*>(bytes.constData());
+  const auto* end = p + bytes.size();
+  while (p < end) {
+    if (*p < 0x80) {
+      dst[n++] = *p++;
+      continue;
+    }
+    if (end - p < 2 || *p < 0x81 || *p > 0xFE || p[1] < 0x40 || p[1] > 0xFE) return std::nullopt;
+    const char16_t u = t.fromGbk[(p[0] - 0x81) * 191 + (p[1] - 0x40)];
+    if (!u) return std::nullopt;
+    dst[n++] = u;
+    p += 2;
+  }
+  out.truncate(n);
+  return out;
+}
+
+std::optional<QByteArray> encodeGb2312ByTable(const QString& text) {
+  const auto& t = GbTables::get();
+  QByteArray out(text.size() * 2, Qt::Uninitialized);
+  char* dst = out.data();
+  for (const QChar c : text) {
+    const char16_t u = c.unicode();
+    if (u < 0x80) {
+      *dst++ = char(u);
+      continue;
+    }
+    const quint16 code = t.toGb2312[u];
+    if (!code) return std::nullopt;
+    *dst++ = char(code >> 8);
+    *dst++ = char(code & 0xFF);
+  }
+  out.truncate(dst - out.constData());
+  return out;
+}
+
 std::optional<QString> decodeWith(const QByteArray& bytes, const QByteArray& converter,
                                   bool strict) {
   if (converter.isEmpty()) return std::nullopt;
+  if (isGb18030(converter))
+    if (auto fast = decodeGbkByTable(bytes)) return fast;
   Converter cv("UTF-8", converter.constData());
   if (!cv.valid()) return std::nullopt;
   int failures = 0;
@@ -171,6 +259,7 @@ QString decodeText(const QByteArray& bytes, const QString& declared, const QStri
 }
 
 std::optional<QByteArray> encodeStrict(const QString& text, const char* converter) {
+  if (qstrcmp(converter, "GB2312") == 0) return encodeGb2312ByTable(text);
   Converter cv(converter, "UTF-8");
   if (!cv.valid()) return std::nullopt;
   int failures = 0;

@@ -51,6 +51,7 @@ QString distinctName(const QString& name, QSet<QString>& used) {
 
 QStringList saveAttachments(const ParsedMail& mail, const QString& folder) {
   QStringList paths;
+  if (mail.attachments.isEmpty()) return {};  // no folder made for a mail without attachments
   QDir dir(folder);
   if (!dir.exists()) QDir().mkpath(folder);
   QSet<QString> used;
