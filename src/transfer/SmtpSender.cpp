@@ -5,9 +5,10 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QSysInfo>
+#include <QThreadPool>
 
 #include <functional>
-#include <thread>
+#include <future>
 
 #include "support/MimeMail.h"
 #include "transfer/SmtpSession.h"
@@ -23,13 +24,17 @@ void runOnWorker(const std::function<void()>& work) {
     work();
     return;
   }
+  // A pooled thread: a new thread per message cost more than a small message's transfer.
   QEventLoop loop;
-  std::thread thread([&] {
+  std::promise<void> done;
+  std::future<void> finished = done.get_future();
+  QThreadPool::globalInstance()->start([&] {
     work();
     QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
+    done.set_value();
   });
   loop.exec();
-  thread.join();
+  finished.wait();
 }
 
 QString plainToHtml(QString text) {

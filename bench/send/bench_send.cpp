@@ -1,0 +1,158 @@
+// Sending N queued mails of about 20 KB through the service and the transfer window (offscreen)
+// to the loopback SMTP sink, against Python's smtplib sending the same messages over one session.
+// Run by bench/send.sh, which starts the servers.
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+#include <sys/resource.h>
+
+#include <cstdio>
+
+#include "HostStore.h"
+#include "LoopbackServers.h"
+#include "model/IBundle.h"
+#include "service/clsMail.h"
+#include "store/Statements.h"
+#include "support/MimeMail.h"
+#include "support/StoredFile.h"
+#include "transfer/FrmSend.h"
+
+namespace {
+
+double cpu(bool system) {
+  rusage u{};
+  getrusage(RUSAGE_SELF, &u);
+  const timeval& t = system ? u.ru_stime : u.ru_utime;
+  return t.tv_sec + t.tv_usec / 1e6;
+}
+
+kvmail::OutgoingMail benchMail(int i, const QString& to, int bytes) {
+  kvmail::OutgoingMail m;
+  m.from = {QStringLiteral("销售部"), QStringLiteral("sales@kvmail.test")};
+  m.to = {{QStringLiteral("客户%1").arg(i), to}};
+  m.subject = QStringLiteral("月度对账单 %1").arg(i);
+  QString body = QStringLiteral("<p>尊敬的客户：附上本月对账单。</p>");
+  while (body.size() * 2 < bytes)
+    body += QStringLiteral("<p>明细：第 %1 项 金额 1,280.00 元</p>").arg(i);
+  m.htmlBody = body;
+  return m;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+  QApplication app(argc, argv);
+  QCommandLineParser cli;
+  cli.addOptions({{QStringLiteral("count"), QStringLiteral("mails"), QStringLiteral("n"),
+                   QStringLiteral("500")},
+                  {QStringLiteral("size"), QStringLiteral("bytes per mail"), QStringLiteral("n"),
+                   QStringLiteral("20000")},
+                  {QStringLiteral("user"), QStringLiteral("mailbox"), QStringLiteral("u"),
+                   QStringLiteral("t38")},
+                  {QStringLiteral("rounds"), QStringLiteral("runs of each"), QStringLiteral("n"),
+                   QStringLiteral("3")}});
+  cli.process(app);
+  const auto& servers = kvtest::loopbackServers();
+  if (!servers.ok()) {
+    std::fprintf(stderr, "%s\n", qPrintable(servers.error));
+    return 2;
+  }
+  const QString user = cli.value(QStringLiteral("user"));
+  const QString to = kvtest::addressOf(user);
+  const int count = cli.value(QStringLiteral("count")).toInt();
+  const int bytes = cli.value(QStringLiteral("size")).toInt();
+
+  QTemporaryDir files;
+  QStringList paths;
+  qint64 total = 0;
+  for (int i = 1; i <= count; ++i) {
+    const QString path = files.filePath(QStringLiteral("%1.eml").arg(i));
+    QString error;
+    kvmail::writeMailFile(benchMail(i, to, bytes), path, &error);
+    total += QFileInfo(path).size();
+    paths << path;
+  }
+  std::printf("%d mails, %.1f KB each on average\n", count, total / 1024.0 / count);
+
+  double ours = 1e9, theirs = 1e9;
+  const int rounds = cli.value(QStringLiteral("rounds")).toInt();
+  for (int r = 0; r < rounds; ++r) {
+    kvtest::clearMailbox(user);
+    QProcess ref;
+    ref.start(QStringLiteral("/usr/bin/python3"),
+              QStringList{QStringLiteral(KV_SOURCE_DIR "/bench/reference/smtp_reference.py"),
+                          QStringLiteral("--port"), QString::number(servers.smtpPort),
+                          QStringLiteral("--from"), QStringLiteral("sales@kvmail.test"),
+                          QStringLiteral("--to"), to, QStringLiteral("--user"), user,
+                          QStringLiteral("--password"), servers.password} +
+                  paths);
+    if (!ref.waitForFinished(600000) || ref.exitCode() != 0) {
+      std::fprintf(stderr, "smtplib run failed: %s\n", ref.readAllStandardError().constData());
+      return 1;
+    }
+    const double theirsNow = ref.readAllStandardOutput().trimmed().toDouble();
+
+    // A fresh store with the same messages queued, sent through the service.
+    kvtest::clearMailbox(user);
+    QTemporaryDir dir;
+    qputenv("TMPDIR", dir.path().toUtf8());
+    const QString db = dir.filePath(QStringLiteral("bench.db"));
+    kvmail::host::createStore(db);
+    auto options = kvmail::host::HostOptions::sqlite(db);
+    options.userId = QStringLiteral("1");
+    auto host = std::make_shared<kvmail::host::SqlHostSystem>(options);
+    host->open();
+    kvmail::host::AccountSeed seed;
+    seed.userId = QStringLiteral("1");
+    seed.name = QStringLiteral("基准");
+    seed.smtp = QStringLiteral("127.0.0.1");
+    seed.smtpPort = servers.smtpPort;
+    seed.userName = user;
+    seed.password = servers.password;
+    seed.fromAddress = QStringLiteral("sales@kvmail.test");
+    kvmail::host::seedAccount(*host, seed);
+    host->beginTransaction();
+    for (int i = 1; i <= count; ++i) {
+      kvmail::sql::ComposedRow row;
+      row.mailId = i;
+      row.subject = QStringLiteral("月度对账单 %1").arg(i);
+      row.sentTime = QDateTime::currentDateTime().addSecs(i);
+      row.toAddresses = to;
+      row.replyId = i;
+      host->execute(kvmail::sql::insertComposed(row));
+      kvmail::fileToColumn(i, paths[i - 1], QStringLiteral("消息"), *host,
+                           QStringLiteral("msgmail"), QStringLiteral("邮件ID"));
+    }
+    host->commitTransaction();
+
+    kvmail::clsMail mail;
+    mail.Init(host, 1);
+    QSignalSpy ended(mail.transferWindow(), &kvmail::FrmSend::TasksEnded);
+    QElapsedTimer t;
+    const double user0 = cpu(false), sys0 = cpu(true);
+    t.start();
+    mail.SendMail(0);
+    if (ended.isEmpty() && !ended.wait(600000)) return 1;
+    const double oursNow = t.nsecsElapsed() / 1e9;
+    if (!ended.first().first().toBool() || !kvtest::waitForMail(user, count, 30000)) {
+      std::fprintf(stderr, "not every mail went out\n");
+      return 1;
+    }
+    std::printf("round %d: kvMail %.3f s (user %.3f s, system %.3f s), smtplib %.3f s\n", r + 1,
+                oursNow, cpu(false) - user0, cpu(true) - sys0, theirsNow);
+    ours = qMin(ours, oursNow);
+    theirs = qMin(theirs, theirsNow);
+  }
+  std::printf(
+      "send %d mails: kvMail %.3f s, smtplib one session %.3f s, ratio %.2f (target <= 1.0)\n",
+      count, ours, theirs, ours / theirs);
+  kvtest::clearMailbox(user);
+  return 0;
+}
