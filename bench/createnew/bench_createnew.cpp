@@ -7,7 +7,7 @@
 
 #include <cstdio>
 
-#include "HostStore.h"
+#include "BenchStore.h"
 #include "composer/FrmNewMail.h"
 #include "model/IBundle.h"
 #include "service/clsMail.h"
@@ -20,19 +20,11 @@ int main(int argc, char** argv) {
   const int records = argc > 1 ? QString::fromLocal8Bit(argv[1]).toInt() : 1000;
   const int rounds = 5;
 
-  QTemporaryDir dir;
-  qputenv("TMPDIR", dir.path().toUtf8());
-  const QString db = dir.filePath(QStringLiteral("bench.db"));
-  kvmail::host::createStore(db);
-  auto options = kvmail::host::HostOptions::sqlite(db);
-  options.userId = QStringLiteral("1");
-  auto host = std::make_shared<kvmail::host::SqlHostSystem>(options);
-  host->open();
   kvmail::host::AccountSeed seed;
-  seed.userId = QStringLiteral("1");
-  seed.name = QStringLiteral("基准");
   seed.fromAddress = QStringLiteral("bench@kvmail.test");
-  kvmail::host::seedAccount(*host, seed);
+  kvbench::BenchStore store(seed);
+  const QTemporaryDir& dir = store.dir;
+  const auto& host = store.host;
 
   // A template with a body, a placeholder subject and recipients, and one attachment.
   const QString attachment = dir.filePath(QStringLiteral("产品目录.txt"));
@@ -77,6 +69,7 @@ int main(int argc, char** argv) {
     best = qMin(best, s);
     std::printf("round %d: %d records in %.3f s\n", r + 1, records, s);
   }
-  std::printf("CreateNew best of %d: %d records in %.3f s (target < 1.0 s)\n", rounds, records, best);
+  std::printf("CreateNew best of %d: %d records in %.3f s (target < 1.0 s)\n", rounds, records,
+              best);
   return 0;
 }

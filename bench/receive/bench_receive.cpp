@@ -17,7 +17,7 @@
 
 #include <cstdio>
 
-#include "HostStore.h"
+#include "BenchStore.h"
 #include "LoopbackServers.h"
 #include "support/MimeMail.h"
 #include "transfer/FrmSend.h"
@@ -61,21 +61,9 @@ QByteArray realisticMail(int i, int bytes) {
   return out;
 }
 
-struct Store {
-  QTemporaryDir dir;
-  std::unique_ptr<kvmail::host::SqlHostSystem> host;
-  Store() {
-    const QString db = dir.filePath(QStringLiteral("bench.db"));
-    kvmail::host::createStore(db);
-    host = std::make_unique<kvmail::host::SqlHostSystem>(kvmail::host::HostOptions::sqlite(db));
-    host->open();
-  }
-};
-
 // One receive through the window; answers seconds, or a negative value on failure.
 double receiveOnce(const QString& user, int expected) {
-  Store store;
-  qputenv("TMPDIR", store.dir.path().toUtf8());
+  kvbench::BenchStore store;
   const auto& servers = kvtest::loopbackServers();
   qputenv("KVMAIL_POP3_PORT", QByteArray::number(servers.pop3Port));
   auto account = std::make_shared<kvmail::clsAccount>();

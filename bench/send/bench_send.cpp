@@ -14,7 +14,7 @@
 
 #include <cstdio>
 
-#include "HostStore.h"
+#include "BenchStore.h"
 #include "LoopbackServers.h"
 #include "model/IBundle.h"
 #include "service/clsMail.h"
@@ -101,23 +101,14 @@ int main(int argc, char** argv) {
 
     // A fresh store with the same messages queued, sent through the service.
     kvtest::clearMailbox(user);
-    QTemporaryDir dir;
-    qputenv("TMPDIR", dir.path().toUtf8());
-    const QString db = dir.filePath(QStringLiteral("bench.db"));
-    kvmail::host::createStore(db);
-    auto options = kvmail::host::HostOptions::sqlite(db);
-    options.userId = QStringLiteral("1");
-    auto host = std::make_shared<kvmail::host::SqlHostSystem>(options);
-    host->open();
     kvmail::host::AccountSeed seed;
-    seed.userId = QStringLiteral("1");
-    seed.name = QStringLiteral("基准");
     seed.smtp = QStringLiteral("127.0.0.1");
     seed.smtpPort = servers.smtpPort;
     seed.userName = user;
     seed.password = servers.password;
     seed.fromAddress = QStringLiteral("sales@kvmail.test");
-    kvmail::host::seedAccount(*host, seed);
+    kvbench::BenchStore store(seed);
+    const auto& host = store.host;
     host->beginTransaction();
     for (int i = 1; i <= count; ++i) {
       kvmail::sql::ComposedRow row;

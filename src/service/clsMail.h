@@ -48,8 +48,8 @@ class clsMail : public QObject, public IMail {
   // A mail was saved (type 1, from the compose window) or sent (type 2, from the transfer window).
   void EvReturn(const QString& psMailIDs, long pMailType);
   void EvMailRead(long mailId);
-  // The host may write the identifier to move to through the pointer.
-  void EvRecordMove(long current, long* target);
+  // The viewer asks for the previous (-1) or next (1) mail; the host writes its id back.
+  void EvRecordMove(long direction, long* mailId);
   void EvDelete(long* mailId);
 
  private:

@@ -10,28 +10,17 @@
 #include <memory>
 
 #include "support/MimeCharset.h"
+#include "support/MimeGlib.h"
 #include "support/MimeMail.h"
 
 namespace kvmail {
 namespace {
 
-struct GUnref {
-  void operator()(gpointer p) const {
-    if (p) g_object_unref(p);
-  }
-};
-template <class T>
-using GRef = std::unique_ptr<T, GUnref>;
+using mime::GRef;
 
-struct GFree {
-  void operator()(gpointer p) const { g_free(p); }
-};
-using GChars = std::unique_ptr<char, GFree>;
+using mime::GChars;
 
-void ensureGMime() {
-  static const bool ready = (g_mime_init(), mime::keepConvertersLoaded(), true);
-  (void)ready;
-}
+using mime::ensureGMime;
 
 QString utf8(const char* s) {
   return s ? QString::fromUtf8(s) : QString();

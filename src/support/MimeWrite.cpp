@@ -11,23 +11,15 @@
 #include <vector>
 
 #include "support/MimeCharset.h"
+#include "support/MimeGlib.h"
 #include "support/MimeMail.h"
 
 namespace kvmail {
 namespace {
 
-struct GUnref {
-  void operator()(gpointer p) const {
-    if (p) g_object_unref(p);
-  }
-};
-template <class T>
-using GRef = std::unique_ptr<T, GUnref>;
+using mime::GRef;
 
-void ensureGMime() {
-  static const bool ready = (g_mime_init(), mime::keepConvertersLoaded(), true);
-  (void)ready;
-}
+using mime::ensureGMime;
 
 constexpr int kMaxWordBytes = 39;  // 52 base64 characters: a word and its header name fit 78
 constexpr int kMaxLine = 78;

@@ -299,6 +299,7 @@ void FrmSend::onReceiveEnded(bool ok) {
 
 void FrmSend::endRun() {
   if (sending_ || receiving_) return;
+  cmdStop_->setEnabled(false);  // nothing left to stop
   refreshNow();
   Q_EMIT TasksEnded(runOk_);
 }

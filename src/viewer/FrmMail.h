@@ -21,7 +21,7 @@ class FrmMail : public QWidget {
   void Delete(long* mailId);
   void DoPrint(const QString& path);
   void ErrMessage(const QString& message, long kind, const QString& title);
-  void RecordMove(long current, long* target);
+  void RecordMove(long direction, long* mailId);
   void RevertMail(long mailId);
   void TransmitMail(long mailId);
   void Unload();

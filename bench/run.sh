@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# The benchmarks, each against its reference, on loopback servers of their own:
+#   bash bench/run.sh [receive|send|createnew|all]      (default: all)
+# receive: 1,000 mails of about 20 KB against a bare poplib loop, then one 50 MB mail's memory;
+# send: 500 queued mails against smtplib over one session; createnew: a 1,000-record batch.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+WHAT="${1:-all}"
+bash scripts/deps.sh >/dev/null
+bash scripts/build.sh >/dev/null
+BUILD_DIR="${KV_BUILD_DIR:-build}"
+STATE="$BUILD_DIR/servers/bench"
+bash scripts/servers/mailservers.sh start "$STATE" --pop3-port 11210 --smtp-port 12625 --find-free >/dev/null
+trap 'bash scripts/servers/mailservers.sh stop "$STATE" >/dev/null 2>&1 || true' EXIT
+export KV_MAILSERVERS_DIR="$STATE"
+
+if [ "$WHAT" = receive ] || [ "$WHAT" = all ]; then
+  "$BUILD_DIR/bench/receive/bench_receive" --count "${COUNT:-1000}" --user t39
+  "$BUILD_DIR/bench/receive/bench_receive" --big-mb "${BIG_MB:-50}" --user t40
+fi
+if [ "$WHAT" = send ] || [ "$WHAT" = all ]; then
+  "$BUILD_DIR/bench/send/bench_send" --count "${SEND_COUNT:-500}" --user t38
+fi
+if [ "$WHAT" = createnew ] || [ "$WHAT" = all ]; then
+  "$BUILD_DIR/bench/createnew/bench_createnew" 1000
+fi
