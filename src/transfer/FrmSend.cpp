@@ -131,6 +131,12 @@ void FrmSend::buildUi() {
 
 void FrmSend::py_Init(const BundlePtr& bundle, IHostSystem* system, const AccountPtr& account,
                       bool sendOnly, const QString& caption) {
+  if (isBusy()) {
+    // A run is under way (its loop may be on the stack): it goes on, the window comes forward.
+    show();
+    raise();
+    return;
+  }
   bundle_ = bundle;
   system_ = system;
   poAccount_ = account;

@@ -220,3 +220,29 @@ TEST(Pop3Faults, AfterDaysPolicyDeletesStoredMailByTheKeptDirection) {
   EXPECT_TRUE(second.sawCommand("DELE 1"));
   EXPECT_TRUE(second.sawCommand("DELE 2"));
 }
+
+TEST(Pop3Faults, OpeningTheWindowAgainDuringARunLeavesTheRunAlone) {
+  FakePop3Server server;
+  const QByteArray mail = kvtest::sampleMail(QStringLiteral("慢"), QByteArray(6000, 'y') + "\r\n");
+  const auto mailbox = FakePop3Server::mailbox({mail, mail}, uidls(2));
+  server.setHandler([&](const QByteArray& command) -> QList<QByteArray> {
+    // The message arrives in pieces, so the session yields while it is being handled.
+    if (command.startsWith("RETR")) {
+      const QByteArray all = mailbox(command).first();
+      return {all.left(2000), all.mid(2000, 2000), all.mid(4000)};
+    }
+    return mailbox(command);
+  });
+  TransferRig rig;
+  rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+  int reopened = 0;
+  QObject::connect(&rig.window(), &kvmail::FrmSend::EvMailRead, &rig.window(), [&] {
+    ++reopened;
+    rig.window().py_Init(nullptr, &rig.host(), rig.accountPtr(), false, QStringLiteral("again"));
+  });
+  ASSERT_TRUE(rig.receive(10000));
+  EXPECT_TRUE(rig.lastOk());
+  EXPECT_EQ(reopened, 2);
+  EXPECT_EQ(rig.count(), 2);
+  EXPECT_EQ(rig.window().windowTitle(), QStringLiteral("邮件接收"));
+}
