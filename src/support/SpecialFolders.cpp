@@ -4,7 +4,11 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QStandardPaths>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace kvmail {
 namespace {
@@ -51,8 +55,37 @@ QString GetSystemPath(const QString& name) {
   return {};
 }
 
+namespace {
+
+// A temp folder every user can write to (/tmp) gets a folder of this user's inside it, as the
+// per-user temp folder of a desktop: fixed names such as temp.eml must never meet another user's
+// file, nor a link planted there.
+QString privateFolderIn(const QString& shared) {
+  const QString mine = shared + QStringLiteral("/kvmail-") + QString::number(::getuid());
+  const QByteArray native = QFile::encodeName(mine);
+  ::mkdir(native.constData(), 0700);
+  struct stat st {};
+  if (::lstat(native.constData(), &st) == 0 && S_ISDIR(st.st_mode) && st.st_uid == ::getuid() &&
+      (st.st_mode & 0077) == 0)
+    return mine;
+  // Someone else holds that name: a folder under the user's own cache instead.
+  const QString fallback = QDir::homePath() + QStringLiteral("/.cache/kvmail/tmp");
+  QDir().mkpath(fallback);
+  QFile::setPermissions(fallback, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+  return fallback;
+}
+
+}  // namespace
+
 QString tempFolder() {
-  QString folder = QDir::tempPath();
+  static QString lastBase, lastFolder;
+  const QString base = QDir::tempPath();
+  if (base != lastBase || !QFileInfo::exists(lastFolder)) {
+    const bool shared = QFileInfo(base).permission(QFile::WriteOther);
+    lastFolder = shared ? privateFolderIn(base) : base;
+    lastBase = base;
+  }
+  QString folder = lastFolder;
   if (!folder.endsWith(u'/')) folder += u'/';
   return folder;
 }

@@ -9,6 +9,9 @@
 #include <QDir>
 #include <QTemporaryDir>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 using kvmail::fileToText;
 using kvmail::GetSystemPath;
 using kvmail::MailError;
@@ -69,6 +72,30 @@ TEST(SpecialFolders, TempGivenWithASeparatorGetsNoSecondOne) {
   EXPECT_TRUE(tempFolder().endsWith(u'/'));
   EXPECT_FALSE(tempFolder().endsWith(QStringLiteral("//")));
   EXPECT_EQ(tempFilePath(QStringLiteral("temp.eml")), dir.path() + QStringLiteral("/temp.eml"));
+}
+
+TEST(SpecialFolders, ASharedTempFolderGivesEachUserAPrivateOne) {
+  QTemporaryDir dir;
+  const QString shared = dir.path() + QStringLiteral("/shared");
+  ASSERT_TRUE(QDir().mkpath(shared));
+  ASSERT_EQ(::chmod(QFile::encodeName(shared).constData(), 01777), 0);
+  const QString mine = shared + QStringLiteral("/kvmail-") + QString::number(::getuid());
+  {
+    TmpDirOverride tmp(shared.toLocal8Bit());
+    EXPECT_EQ(tempFolder(), mine + u'/');
+    EXPECT_EQ(
+        QFileInfo(mine).permissions() & (QFile::ReadOther | QFile::WriteOther | QFile::ReadGroup),
+        QFileDevice::Permissions());
+  }
+  // A link planted under that name is never followed.
+  const QString other = dir.path() + QStringLiteral("/shared2");
+  ASSERT_TRUE(QDir().mkpath(other + QStringLiteral("/target")));
+  ASSERT_EQ(::chmod(QFile::encodeName(other).constData(), 01777), 0);
+  const QString planted = other + QStringLiteral("/kvmail-") + QString::number(::getuid());
+  ASSERT_TRUE(QFile::link(other + QStringLiteral("/target"), planted));
+  TmpDirOverride tmp(other.toLocal8Bit());
+  EXPECT_FALSE(tempFolder().startsWith(planted));
+  EXPECT_FALSE(tempFolder().startsWith(other));
 }
 
 // Kept on purpose: the last byte of the file is dropped.
