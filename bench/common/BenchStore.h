@@ -1,6 +1,7 @@
 #pragma once
 // A fresh SQLite store for one benchmark run: its own folder (also the temp folder the module
 // writes into), the host tables, and the benchmark's account for user "1".
+#include <QCommandLineOption>
 #include <QTemporaryDir>
 
 #include <memory>
@@ -26,5 +27,16 @@ struct BenchStore {
     kvmail::host::seedAccount(*host, seed);
   }
 };
+
+// The options every transfer benchmark takes: how many mails, their size, whose mailbox, runs.
+inline QList<QCommandLineOption> transferOptions(int count, const QString& user) {
+  return {{QStringLiteral("count"), QStringLiteral("mails"), QStringLiteral("n"),
+           QString::number(count)},
+          {QStringLiteral("size"), QStringLiteral("bytes per mail"), QStringLiteral("n"),
+           QStringLiteral("20000")},
+          {QStringLiteral("user"), QStringLiteral("mailbox"), QStringLiteral("u"), user},
+          {QStringLiteral("rounds"), QStringLiteral("runs of each"), QStringLiteral("n"),
+           QStringLiteral("3")}};
+}
 
 }  // namespace kvbench

@@ -110,16 +110,9 @@ int main(int argc, char** argv) {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   QApplication app(argc, argv);
   QCommandLineParser cli;
-  cli.addOptions({{QStringLiteral("count"), QStringLiteral("mails"), QStringLiteral("n"),
-                   QStringLiteral("1000")},
-                  {QStringLiteral("size"), QStringLiteral("bytes per mail"), QStringLiteral("n"),
-                   QStringLiteral("20000")},
-                  {QStringLiteral("user"), QStringLiteral("mailbox"), QStringLiteral("u"),
-                   QStringLiteral("t39")},
-                  {QStringLiteral("big-mb"), QStringLiteral("one large mail instead"),
-                   QStringLiteral("mb"), QStringLiteral("0")},
-                  {QStringLiteral("rounds"), QStringLiteral("runs of each"), QStringLiteral("n"),
-                   QStringLiteral("3")}});
+  cli.addOptions(kvbench::transferOptions(1000, QStringLiteral("t39")));
+  cli.addOption({QStringLiteral("big-mb"), QStringLiteral("one large mail instead"),
+                 QStringLiteral("mb"), QStringLiteral("0")});
   cli.process(app);
   const QString user = cli.value(QStringLiteral("user"));
   const auto& servers = kvtest::loopbackServers();

@@ -50,14 +50,7 @@ int main(int argc, char** argv) {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   QApplication app(argc, argv);
   QCommandLineParser cli;
-  cli.addOptions({{QStringLiteral("count"), QStringLiteral("mails"), QStringLiteral("n"),
-                   QStringLiteral("500")},
-                  {QStringLiteral("size"), QStringLiteral("bytes per mail"), QStringLiteral("n"),
-                   QStringLiteral("20000")},
-                  {QStringLiteral("user"), QStringLiteral("mailbox"), QStringLiteral("u"),
-                   QStringLiteral("t38")},
-                  {QStringLiteral("rounds"), QStringLiteral("runs of each"), QStringLiteral("n"),
-                   QStringLiteral("3")}});
+  cli.addOptions(kvbench::transferOptions(500, QStringLiteral("t38")));
   cli.process(app);
   const auto& servers = kvtest::loopbackServers();
   if (!servers.ok()) {
