@@ -102,20 +102,55 @@ QString firstValue(IHostSystem& host, const QString& sql) {
   return rs->text(0);
 }
 
-bool isValidDateText(const QString& text) {
+QDateTime dateFromText(const QString& text) {
   const QString t = text.trimmed();
-  if (t.isEmpty()) return false;
+  if (t.isEmpty()) return {};
   static const char* const kForms[] = {"yyyy-M-d H:m:s", "yyyy-M-d H:m",    "yyyy-M-d",
                                        "yyyy/M/d H:m:s", "yyyy/M/d H:m",    "yyyy/M/d",
                                        "yyyy-M-dTH:m:s", "yyyy-M-dTH:m:s.z"};
   for (const char* form : kForms) {
     const QString f = QString::fromLatin1(form);
-    if (f.contains(u'H') ? QDateTime::fromString(t, f).isValid()
-                         : QDate::fromString(t, f).isValid())
-      return true;
+    if (f.contains(u'H')) {
+      const QDateTime when = QDateTime::fromString(t, f);
+      if (when.isValid()) return when;
+    } else if (const QDate day = QDate::fromString(t, f); day.isValid()) {
+      return day.startOfDay();
+    }
   }
-  return QDateTime::fromString(t, Qt::ISODate).isValid() ||
-         QDateTime::fromString(t, Qt::RFC2822Date).isValid();
+  const QDateTime iso = QDateTime::fromString(t, Qt::ISODate);
+  return iso.isValid() ? iso : QDateTime::fromString(t, Qt::RFC2822Date);
+}
+
+bool isValidDateText(const QString& text) {
+  return dateFromText(text).isValid();
+}
+
+namespace {
+
+template <typename Int>
+bool roundedInto(const QString& text, Int* out) {
+  bool ok = false;
+  const double value = text.trimmed().toDouble(&ok);
+  if (!ok || !std::isfinite(value)) return false;
+  const double rounded = std::nearbyint(value);  // the default rounding mode is half to even
+  if (rounded < double(std::numeric_limits<Int>::min()) ||
+      rounded > double(std::numeric_limits<Int>::max()))
+    return false;
+  *out = Int(rounded);
+  return true;
+}
+
+}  // namespace
+
+bool vbInteger(const QString& text, qint16* out) {
+  return roundedInto(text, out);
+}
+bool vbLongInt(const QString& text, qint32* out) {
+  return roundedInto(text, out);
+}
+
+QString vbFormatWhole(double value) {
+  return QString::number(std::round(value), 'f', 0);
 }
 
 }  // namespace kvmail

@@ -1,6 +1,7 @@
 #pragma once
 // Reading stored values the way the module always has: everything as text, numbers as the
 // leading number of that text.
+#include <QDateTime>
 #include <QString>
 
 namespace kvmail {
@@ -17,7 +18,17 @@ long vbLong(const QString& text);
 // The first column of the first row as text, or "" for no row, a null or a failed query.
 QString firstValue(IHostSystem& host, const QString& sql);
 
-// Whether a stored date text (接收时间) holds a real date, e.g. "2024-03-05 14:07:00".
+// A stored date text (接收时间) read back, e.g. "2024-03-05 14:07:00"; invalid when it is no date.
+QDateTime dateFromText(const QString& text);
+// Whether a stored date text holds a real date.
 bool isValidDateText(const QString& text);
+
+// CInt and CLng: round half to even; false (and *out untouched) when the text is no number or
+// the value does not fit, so a failed conversion changes nothing. Blanks and line breaks around
+// the number are ignored.
+bool vbInteger(const QString& text, qint16* out);
+bool vbLongInt(const QString& text, qint32* out);
+// Format(x, "0"): a whole number, halves rounded away from zero.
+QString vbFormatWhole(double value);
 
 }  // namespace kvmail

@@ -11,7 +11,6 @@
 #include "store/Statements.h"
 #include "support/Prompt.h"
 #include "transfer/TransferView.h"
-#include "transfer/VbText.h"
 
 namespace kvmail {
 
@@ -236,7 +235,7 @@ void Pop3Session::stageUidl(const QByteArray& reply) {
   if (!account_.bIsDelete && account_.bIsAfterdayDelete) {
     // Days from now to the receive time: zero or negative for mail received in the past, so any
     // positive day count deletes at once. The direction is kept as the original had it.
-    const long days = QDate::currentDate().daysTo(parseDateText(psRecvTime_).date());
+    const long days = QDate::currentDate().daysTo(dateFromText(psRecvTime_).date());
     if (account_.lDeleteDay > days) {
       sendDele();
       return;
