@@ -1,7 +1,6 @@
 // Charset labels, tolerant decoding and strict encoding under the MIME layer.
 #include <gtest/gtest.h>
 
-
 #include "support/MimeCharset.h"
 
 using namespace kvmail::mime;

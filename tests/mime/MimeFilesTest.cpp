@@ -1,7 +1,6 @@
 // Saving attachments to a folder, and the joined address texts.
 #include <gtest/gtest.h>
 
-
 #include <QDir>
 #include <QFileInfo>
 #include <QTemporaryDir>

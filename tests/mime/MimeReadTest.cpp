@@ -1,7 +1,6 @@
 // Reading real-world-shaped messages: charsets, encodings, structure and broken input.
 #include <gtest/gtest.h>
 
-
 #include <QDir>
 
 #include "TestEnv.h"

@@ -1,7 +1,6 @@
 // Writing messages and reading them back: charsets, line ends, structure, attachments.
 #include <gtest/gtest.h>
 
-
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
