@@ -2,6 +2,7 @@
 // A fresh host store per test on the engine the test binary was built for: an SQLite file in a
 // scratch folder, or the private PostgreSQL server of the "postgres" fixture.
 #include "SqlHostSystem.h"
+#include "store/Statements.h"
 
 #include <gtest/gtest.h>
 
@@ -31,5 +32,13 @@ class HostStoreTest : public ::testing::Test {
   QTemporaryDir dir_;
   std::unique_ptr<kvmail::host::SqlHostSystem> host_;
 };
+
+// The catalogue's insert of a composed mail with the given key and nothing else.
+inline QString insertOne(long id) {
+  kvmail::sql::ComposedRow r;
+  r.mailId = id;
+  r.replyId = id;
+  return kvmail::sql::insertComposed(r);
+}
 
 }  // namespace kvtest

@@ -7,6 +7,7 @@
 #include <QSet>
 
 using kvtest::HostStoreTest;
+using kvtest::insertOne;
 namespace sql = kvmail::sql;
 
 namespace {
@@ -17,13 +18,6 @@ long takeKey(kvmail::IHostSystem& host, const QString& table = QStringLiteral("m
   const long key = host.nextKey(table, column, &error);
   EXPECT_TRUE(error.isEmpty()) << error.toStdString();
   return key;
-}
-
-QString insertOne(long id) {
-  sql::ComposedRow r;
-  r.mailId = id;
-  r.replyId = id;
-  return sql::insertComposed(r);
 }
 
 }  // namespace

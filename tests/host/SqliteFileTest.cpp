@@ -8,18 +8,8 @@ using kvmail::firstValue;
 using kvmail::host::HostOptions;
 using kvmail::host::SqlHostSystem;
 using kvtest::HostStoreTest;
+using kvtest::insertOne;
 namespace sql = kvmail::sql;
-
-namespace {
-
-QString insertOne(long id) {
-  sql::ComposedRow r;
-  r.mailId = id;
-  r.replyId = id;
-  return sql::insertComposed(r);
-}
-
-}  // namespace
 
 using SqliteFile = HostStoreTest;
 
