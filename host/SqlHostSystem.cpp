@@ -88,6 +88,7 @@ QString SqlHostSystem::open() {
       return error;
     }
   }
+  if (!pg) keepStatements(connection_);
   QStringList setup;
   if (!pg) {
     if (!options_.readOnly) setup << QStringLiteral("pragma journal_mode=wal");
@@ -106,6 +107,7 @@ QString SqlHostSystem::open() {
 
 void SqlHostSystem::close() {
   if (!QSqlDatabase::contains(connection_)) return;
+  forgetStatements(connection_);
   {
     QSqlDatabase db = QSqlDatabase::database(connection_, false);
     if (db.isOpen()) {
@@ -127,11 +129,8 @@ void SqlHostSystem::setCurrentUser(const QString& userId, const QString& operato
 }
 
 QString SqlHostSystem::runPlain(const QString& sql) {
-  QSqlDatabase db = QSqlDatabase::database(connection_, false);
-  if (!db.isOpen()) return notOpenText();
-  QSqlQuery query(db);
-  if (!query.exec(sql)) return dbErrorText(query.lastError());
-  return {};
+  if (!isOpen()) return notOpenText();
+  return runLiteral(connection_, sql);
 }
 
 QString SqlHostSystem::executeBound(const QString& sql, const QVariantList& values) {
@@ -150,32 +149,16 @@ std::shared_ptr<IRecordset> SqlHostSystem::openQuery(const QString& sql, QString
     if (error) *error = problem;
     return nullptr;
   }
-  QStringList columns;
-  QList<QVariantList> rows;
-  {
-    QSqlQuery query(QSqlDatabase::database(connection_, false));
-    query.setForwardOnly(true);
-    if (!query.exec(text)) {
-      if (error) *error = dbErrorText(query.lastError());
-      return nullptr;
-    }
-    const QSqlRecord record = query.record();
-    for (int i = 0; i < record.count(); ++i) columns << record.fieldName(i);
-    while (query.next()) {
-      QVariantList row;
-      row.reserve(record.count());
-      for (int i = 0; i < record.count(); ++i) row << query.value(i);
-      rows << row;
-    }
-    if (query.lastError().isValid()) {
-      if (error) *error = dbErrorText(query.lastError());
-      return nullptr;
-    }
+  SqlRows answer;
+  problem = runLiteral(connection_, text, &answer);
+  if (!problem.isEmpty()) {
+    if (error) *error = problem;
+    return nullptr;
   }
   QString table, where;
   updateTarget(text, &table, &where);
   if (error) error->clear();
-  return std::make_shared<SqlRecordset>(connection_, columns, rows, table, where);
+  return std::make_shared<SqlRecordset>(connection_, answer.columns, answer.rows, table, where);
 }
 
 QString SqlHostSystem::execute(const QString& sql) {
@@ -233,28 +216,24 @@ long SqlHostSystem::takeKey(const QString& table, const QString& keyColumn, QStr
     }
     return static_cast<long>(query.value(0).toLongLong());
   }
-  query.prepare(QStringLiteral("select max(%1, coalesce((select lastkey+1 from %2 where "
-                               "tablename=? and keycolumn=?),0))")
-                    .arg(highest, QLatin1String(kKeyTable)));
-  query.addBindValue(name);
-  query.addBindValue(column);
-  if (!query.exec() || !query.next()) {
-    *error = dbErrorText(query.lastError());
+  SqlRows answer;
+  *error = runBound(connection_,
+                    QStringLiteral("select max(%1, coalesce((select lastkey+1 from %2 where "
+                                   "tablename=? and keycolumn=?),0))")
+                        .arg(highest, QLatin1String(kKeyTable)),
+                    {name, column}, &answer);
+  if (!error->isEmpty()) return 0;
+  if (answer.rows.isEmpty()) {
+    *error = QStringLiteral("数据库错误：取新编号没有结果。");
     return 0;
   }
-  const qlonglong key = query.value(0).toLongLong();
-  query.finish();
-  QSqlQuery mark(QSqlDatabase::database(connection_, false));
-  mark.prepare(
+  const qlonglong key = answer.rows.first().value(0).toLongLong();
+  *error = runBound(
+      connection_,
       QStringLiteral("insert or replace into %1(tablename,keycolumn,lastkey) values (?,?,?)")
-          .arg(QLatin1String(kKeyTable)));
-  mark.addBindValue(name);
-  mark.addBindValue(column);
-  mark.addBindValue(key);
-  if (!mark.exec()) {
-    *error = dbErrorText(mark.lastError());
-    return 0;
-  }
+          .arg(QLatin1String(kKeyTable)),
+      {name, column, key});
+  if (!error->isEmpty()) return 0;
   return static_cast<long>(key);
 }
 

@@ -38,13 +38,13 @@ QString SqliteBlobWriter::open(const QString& connection, const QString& table,
                                QStringLiteral("=zeroblob(?) where ") + where,
                            {totalBytes});
   if (!error.isEmpty()) return error;
-  QSqlQuery rowid(db);
-  if (!rowid.exec(QStringLiteral("select rowid from ") + table + QStringLiteral(" where ") +
-                  where) ||
-      !rowid.next())
-    return dbErrorText(rowid.lastError());
-  const qint64 id = rowid.value(0).toLongLong();
-  rowid.finish();
+  SqlRows rowid;
+  error = runLiteral(
+      connection, QStringLiteral("select rowid from ") + table + QStringLiteral(" where ") + where,
+      &rowid);
+  if (!error.isEmpty()) return error;
+  if (rowid.rows.isEmpty()) return QStringLiteral("数据库错误：要保存的记录已不存在。");
+  const qint64 id = rowid.rows.first().value(0).toLongLong();
 
   QString bareTable = table;
   bareTable.remove(u'"');

@@ -64,3 +64,54 @@ TEST(Dialect, PlainNames) {
   EXPECT_FALSE(isPlainName(QString()));
   EXPECT_FALSE(isPlainName(QStringLiteral("1abc")));
 }
+
+namespace {
+
+QString shapeOf(const QString& sql, QVariantList* values) {
+  return kvmail::host::bindLiterals(sql, values);
+}
+
+}  // namespace
+
+TEST(Literals, TextsAndComparedNumbersBecomeParameters) {
+  QVariantList values;
+  EXPECT_EQ(shapeOf(QStringLiteral("select 大小 from msgMail where UIDL='it''s 1' and 邮件ID=42"),
+                    &values),
+            QStringLiteral("select 大小 from msgMail where UIDL=? and 邮件ID=?"));
+  EXPECT_EQ(values, (QVariantList{QStringLiteral("it's 1"), qlonglong(42)}));
+
+  values.clear();
+  EXPECT_EQ(shapeOf(QStringLiteral("insert into t(a,b,c)Values(7,'',-2.5)"), &values),
+            QStringLiteral("insert into t(a,b,c)Values(?,?,-?)"));
+  ASSERT_EQ(values.size(), 3);
+  EXPECT_FALSE(values.at(1).toString().isNull());  // '' is an empty text, not a null
+  EXPECT_EQ(values.at(2), QVariant(2.5));
+}
+
+TEST(Literals, NumbersThatAreNotValuesStay) {
+  QVariantList values;
+  // Column positions, limits, names with digits and exponents keep their text.
+  const QString sql =
+      QStringLiteral("select a1, 2 from t2 where x>1e5 and y=3abc order by 1 limit 10");
+  EXPECT_EQ(shapeOf(sql, &values), sql);
+  EXPECT_TRUE(values.isEmpty());
+}
+
+TEST(Literals, OtherStatementsComeBackUnchanged) {
+  const QStringList unchanged{
+      QStringLiteral("create table t(a varchar(250) default 'x')"),
+      QStringLiteral("pragma journal_mode='wal'"),
+      QStringLiteral("select a from t where b=? and c='x'"),      // already has parameters
+      QStringLiteral("select a from t where b='open"),            // unfinished quote
+      QStringLiteral("select a from t where b='x' -- note 'y'"),  // a comment could hide quotes
+      QStringLiteral("select a from t where b=X'00ff'"),          // a blob literal
+  };
+  for (const QString& sql : unchanged) {
+    QVariantList values;
+    EXPECT_EQ(shapeOf(sql, &values), sql) << sql.toStdString();
+    EXPECT_TRUE(values.isEmpty()) << sql.toStdString();
+  }
+  QVariantList values;
+  EXPECT_EQ(shapeOf(QStringLiteral("select \"it's\" from t where a='b'"), &values),
+            QStringLiteral("select \"it's\" from t where a=?"));
+}

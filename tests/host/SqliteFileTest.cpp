@@ -68,3 +68,46 @@ TEST_F(SqliteFile, MissingFolderFailsToOpenWithAnErrorText) {
   EXPECT_FALSE(host.isOpen());
   EXPECT_FALSE(host.execute(QStringLiteral("select 1")).isEmpty());
 }
+
+// Statements that differ only in their values share one prepared statement on SQLite; every
+// answer must still be the one the literal text would give.
+TEST_F(SqliteFile, ReusedStatementsAnswerForTheirOwnValues) {
+  for (long id = 1; id <= 3; ++id) {
+    sql::ReceivedRow r;
+    r.mailId = id;
+    r.replyId = id;
+    r.uidl = id == 2 ? QString("") : QStringLiteral("u%1").arg(id);
+    r.messageId = QStringLiteral("pop.example.com");
+    ASSERT_EQ(host_->execute(sql::insertReceived(r)), QString());
+  }
+  for (long id = 1; id <= 3; ++id)
+    EXPECT_EQ(
+        firstValue(*host_, QStringLiteral("select 邮件ID from msgmail where 邮件ID=%1").arg(id)),
+        QString::number(id));
+  // '' finds the empty UIDL, and never matches a null.
+  EXPECT_EQ(firstValue(*host_, QStringLiteral("select 邮件ID from msgmail where UIDL=''")),
+            QStringLiteral("2"));
+  EXPECT_EQ(firstValue(*host_, QStringLiteral("select 邮件ID from msgmail where UIDL='u3'")),
+            QStringLiteral("3"));
+  // A number compared with a text column still matches as the literal did.
+  EXPECT_EQ(firstValue(*host_, QStringLiteral("select count(*) from msgmail where cshgnsID=1")),
+            QStringLiteral("3"));
+  // A column position still orders.
+  const auto rs =
+      host_->openQuery(QStringLiteral("select 邮件ID from msgmail where 邮件ID>0 order by 1 desc"));
+  ASSERT_TRUE(rs);
+  EXPECT_EQ(rs->text(0), QStringLiteral("3"));
+  // A shape the engine refuses runs as written (1e+5 would become 1e+?).
+  EXPECT_EQ(firstValue(*host_, QStringLiteral("select count(*) from msgmail where 邮件ID<1e+5")),
+            QStringLiteral("3"));
+  // More shapes than are kept: the oldest are dropped and made again when needed.
+  for (int i = 0; i < 100; ++i)
+    ASSERT_EQ(
+        firstValue(*host_, QStringLiteral("select %1+邮件ID from msgmail where 邮件ID=1").arg(i)),
+        QString::number(i + 1));
+  EXPECT_EQ(firstValue(*host_, QStringLiteral("select 邮件ID from msgmail where UIDL='u1'")),
+            QStringLiteral("1"));
+  // An error still names the engine's complaint about the real text.
+  EXPECT_TRUE(host_->execute(QStringLiteral("update msgmail set nosuch='x' where 邮件ID=1"))
+                  .contains(QStringLiteral("nosuch")));
+}
