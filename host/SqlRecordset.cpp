@@ -8,6 +8,8 @@ namespace {
 
 const QString kSource = QStringLiteral("kvhost.Recordset");
 
+constexpr qint64 kDirectWriteFrom = 1024 * 1024;  // stored files from this size skip the copy
+
 QString quotedName(const QString& name) {
   QString inner = name;
   inner.replace(u'"', QStringLiteral("\"\""));
@@ -130,13 +132,14 @@ void SqlRecordset::setValue(const QString& column, const QVariant& value) {
 void SqlRecordset::appendChunk(const QString& column, const QByteArray& bytes) {
   const int index = indexOf(column);
   currentRow();
-  // With the size announced, SQLite takes the chunks straight into the row.
+  // With a large size announced, SQLite takes the chunks straight into the row; a small file
+  // goes in with the row's update, which is one statement instead of three.
   if (auto w = writers_.find(index); w != writers_.end()) {
     if (writeError_.isEmpty()) writeError_ = w->second->write(bytes);
     return;
   }
-  if (expected_.contains(index) && !appended_.contains(index) && !updateTable_.isEmpty() &&
-      SqliteBlobWriter::isSqlite(connection_)) {
+  if (expected_.value(index) >= kDirectWriteFrom && !appended_.contains(index) &&
+      !updateTable_.isEmpty() && SqliteBlobWriter::isSqlite(connection_)) {
     pending_.remove(index);  // the chunks replace whatever value was set before
     auto writer = std::make_unique<SqliteBlobWriter>();
     writeError_ = writer->open(connection_, updateTable_, columns_.at(index), updateWhere_,

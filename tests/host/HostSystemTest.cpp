@@ -172,6 +172,31 @@ TEST_F(HostSystem, StoredFileColumnRoundTripsInChunks) {
   EXPECT_TRUE(rs->getChunk(QStringLiteral("消息"), 16384).isEmpty());
 }
 
+// An announced size takes small files through the row's update and large ones straight into
+// the row (on SQLite); both must read back byte for byte.
+TEST_F(HostSystem, AnnouncedStoredFilesOfEverySizeRoundTrip) {
+  ASSERT_EQ(host_->execute(sql::insertComposed(composed(6))), QString());
+  for (const qsizetype size : {qsizetype(20000), qsizetype(1536 * 1024 + 5)}) {
+    QByteArray bytes(size, Qt::Uninitialized);
+    for (qsizetype i = 0; i < size; ++i) bytes[i] = char((i * 13) % 256);
+    {
+      auto rs = host_->openQuery(sql::fileToColumnQuery(
+          QStringLiteral("消息"), QStringLiteral("msgmail"), QStringLiteral("邮件ID"), 6));
+      ASSERT_TRUE(rs);
+      rs->setValue(QStringLiteral("消息"), QString(""));
+      rs->expectChunks(QStringLiteral("消息"), size);
+      for (qsizetype at = 0; at < size; at += 16384)
+        rs->appendChunk(QStringLiteral("消息"), bytes.mid(at, 16384));
+      ASSERT_EQ(rs->update(), QString());
+    }
+    auto rs = connect()->openQuery(sql::columnToFileQuery(
+        QStringLiteral("消息"), QStringLiteral("msgmail"), QStringLiteral("邮件ID"), 6));
+    ASSERT_TRUE(rs);
+    ASSERT_EQ(rs->actualSize(QStringLiteral("消息")), size);
+    EXPECT_EQ(rs->getChunk(QStringLiteral("消息"), int(size)), bytes) << size;
+  }
+}
+
 TEST_F(HostSystem, UpdateWritesOnlyChangedColumnsOfThatRow) {
   ASSERT_EQ(host_->execute(sql::insertComposed(composed(1))), QString());
   ASSERT_EQ(host_->execute(sql::insertComposed(composed(2))), QString());
