@@ -1,6 +1,7 @@
 #pragma once
 // Copying a stored-file column of one row to a file and back, in chunks of 16384 bytes,
 // through the host's recordsets. The file side is always a temporary file.
+#include <QByteArray>
 #include <QString>
 
 namespace kvmail {
@@ -19,5 +20,9 @@ bool columnToFile(long key, const QString& path, const QString& column, IHostSys
 // full chunks. False when the row or the file is missing, or the row could not be saved.
 bool fileToColumn(long key, const QString& path, const QString& column, IHostSystem& host,
                   const QString& table, const QString& keyColumn);
+
+// The same for bytes already in memory, stored exactly as fileToColumn stores a file of them.
+bool bytesToColumn(long key, const QByteArray& bytes, const QString& column, IHostSystem& host,
+                   const QString& table, const QString& keyColumn);
 
 }  // namespace kvmail

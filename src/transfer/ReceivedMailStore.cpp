@@ -16,6 +16,8 @@ namespace kvmail {
 
 namespace {
 
+constexpr qsizetype kInMemoryLimit = 4 * 1024 * 1024;
+
 // The recipients' names as one text: each name, or the address when there is no name.
 QString recipientNames(const QList<MimeAddress>& list) {
   QStringList names;
@@ -39,15 +41,21 @@ ReceivedMailStore::ReceivedMailStore(ITransferView& view, IHostSystem& host,
 bool ReceivedMailStore::SaveReceivedMail(QByteArray text, const QString& uidl) {
   const QString path = tempFilePath(QStringLiteral("temp.eml"));
   view_.WriteLog(QStringLiteral("正在写文件:") + path, 1);
+  // The bytes as the server sent them, and the line break the file always ended with.
+  text.append("\r\n", 2);
   {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
-    // The bytes as the server sent them, and the line break the file always ended with.
-    if (file.write(text) != text.size() || file.write("\r\n", 2) != 2) return false;
+    if (file.write(text) != text.size()) return false;
   }
-  text = QByteArray();  // the file holds it now; a large mail is not kept twice
-  const qint64 size = QFileInfo(path).size();
-  const ParsedMail mail = readMailFile(path, QStringLiteral("gb2312"), MimeParts::StructureOnly);
+  // A usual mail is read and stored from the bytes in hand, which saves reading the file back
+  // twice; a large one only from the file, so that it is never held in memory twice.
+  const bool inMemory = text.size() <= kInMemoryLimit;
+  if (!inMemory) text = QByteArray();
+  const qint64 size = inMemory ? text.size() : QFileInfo(path).size();
+  const ParsedMail mail =
+      inMemory ? readMailBytes(text, QStringLiteral("gb2312"), MimeParts::StructureOnly)
+               : readMailFile(path, QStringLiteral("gb2312"), MimeParts::StructureOnly);
 
   // The row and its file go in together or not at all, so a failure never leaves a stored
   // UIDL without its message (which would stop the next session from fetching it again).
@@ -88,8 +96,11 @@ bool ReceivedMailStore::SaveReceivedMail(QByteArray text, const QString& uidl) {
     prompt().messageBox(error, QStringLiteral("错误："), PromptIcon::Critical);
     return false;
   }
-  if (!fileToColumn(id, path, QStringLiteral("消息"), host_, QStringLiteral("msgmail"),
-                    QStringLiteral("邮件ID"))) {
+  const bool stored = inMemory ? bytesToColumn(id, text, QStringLiteral("消息"), host_,
+                                               QStringLiteral("msgmail"), QStringLiteral("邮件ID"))
+                               : fileToColumn(id, path, QStringLiteral("消息"), host_,
+                                              QStringLiteral("msgmail"), QStringLiteral("邮件ID"));
+  if (!stored) {
     host_.rollbackTransaction();
     view_.WriteLog(QStringLiteral("保存邮件内容失败:") + path, 1);
     return false;

@@ -90,6 +90,14 @@ TEST_F(StoredFile, RemainderIsStoredFirstThenTheFullChunks) {
   ASSERT_TRUE(load(file(QStringLiteral("out.eml")), &reader));
   EXPECT_EQ(reader.calls, (QStringList{"get 16384", "get 16384", "get 7232"}));
   EXPECT_EQ(kvtest::readAll(file(QStringLiteral("out.eml"))), bytes);
+
+  // Bytes in memory are stored exactly as a file of them.
+  RecordingHost fromBytes(*host_);
+  ASSERT_TRUE(kvmail::bytesToColumn(1, bytes, QStringLiteral("消息"), fromBytes,
+                                    QStringLiteral("msgmail"), QStringLiteral("邮件ID")));
+  EXPECT_EQ(fromBytes.calls, recorder.calls);
+  ASSERT_TRUE(load(file(QStringLiteral("again.eml"))));
+  EXPECT_EQ(kvtest::readAll(file(QStringLiteral("again.eml"))), bytes);
 }
 
 // Kept on purpose: the file is not emptied first, so an older longer file's tail stays.
