@@ -161,6 +161,7 @@ void FrmSend::StartTasks() {
   lvErrors_->clear();  // a new run starts with an empty error list
   txt_->clear();
   pendingLog_.clear();
+  pendingInfo_.clear();
   setProgressRange(0, 100);
   setProgressValue(0);
   cmdStop_->setEnabled(true);
@@ -381,6 +382,9 @@ void FrmSend::refreshNow() {
     txt_->moveCursor(QTextCursor::End);
     pendingLog_.clear();
   }
+  for (auto it = pendingInfo_.cbegin(); it != pendingInfo_.cend(); ++it)
+    if (auto* item = lvTasks_->topLevelItem(it.key() - 1)) item->setText(ColInfo, it.value());
+  pendingInfo_.clear();
 }
 
 void FrmSend::setTaskText(int row, const QString& text) {
@@ -395,7 +399,8 @@ void FrmSend::setTaskState(int row, const QString& state) {
 }
 
 void FrmSend::setTaskInfo(int row, const QString& info) {
-  if (auto* item = lvTasks_->topLevelItem(row - 1)) item->setText(ColInfo, info);
+  pendingInfo_[row] = info;  // counted per mail, so shown with the next refresh
+  scheduleRefresh();
 }
 
 void FrmSend::addErrorRow(const QString& reason) {

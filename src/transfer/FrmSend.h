@@ -4,6 +4,7 @@
 // Controls carry the names callers and tests look for: "LV(0)" tasks, "LV(1)" errors, "Txt",
 // "lblCaption", "lblMessage", "ProgBar", "Animation1", "Img", "XTab", "Cmd(0)" close,
 // "Cmd(1)" stop, "Cmd(2)" details, "Chk".
+#include <QMap>
 #include <QTimer>
 #include <QWidget>
 
@@ -122,6 +123,7 @@ class FrmSend : public QWidget, public ITransferView {
   int stallMs_ = 120000;
   int progressMin_ = 0, progressMax_ = 100, progressValue_ = 0;
   QString pendingLog_;
+  QMap<int, QString> pendingInfo_;  // task row -> the text for its information column
   QTimer refreshTimer_;
 
   std::unique_ptr<SendEngine> sender_;

@@ -305,6 +305,7 @@ void Pop3Session::sendQuit() {
 void Pop3Session::send(const QString& command) {
   if (stallMs_ > 0) stallTimer_.start(stallMs_);
   wskMail_->write(command.toUtf8() + "\r\n");
+  wskMail_->flush();  // out now rather than on the next pass of the event loop
 }
 
 void Pop3Session::onSocketError() {
