@@ -3,13 +3,37 @@
 measured against. Logs in, STAT, then for n in 1..count: UIDL n and RETR n, writing each mail to
 <out>/<n>.eml. Prints the elapsed seconds (login to QUIT) on stdout.
 
+With --store, each mail is instead stored the least way the receive order allows: look its UIDL
+up in an SQLite file (WAL, as the host keeps it), write it to a temporary file, insert a row with
+the file in one transaction, delete the temporary file; one command outstanding at a time. That
+is the floor for a receiver that must store each mail before asking for the next one.
+
     pop3_reference.py --port 11110 --user t05 --password kvpass --out /tmp/mails [--count N]
+                      [--store]
 """
 
 import argparse
 import os
 import poplib
+import sqlite3
 import time
+
+
+def open_store(path):
+    db = sqlite3.connect(path, isolation_level=None)
+    db.execute("pragma journal_mode=wal")
+    db.execute("pragma synchronous=normal")
+    db.execute("create table if not exists mail(id integer primary key, uidl text, sender text,"
+               " subject text, sent text, received text, size integer, body blob)")
+    db.execute("create index if not exists mail_uidl on mail(uidl)")
+    return db
+
+
+def store(db, n, uidl, text):
+    db.execute("begin immediate")
+    db.execute("insert into mail values(?,?,?,?,?,?,?,?)",
+               (n, uidl, "sender", "subject", "2026-11-22 09:00:00", time.ctime(), len(text), text))
+    db.execute("commit")
 
 
 def main():
@@ -20,9 +44,11 @@ def main():
     ap.add_argument("--password", required=True)
     ap.add_argument("--out", required=True, help="folder for the retrieved mails")
     ap.add_argument("--count", type=int, default=0, help="mails to fetch (default: all)")
+    ap.add_argument("--store", action="store_true", help="store each mail in SQLite as well")
     args = ap.parse_args()
 
     os.makedirs(args.out, exist_ok=True)
+    db = open_store(os.path.join(args.out, "store.db")) if args.store else None
     poplib._MAXLINE = 1 << 20  # long lines must not abort the reference run
     start = time.perf_counter()
     pop = poplib.POP3(args.host, args.port, timeout=60)
@@ -31,10 +57,19 @@ def main():
     total, _size = pop.stat()
     count = min(args.count, total) if args.count > 0 else total
     for n in range(1, count + 1):
-        pop.uidl(n)
+        answer = pop.uidl(n)
+        if db:
+            uidl = answer.split()[-1].decode()
+            if db.execute("select id from mail where uidl=?", (uidl,)).fetchall():
+                continue
         _resp, lines, _octets = pop.retr(n)
-        with open(os.path.join(args.out, "%d.eml" % n), "wb") as f:
-            f.write(b"\r\n".join(lines) + b"\r\n")
+        text = b"\r\n".join(lines) + b"\r\n"
+        path = os.path.join(args.out, "temp.eml" if db else "%d.eml" % n)
+        with open(path, "wb") as f:
+            f.write(text)
+        if db:
+            store(db, n, uidl, text)
+            os.unlink(path)
     pop.quit()
     print("%.6f" % (time.perf_counter() - start))
 
