@@ -41,17 +41,19 @@ ReceivedMailStore::ReceivedMailStore(ITransferView& view, IHostSystem& host,
 bool ReceivedMailStore::SaveReceivedMail(QByteArray text, const QString& uidl) {
   const QString path = tempFilePath(QStringLiteral("temp.eml"));
   view_.WriteLog(QStringLiteral("正在写文件:") + path, 1);
-  // The bytes as the server sent them, and the line break the file always ended with.
-  text.append("\r\n", 2);
+  // A usual mail is read and stored from the bytes in hand, which saves reading the file back
+  // twice; a large one only from the file, so that it is never held in memory twice.
+  const bool inMemory = text.size() < kInMemoryLimit;
   {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
-    if (file.write(text) != text.size()) return false;
+    // The bytes as the server sent them, and the line break the file always ended with.
+    if (file.write(text) != text.size() || file.write("\r\n", 2) != 2) return false;
   }
-  // A usual mail is read and stored from the bytes in hand, which saves reading the file back
-  // twice; a large one only from the file, so that it is never held in memory twice.
-  const bool inMemory = text.size() <= kInMemoryLimit;
-  if (!inMemory) text = QByteArray();
+  if (inMemory)
+    text.append("\r\n", 2);
+  else
+    text = QByteArray();
   const qint64 size = inMemory ? text.size() : QFileInfo(path).size();
   const ParsedMail mail =
       inMemory ? readMailBytes(text, QStringLiteral("gb2312"), MimeParts::StructureOnly)
