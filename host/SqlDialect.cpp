@@ -2,6 +2,8 @@
 
 #include <QRegularExpression>
 
+#include <initializer_list>
+
 namespace kvmail::host {
 namespace {
 
@@ -68,9 +70,8 @@ bool isDataStatement(const QString& sql) {
          head.startsWith(QLatin1String("update")) || head.startsWith(QLatin1String("delete"));
 }
 
-// Keywords after which literals are values rather than names of result columns.
-bool opensValues(QStringView word) {
-  for (const char* k : {"where", "values", "set", "having", "on"})
+bool isOneOf(QStringView word, std::initializer_list<const char*> keywords) {
+  for (const char* k : keywords)
     if (word.compare(QLatin1String(k), Qt::CaseInsensitive) == 0) return true;
   return false;
 }
@@ -165,7 +166,13 @@ QString bindLiterals(const QString& sql, QVariantList* values) {
       }
     } else if (isIdentifierChar(c) && !c.isDigit()) {
       while (end < n && isIdentifierChar(sql.at(end))) ++end;
-      if (opensValues(QStringView(sql).mid(i, end - i))) inValues = true;
+      // Literals are values after these words; before them they name result columns, and
+      // after order, group or limit a number is a column position or a count.
+      const QStringView word = QStringView(sql).mid(i, end - i);
+      if (isOneOf(word, {"where", "values", "set", "having", "on"}))
+        inValues = true;
+      else if (isOneOf(word, {"order", "group", "limit"}))
+        inValues = false;
     } else if (c.isDigit()) {
       const QVariant value = wholeNumber(sql, i, &end);
       if (inValues && value.isValid() && QStringView(u"=,(<>+-*/%|").contains(before)) {

@@ -21,9 +21,10 @@ bool hasSecondStatement(const QString& sql);
 // Splits the literal values out of one data statement (select, insert, update, delete) so that
 // statements differing only in their values share one prepared statement: after the first
 // where, values, set, having or on, each '...' text and each number standing after an operator,
-// '(' or ',' becomes '?', and its value is appended to *values. What comes before (a select
-// list, whose texts name the columns) keeps its literals. Other statements, statements that
-// already hold a '?', comments and unfinished quotes come back unchanged, with no values.
+// '(' or ',' becomes '?', and its value is appended to *values. A select list (whose texts name
+// the columns) and what follows order, group or limit keep their literals. Other statements,
+// statements that already hold a '?', comments and unfinished quotes come back unchanged, with no
+// values.
 QString bindLiterals(const QString& sql, QVariantList* values);
 
 // A table or column name made only of letters, digits and '_', safe to put into SQL as it is.

@@ -92,7 +92,7 @@ TEST(Literals, NumbersThatAreNotValuesStay) {
   QVariantList values;
   // Column positions, limits, names with digits and exponents keep their text.
   const QString sql =
-      QStringLiteral("select a1, 2 from t2 where x>1e5 and y=3abc order by 1 limit 10");
+      QStringLiteral("select a1, 2 from t2 where x>1e5 and y=3abc order by a1, 2 limit 10");
   EXPECT_EQ(shapeOf(sql, &values), sql);
   EXPECT_TRUE(values.isEmpty());
 }
