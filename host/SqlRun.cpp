@@ -68,15 +68,16 @@ QString readAnswer(QSqlQuery& query, SqlRows* rows) {
   return {};
 }
 
-QString execute(QSqlQuery& query, const QVariantList& values, SqlRows* rows) {
-  for (int i = 0; i < values.size(); ++i) query.bindValue(i, values.at(i));
-  QString error;
-  if (!query.exec())
-    error = dbErrorText(query.lastError());
-  else
-    error = readAnswer(query, rows);
+// The answer of a statement that has just run (ran: whether it succeeded), then its release.
+QString finishRun(QSqlQuery& query, bool ran, SqlRows* rows) {
+  const QString error = ran ? readAnswer(query, rows) : dbErrorText(query.lastError());
   query.finish();  // a statement left open would hold its read lock
   return error;
+}
+
+QString execute(QSqlQuery& query, const QVariantList& values, SqlRows* rows) {
+  for (int i = 0; i < values.size(); ++i) query.bindValue(i, values.at(i));
+  return finishRun(query, query.exec(), rows);
 }
 
 // The prepared statement for sql, kept or made; null with *error when the engine refuses it.
@@ -123,9 +124,7 @@ QString runBound(const QString& connection, const QString& sql, const QVariantLi
     if (!db.isOpen()) return QStringLiteral("数据库错误：连接已关闭。");
     QSqlQuery query(db);
     query.setForwardOnly(true);
-    QString error = query.exec(sql) ? readAnswer(query, rows) : dbErrorText(query.lastError());
-    query.finish();
-    return error;
+    return finishRun(query, query.exec(sql), rows);
   }
   QString error;
   std::unique_ptr<QSqlQuery> owned;

@@ -2,8 +2,10 @@
 // A fresh SQLite store for one benchmark run: its own folder (also the temp folder the module
 // writes into), the host tables, and the benchmark's account for user "1".
 #include <QCommandLineOption>
+#include <QProcess>
 #include <QTemporaryDir>
 
+#include <cstdio>
 #include <memory>
 
 #include "HostStore.h"
@@ -37,6 +39,20 @@ inline QList<QCommandLineOption> transferOptions(int count, const QString& user)
           {QStringLiteral("user"), QStringLiteral("mailbox"), QStringLiteral("u"), user},
           {QStringLiteral("rounds"), QStringLiteral("runs of each"), QStringLiteral("n"),
            QStringLiteral("3")}};
+}
+
+// Runs one of bench/reference's Python loops, which print their elapsed seconds; a negative
+// value when it failed.
+inline double runReference(const QString& script, const QStringList& args) {
+  QProcess p;
+  p.start(QStringLiteral("/usr/bin/python3"),
+          QStringList{QStringLiteral(KV_SOURCE_DIR "/bench/reference/") + script} + args);
+  if (!p.waitForFinished(600000) || p.exitCode() != 0) {
+    std::fprintf(stderr, "%s failed: %s\n", qPrintable(script),
+                 p.readAllStandardError().constData());
+    return -1;
+  }
+  return p.readAllStandardOutput().trimmed().toDouble();
 }
 
 }  // namespace kvbench

@@ -9,7 +9,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -95,22 +94,13 @@ double receiveOnce(const QString& user, int expected) {
 double referenceOnce(const QString& user, int count, bool store) {
   const auto& servers = kvtest::loopbackServers();
   QTemporaryDir out;
-  QProcess p;
-  QStringList args{QStringLiteral(KV_SOURCE_DIR "/bench/reference/pop3_reference.py"),
-                   QStringLiteral("--port"),
-                   QString::number(servers.pop3Port),
-                   QStringLiteral("--user"),
-                   user,
-                   QStringLiteral("--password"),
-                   servers.password,
-                   QStringLiteral("--out"),
-                   out.path(),
-                   QStringLiteral("--count"),
-                   QString::number(count)};
+  QStringList args{QStringLiteral("--port"),     QString::number(servers.pop3Port),
+                   QStringLiteral("--user"),     user,
+                   QStringLiteral("--password"), servers.password,
+                   QStringLiteral("--out"),      out.path(),
+                   QStringLiteral("--count"),    QString::number(count)};
   if (store) args << QStringLiteral("--store");
-  p.start(QStringLiteral("/usr/bin/python3"), args);
-  if (!p.waitForFinished(600000) || p.exitCode() != 0) return -1;
-  return p.readAllStandardOutput().trimmed().toDouble();
+  return kvbench::runReference(QStringLiteral("pop3_reference.py"), args);
 }
 
 }  // namespace

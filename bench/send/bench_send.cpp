@@ -6,7 +6,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -49,25 +48,13 @@ kvmail::OutgoingMail benchMail(int i, const QString& to, int bytes) {
 double smtplibOnce(const kvtest::LoopbackServers& servers, const QString& to, const QString& user,
                    const QStringList& paths, const QString& store) {
   kvtest::clearMailbox(user);
-  QStringList args{QStringLiteral(KV_SOURCE_DIR "/bench/reference/smtp_reference.py"),
-                   QStringLiteral("--port"),
-                   QString::number(servers.smtpPort),
-                   QStringLiteral("--from"),
-                   QStringLiteral("sales@kvmail.test"),
-                   QStringLiteral("--to"),
-                   to,
-                   QStringLiteral("--user"),
-                   user,
-                   QStringLiteral("--password"),
-                   servers.password};
+  QStringList args{QStringLiteral("--port"),     QString::number(servers.smtpPort),
+                   QStringLiteral("--from"),     QStringLiteral("sales@kvmail.test"),
+                   QStringLiteral("--to"),       to,
+                   QStringLiteral("--user"),     user,
+                   QStringLiteral("--password"), servers.password};
   if (!store.isEmpty()) args << QStringLiteral("--store") << store;
-  QProcess ref;
-  ref.start(QStringLiteral("/usr/bin/python3"), args + paths);
-  if (!ref.waitForFinished(600000) || ref.exitCode() != 0) {
-    std::fprintf(stderr, "smtplib run failed: %s\n", ref.readAllStandardError().constData());
-    return -1;
-  }
-  return ref.readAllStandardOutput().trimmed().toDouble();
+  return kvbench::runReference(QStringLiteral("smtp_reference.py"), args + paths);
 }
 
 }  // namespace
