@@ -1,13 +1,17 @@
 # One object library per source folder, so a folder builds and is tested on its own.
-# kv_subsystem(NAME <name> [DEPS <object libs or imported targets>...])
+# kv_subsystem(NAME <name> [DEPS <object libs>...] [PRIVATE <adapters' libraries>...])
+# PRIVATE libraries (GMime, curl) reach only the folder's own sources, never its users' includes.
 function(kv_subsystem)
-  cmake_parse_arguments(KV "" "NAME" "DEPS" ${ARGN})
+  cmake_parse_arguments(KV "" "NAME" "DEPS;PRIVATE" ${ARGN})
   file(GLOB _src CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h
        ${CMAKE_CURRENT_SOURCE_DIR}/*.qrc)
   add_library(${KV_NAME} OBJECT ${_src})
   target_include_directories(${KV_NAME} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
                                                $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kvmail>)
   target_link_libraries(${KV_NAME} PUBLIC Qt6::Core Qt6::Gui Qt6::Widgets Qt6::Network Qt6::Sql ${KV_DEPS})
+  if(KV_PRIVATE)
+    target_link_libraries(${KV_NAME} PRIVATE ${KV_PRIVATE})
+  endif()
 endfunction()
 
 # kv_test(NAME <name> SOURCES <files...> LIBS <libs...> [LABELS ...] [FIXTURES ...])

@@ -11,8 +11,8 @@
 #include "composer/FrmNewMail.h"
 #include "model/IBundle.h"
 #include "service/clsMail.h"
-#include "support/MimeMail.h"
-#include "support/StoredFile.h"
+#include "store/StoredFile.h"
+#include "support/mime/MimeMail.h"
 
 int main(int argc, char** argv) {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -18,7 +18,7 @@
 
 #include "BenchStore.h"
 #include "LoopbackServers.h"
-#include "support/MimeMail.h"
+#include "support/mime/MimeMail.h"
 #include "transfer/FrmSend.h"
 
 namespace {

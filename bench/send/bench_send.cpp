@@ -17,9 +17,8 @@
 #include "LoopbackServers.h"
 #include "model/IBundle.h"
 #include "service/clsMail.h"
-#include "store/Statements.h"
-#include "support/MimeMail.h"
-#include "support/StoredFile.h"
+#include "store/MailStore.h"
+#include "support/mime/MimeMail.h"
 #include "transfer/FrmSend.h"
 
 namespace {
@@ -106,19 +105,12 @@ int main(int argc, char** argv) {
     seed.fromAddress = QStringLiteral("sales@kvmail.test");
     kvbench::BenchStore store(seed);
     const auto& host = store.host;
-    host->beginTransaction();
-    for (int i = 1; i <= count; ++i) {
-      kvmail::sql::ComposedRow row;
-      row.mailId = i;
-      row.subject = QStringLiteral("月度对账单 %1").arg(i);
-      row.sentTime = QDateTime::currentDateTime().addSecs(i);
-      row.toAddresses = to;
-      row.replyId = i;
-      host->execute(kvmail::sql::insertComposed(row));
-      kvmail::fileToColumn(i, paths[i - 1], QStringLiteral("消息"), *host,
-                           QStringLiteral("msgmail"), QStringLiteral("邮件ID"));
-    }
-    host->commitTransaction();
+    QList<kvmail::ComposedMail> queue;
+    for (int i = 1; i <= count; ++i)
+      queue.append(kvmail::composedMail(benchMail(i, to, bytes),
+                                        queueDir.filePath(QStringLiteral("q%1.eml").arg(i))));
+    kvmail::StoreFailure failure;
+    if (kvmail::MailStore(*host).storeComposed(queue, &failure).size() != count) return 1;
 
     kvmail::clsMail mail;
     mail.Init(host, 1);

@@ -6,7 +6,6 @@
 #include "SqlHostSystem.h"  // the reference host system object (kvmail::kvhost); or your own
 #include "service/IclsError.h"
 #include "service/clsMail.h"
-#include "transfer/FrmSend.h"
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
@@ -24,7 +23,7 @@ int main(int argc, char** argv) {
                    [](const QString& ids, long kind) { qInfo() << "stored" << ids << kind; });
   if (!mail.Init(system, 1)) return qCritical().noquote() << mail.Error()->Description(), 1;
 
-  QObject::connect(mail.transferWindow(), &kvmail::FrmSend::TasksEnded, &app,
+  QObject::connect(&mail, &kvmail::clsMail::EvTransferEnded, &app,
                    [](bool ok) { QCoreApplication::exit(ok ? 0 : 1); });
   mail.ReceiveMail();  // opens the transfer window; the events above report each stored mail
   return app.exec();

@@ -1,12 +1,9 @@
 #include "DemoStore.h"
 
-#include <QDateTime>
-#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include "HostStore.h"
-#include "store/Statements.h"
-#include "support/StoredFile.h"
+#include "store/MailStore.h"
 
 namespace kvmail::demo {
 namespace {
@@ -51,8 +48,7 @@ QString seedTemplate(host::SqlHostSystem& host) {
   QTemporaryDir dir;
   const QString path = dir.filePath(QStringLiteral("template.eml"));
   if (!writeMailFile(file, path, &error)) return error;
-  if (!fileToColumn(kDemoProgId, path, QStringLiteral("EMail"), host, QStringLiteral("MailTemplet"),
-                    QStringLiteral("progID")))
+  if (!MailStore(host).templateFileToColumn(kDemoProgId, path))
     return QStringLiteral("无法保存邮件模板。");
   return {};
 }
@@ -88,11 +84,10 @@ QString seedDemoData(host::SqlHostSystem& host) {
   QString error;
   if (!hasRows(host, QStringLiteral("select maid from mailaccount"), &error) && error.isEmpty())
     error = seedAccountRow(host);
-  if (error.isEmpty() && !hasRows(host, sql::programName(kDemoProgId), &error) && error.isEmpty())
+  const MailStore store(host);
+  if (error.isEmpty() && store.programName(kDemoProgId).isEmpty())
     error = host::seedProgram(host, kDemoProgId, QStringLiteral("客户对账"));
-  if (error.isEmpty() && !hasRows(host, sql::templateExists(kDemoProgId), &error) &&
-      error.isEmpty())
-    error = seedTemplate(host);
+  if (error.isEmpty() && !store.templateExists(kDemoProgId)) error = seedTemplate(host);
   if (error.isEmpty()) error = seedCustomers(host);
   return error;
 }
@@ -117,37 +112,14 @@ QString mergeRecords(const QList<Customer>& customers, const QString& separator)
 
 long queueMail(IHostSystem& host, const OutgoingMail& mail, QString* error) {
   QTemporaryDir dir;
-  const QString path = dir.filePath(QStringLiteral("queued.eml"));
-  if (!writeMailFile(mail, path, error)) return 0;
-  const long id = host.nextKey(QStringLiteral("msgmail"), QStringLiteral("邮件ID"), error);
-  if (id <= 0) return 0;
-
-  sql::ComposedRow row;
-  row.mailId = id;
-  row.fromName = mail.from.name;
-  row.subject = mail.subject;
-  row.sentTime = QDateTime::currentDateTime();
-  row.toAddresses = joinAddresses(mail.to);
-  row.fromAddress = mail.from.address;
-  row.toNames = joinDisplay(mail.to);
-  row.email = QStringLiteral("-1");  // a new mail, not a reply
-  row.attachments = mail.attachmentPaths.isEmpty() ? 0 : 1;
-  row.operatorName = host.currentOperator();
-  row.replyId = id;
-  row.size = static_cast<long>(QFileInfo(path).size());
-
-  *error = host.beginTransaction();
-  if (!error->isEmpty()) return 0;
-  *error = host.execute(sql::insertComposed(row));
-  if (error->isEmpty() && !fileToColumn(id, path, QStringLiteral("消息"), host,
-                                        QStringLiteral("msgmail"), QStringLiteral("邮件ID")))
-    *error = QStringLiteral("无法保存邮件内容。");
-  if (error->isEmpty()) *error = host.commitTransaction();
-  if (!error->isEmpty()) {
-    host.rollbackTransaction();
+  StoreFailure failure;
+  const QList<long> keys = MailStore(host).storeComposed(
+      {composedMail(mail, dir.filePath(QStringLiteral("queued.eml")))}, &failure);
+  if (keys.isEmpty()) {
+    *error = failure.error.isEmpty() ? QStringLiteral("无法保存邮件内容。") : failure.error;
     return 0;
   }
-  return id;
+  return keys.first();
 }
 
 OutgoingMail demoOutgoingMail(const QString& fromName, const QString& fromAddress) {

@@ -5,7 +5,7 @@
 #include <QString>
 
 #include "SqlHostSystem.h"
-#include "support/MimeMail.h"
+#include "support/mime/MimeMail.h"
 
 namespace kvmail::demo {
 

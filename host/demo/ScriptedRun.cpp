@@ -10,12 +10,11 @@
 #include "DemoStore.h"
 #include "MailList.h"
 #include "MainWindow.h"
-#include "transfer/FrmSend.h"
 
 namespace kvmail::demo {
 namespace {
 
-void printTree(const FrmSend& window, const QString& name, const QString& heading,
+void printTree(const QWidget& window, const QString& name, const QString& heading,
                QTextStream& out) {
   const auto* tree = window.findChild<QTreeWidget*>(name);
   if (!tree || tree->topLevelItemCount() == 0) return;
@@ -25,7 +24,7 @@ void printTree(const FrmSend& window, const QString& name, const QString& headin
         << Qt::endl;
 }
 
-void printTransfer(const FrmSend& window, QTextStream& out) {
+void printTransfer(const QWidget& window, QTextStream& out) {
   out << "---- 传输日志 ----" << Qt::endl;
   if (const auto* log = window.findChild<QPlainTextEdit*>(QStringLiteral("Txt")))
     out << log->toPlainText().trimmed() << Qt::endl;
@@ -34,31 +33,33 @@ void printTransfer(const FrmSend& window, QTextStream& out) {
   printTree(window, QStringLiteral("LV(1)"), QStringLiteral("错误："), out);
   if (const auto* summary = window.findChild<QLabel*>(QStringLiteral("lblMessage")))
     out << summary->text() << Qt::endl;
-  out << window.captionText().trimmed() << Qt::endl;
+  if (const auto* caption = window.findChild<QLabel*>(QStringLiteral("lblCaption")))
+    out << caption->text().trimmed() << Qt::endl;
 }
 
 // Waits for the end of the run; on time-out presses stop and gives the engines a bounded while.
-bool waitForEnd(FrmSend& window, const bool& ended, int timeoutSeconds, QTextStream& out) {
+bool waitForEnd(clsMail& mail, const bool& ended, int timeoutSeconds, QTextStream& out) {
   QEventLoop loop;
   QTimer deadline;
   deadline.setSingleShot(true);
-  QObject::connect(&window, &FrmSend::TasksEnded, &loop, &QEventLoop::quit);
+  QObject::connect(&mail, &clsMail::EvTransferEnded, &loop, &QEventLoop::quit);
   QObject::connect(&deadline, &QTimer::timeout, &loop, &QEventLoop::quit);
   deadline.start(timeoutSeconds * 1000);
   if (!ended) loop.exec();
   if (ended) return true;
   out << "超时：" << timeoutSeconds << " 秒内任务没有结束，正在停止。" << Qt::endl;
-  if (auto* stop = window.findChild<QPushButton*>(QStringLiteral("Cmd(1)"))) stop->click();
+  if (auto* stop = mail.transferWidget()->findChild<QPushButton*>(QStringLiteral("Cmd(1)")))
+    stop->click();
   deadline.start(30000);
   if (!ended) loop.exec();
   return false;
 }
 
 int runTransfer(MainWindow& window, const QString& command, int timeoutSeconds, QTextStream& out) {
-  FrmSend* transfer = window.mail().transferWindow();
+  QWidget* transfer = window.mail().transferWidget();
   bool ended = false;
   bool ok = false;
-  QObject::connect(transfer, &FrmSend::TasksEnded, transfer, [&](bool result) {
+  QObject::connect(&window.mail(), &clsMail::EvTransferEnded, transfer, [&](bool result) {
     ended = true;
     ok = result;
   });
@@ -76,11 +77,11 @@ int runTransfer(MainWindow& window, const QString& command, int timeoutSeconds, 
     opened = window.receiveMail();
   else
     opened = window.sendReceiveMail();
-  if (!opened && !ended && !transfer->isBusy()) {
+  if (!opened && !ended && !transfer->isVisible()) {
     out << "没有要执行的任务。" << Qt::endl;
     return ExitOk;
   }
-  const bool inTime = waitForEnd(*transfer, ended, timeoutSeconds, out);
+  const bool inTime = waitForEnd(window.mail(), ended, timeoutSeconds, out);
   printTransfer(*transfer, out);
   window.refresh();
   const bool success = inTime && ok;

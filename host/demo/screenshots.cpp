@@ -13,9 +13,6 @@
 #include "DemoStore.h"
 #include "MainWindow.h"
 #include "ScriptedRun.h"
-#include "composer/FrmNewMail.h"
-#include "transfer/FrmSend.h"
-#include "viewer/FrmMail.h"
 
 using namespace kvmail;
 using namespace kvmail::demo;
@@ -63,7 +60,7 @@ int main(int argc, char** argv) {
   }
   MainWindow window(host, kDemoProgId);
   const int code = runScripted(window, QStringLiteral("send-receive"), 120, out);
-  FrmSend* transfer = window.mail().transferWindow();
+  QWidget* transfer = window.mail().transferWidget();
   bool ok = save(transfer, dir + QStringLiteral("/transfer.png"));
   transfer->hide();
   window.refresh();
@@ -74,12 +71,12 @@ int main(int argc, char** argv) {
   dialog.hide();
 
   window.newMail();
-  window.mail().composeWindow()->resize(640, 420);
-  ok = save(window.mail().composeWindow(), dir + QStringLiteral("/compose.png")) && ok;
-  window.mail().composeWindow()->hide();
+  window.mail().composeWidget()->resize(640, 420);
+  ok = save(window.mail().composeWidget(), dir + QStringLiteral("/compose.png")) && ok;
+  window.mail().composeWidget()->hide();
   window.displayMail();
-  window.mail().viewerWindow()->resize(640, 420);
-  ok = save(window.mail().viewerWindow(), dir + QStringLiteral("/viewer.png")) && ok;
+  window.mail().viewerWidget()->resize(640, 420);
+  ok = save(window.mail().viewerWidget(), dir + QStringLiteral("/viewer.png")) && ok;
   out << (ok ? "screenshots written to " : "could not write every screenshot to ") << dir
       << Qt::endl;
   return ok && code == ExitOk ? 0 : 1;

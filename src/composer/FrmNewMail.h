@@ -4,7 +4,7 @@
 #include <QWidget>
 
 #include "model/ModelTypes.h"
-#include "service/clsAccount.h"
+#include "model/clsAccount.h"
 
 namespace kvmail {
 

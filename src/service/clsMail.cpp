@@ -5,10 +5,10 @@
 #include "model/MailError.h"
 #include "model/clsBundle.h"
 #include "model/clsMessage.h"
-#include "service/AccountLoader.h"
 #include "service/MailBatch.h"
 #include "service/clsError.h"
 #include "store/HostSystem.h"
+#include "store/MailStore.h"
 #include "support/Prompt.h"
 #include "transfer/FrmSend.h"
 #include "viewer/FrmMail.h"
@@ -60,7 +60,7 @@ bool clsMail::Init(const std::shared_ptr<IHostSystem>& pcSystem, long plProgID) 
   mFrmSend = std::make_unique<FrmSend>();  // its load handler runs now
   mFrmMail = std::make_unique<FrmMail>();
   connectWindows();
-  if (!mSystem || !loadAccount(*mSystem, *mAccount)) {
+  if (!mSystem || !MailStore(*mSystem).loadAccount(*mAccount)) {
     mError->setNumber(1000001);
     mError->setDescription(QStringLiteral("邮件帐户为空，请先设置！"));
     return false;
@@ -87,6 +87,17 @@ void clsMail::connectWindows() {
   connect(transfer, &FrmSend::EvMailRead, this, &clsMail::EvMailRead);
   connect(transfer, &FrmSend::ReturnData, this,
           [this](long id) { Q_EMIT EvReturn(QString::number(id).trimmed(), 2); });
+  connect(transfer, &FrmSend::TasksEnded, this, &clsMail::EvTransferEnded);
+}
+
+QWidget* clsMail::composeWidget() const {
+  return mFrmNewMail.get();
+}
+QWidget* clsMail::transferWidget() const {
+  return mFrmSend.get();
+}
+QWidget* clsMail::viewerWidget() const {
+  return mFrmMail.get();
 }
 
 bool clsMail::Clear() {
@@ -113,7 +124,7 @@ bool clsMail::CreateNew(const QString& psMails, const QString& psSeparator) {
 BundlePtr clsMail::GetSendMail() {
   try {
     if (!mSystem) throw MailError(91, QString(), QStringLiteral("Object variable not set"));
-    BundlePtr bundle = readSendQueue(*mSystem);
+    BundlePtr bundle = MailStore(*mSystem).readSendQueue();
     if (bundle->Count() == 0) {
       prompt().messageBox(QStringLiteral("没有要发送的邮件！"), kInfoTitle,
                           PromptIcon::Information);

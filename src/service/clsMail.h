@@ -2,12 +2,13 @@
 // The mail service object the host creates: it holds the host's system object, the account and
 // the last error, opens the three windows and turns their notifications into its own events.
 #include <QObject>
+#include <QWidget>
 
 #include <memory>
 
 #include "model/ModelTypes.h"
+#include "model/clsAccount.h"
 #include "service/IMail.h"
-#include "service/clsAccount.h"
 
 namespace kvmail {
 
@@ -38,7 +39,11 @@ class clsMail : public QObject, public IMail {
   bool ReplyMail(long plMailID) override;
   bool TransmitMail(long plMailID) override;
 
-  // The windows, for hosts that want to place them and for tests.
+  // The windows as widgets, for hosts that place them or read their controls by objectName.
+  QWidget* composeWidget() const;
+  QWidget* transferWidget() const;
+  QWidget* viewerWidget() const;
+  // The windows themselves, for the module's own code and its tests.
   FrmNewMail* composeWindow() const { return mFrmNewMail.get(); }
   FrmSend* transferWindow() const { return mFrmSend.get(); }
   FrmMail* viewerWindow() const { return mFrmMail.get(); }
@@ -51,6 +56,8 @@ class clsMail : public QObject, public IMail {
   // The viewer asks for the previous (-1) or next (1) mail; the host writes its id back.
   void EvRecordMove(long direction, long* mailId);
   void EvDelete(long* mailId);
+  // Every task of a send/receive run has ended (ok: none failed and none was stopped).
+  void EvTransferEnded(bool ok);
 
  private:
   BundlePtr GetSendMail();

@@ -125,32 +125,4 @@ bool isValidDateText(const QString& text) {
   return dateFromText(text).isValid();
 }
 
-namespace {
-
-template <typename Int>
-bool roundedInto(const QString& text, Int* out) {
-  bool ok = false;
-  const double value = text.trimmed().toDouble(&ok);
-  if (!ok || !std::isfinite(value)) return false;
-  const double rounded = std::nearbyint(value);  // the default rounding mode is half to even
-  if (rounded < double(std::numeric_limits<Int>::min()) ||
-      rounded > double(std::numeric_limits<Int>::max()))
-    return false;
-  *out = Int(rounded);
-  return true;
-}
-
-}  // namespace
-
-bool vbInteger(const QString& text, qint16* out) {
-  return roundedInto(text, out);
-}
-bool vbLongInt(const QString& text, qint32* out) {
-  return roundedInto(text, out);
-}
-
-QString vbFormatWhole(double value) {
-  return QString::number(std::round(value), 'f', 0);
-}
-
 }  // namespace kvmail

@@ -23,12 +23,4 @@ QDateTime dateFromText(const QString& text);
 // Whether a stored date text holds a real date.
 bool isValidDateText(const QString& text);
 
-// CInt and CLng: round half to even; false (and *out untouched) when the text is no number or
-// the value does not fit, so a failed conversion changes nothing. Blanks and line breaks around
-// the number are ignored.
-bool vbInteger(const QString& text, qint16* out);
-bool vbLongInt(const QString& text, qint32* out);
-// Format(x, "0"): a whole number, halves rounded away from zero.
-QString vbFormatWhole(double value);
-
 }  // namespace kvmail

@@ -6,6 +6,31 @@
 
 namespace kvmail::sql {
 
+// The tables and columns whole files move through; every other name lives only in the
+// statements below.
+inline QString mailTable() {
+  return QStringLiteral("msgmail");
+}
+inline QString mailKey() {
+  return QStringLiteral("邮件ID");
+}
+inline QString messageColumn() {
+  return QStringLiteral("消息");
+}
+inline QString templateTable() {
+  return QStringLiteral("MailTemplet");
+}
+inline QString templateKey() {
+  return QStringLiteral("progID");
+}
+// Read as "EMail" and written as "Email", as it always was: the store is blind to name case.
+inline QString templateFileRead() {
+  return QStringLiteral("EMail");
+}
+inline QString templateFileWrite() {
+  return QStringLiteral("Email");
+}
+
 // Values of a composed mail's row, in the column order of insertComposed. CshgnsID (2), the
 // empty messageID and the fixed mark/account/track/read/rights values are written by the statement.
 struct ComposedRow {

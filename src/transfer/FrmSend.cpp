@@ -15,11 +15,9 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
-#include "model/IBundle.h"
-#include "transfer/Pop3Session.h"
-#include "transfer/ReceivedMailStore.h"
-#include "transfer/SendEngine.h"
+#include "support/Prompt.h"
 #include "transfer/TransferAnimation.h"
+#include "transfer/TransferRun.h"
 
 namespace kvmail {
 
@@ -27,9 +25,6 @@ namespace {
 
 enum Column { ColTask = 0, ColState = 1, ColLink = 2, ColDone = 3, ColIcon = 4, ColInfo = 5 };
 const QString kCrLf = QStringLiteral("\r\n");
-const QString kErrorCaption =
-    QStringLiteral("处理请求的任务时出错。请复查下列错误列表以获取详细信息");
-const QString kDoneCaption = QStringLiteral("请求的任务已成功完成。");
 // The two heights of the details toggle, in the window's original units (twips).
 constexpr int kTallTwips = 6420;
 constexpr int kShortTwips = 2000;
@@ -40,9 +35,13 @@ QString now() {
 
 }  // namespace
 
-FrmSend::FrmSend(QWidget* parent) : QWidget(parent) {
+FrmSend::FrmSend(QWidget* parent)
+    : QWidget(parent), run_(std::make_unique<TransferRun>(static_cast<ITransferView&>(*this))) {
   setObjectName(QStringLiteral("FrmSend"));
   buildUi();
+  connect(run_.get(), &TransferRun::EvMailRead, this, &FrmSend::EvMailRead);
+  connect(run_.get(), &TransferRun::ReturnData, this, &FrmSend::ReturnData);
+  connect(run_.get(), &TransferRun::TasksEnded, this, &FrmSend::TasksEnded);
   refreshTimer_.setSingleShot(true);
   refreshTimer_.setInterval(120);
   connect(&refreshTimer_, &QTimer::timeout, this, &FrmSend::refreshNow);
@@ -123,208 +122,131 @@ void FrmSend::buildUi() {
   bottom->addWidget(cmdClose_);
   top->addLayout(bottom);
 
-  connect(cmdStop_, &QPushButton::clicked, this, &FrmSend::onStop);
-  connect(cmdClose_, &QPushButton::clicked, this, &FrmSend::onClose);
+  connect(cmdStop_, &QPushButton::clicked, this, [this] { run_->stop(); });
+  connect(cmdClose_, &QPushButton::clicked, this, [this] { run_->close(); });
   connect(cmdDetails_, &QPushButton::clicked, this, &FrmSend::onDetails);
   resize(640, kTallTwips / 15);
 }
 
 void FrmSend::py_Init(const BundlePtr& bundle, IHostSystem* system, const AccountPtr& account,
                       bool sendOnly, const QString& caption) {
-  if (isBusy()) {
-    // A run is under way (its loop may be on the stack): it goes on, the window comes forward.
+  if (run_->isBusy()) {
     show();
     raise();
     return;
   }
-  bundle_ = bundle;
-  system_ = system;
-  poAccount_ = account;
-  sendOnly_ = sendOnly;
   if (!caption.isEmpty()) setWindowTitle(caption);
   show();
   raise();
-  StartTasks();
-}
-
-int FrmSend::addTaskRow(const QString& text) {
-  auto* item = new QTreeWidgetItem(lvTasks_);
-  item->setText(ColTask, text);
-  item->setText(ColLink, QStringLiteral("局域网"));
-  return lvTasks_->topLevelItemCount();
+  run_->start(bundle, system, account, sendOnly);
 }
 
 void FrmSend::StartTasks() {
-  finished_ = false;
-  runOk_ = true;
+  run_->StartTasks();
+}
+void FrmSend::StartReceive() {
+  run_->StartReceive();
+}
+bool FrmSend::isBusy() const {
+  return run_->isBusy();
+}
+bool FrmSend::lastRunOk() const {
+  return run_->lastRunOk();
+}
+int FrmSend::plTaskRow() const {
+  return run_->plTaskRow();
+}
+BundlePtr FrmSend::bundle() const {
+  return run_->bundle();
+}
+bool FrmSend::isSendOnly() const {
+  return run_->isSendOnly();
+}
+Pop3Session* FrmSend::pop3Session() const {
+  return run_->pop3Session();
+}
+void FrmSend::setPop3StallTimeout(int milliseconds) {
+  run_->setPop3StallTimeout(milliseconds);
+}
+
+void FrmSend::clearRun() {
   lvTasks_->clear();
-  lvErrors_->clear();  // a new run starts with an empty error list
+  lvErrors_->clear();
   txt_->clear();
   pendingLog_.clear();
   pendingInfo_.clear();
-  setProgressRange(0, 100);
-  setProgressValue(0);
-  cmdStop_->setEnabled(true);
-
-  const long n = bundle_ ? bundle_->Count() : 0;
-  const QString name = poAccount_ ? poAccount_->sName : QString();
-  if (n > 0)
-    addTaskRow(QStringLiteral("发送") + QString::number(n) + QStringLiteral("封邮件(使用“") + name +
-               QStringLiteral("”)。"));
-  if (!sendOnly_) addTaskRow(QStringLiteral("检查") + name + QStringLiteral("上的新邮件。"));
-  updateSummary();
-
-  sending_ = n > 0;
-  receiving_ = !sendOnly_;
-  if (n > 0) {
-    plTaskRow_ = 1;
-    sender_ = std::make_unique<SendEngine>(*this, *system_, *poAccount_);
-    connect(sender_.get(), &SendEngine::ReturnData, this, &FrmSend::ReturnData);
-    sender_->SendQueue(bundle_);
-    sending_ = false;
-    if (sender_->failedCount() > 0) runOk_ = false;
-  }
-  if (!sendOnly_) {
-    plTaskRow_ = n > 0 ? 2 : 1;
-    StartReceive();
-  } else {
-    endRun();
-    closeWhenDone();
-  }
 }
 
-void FrmSend::StartReceive() {
-  xTab_->setCurrentIndex(0);
-  setTaskState(plTaskRow_, QStringLiteral("正在执行"));
-  // The module carries its animations itself, so no file beside the program is needed.
-  startAnimation(QStringLiteral("ReceiveMail"));
-  WriteLog(QStringLiteral("开始邮件接收与检测服务:") + now(), 1);
-  setCaption(QStringLiteral("正在连接到") + poAccount_->sName + QStringLiteral("...") + kCrLf +
-             kCrLf);
-  WriteLog(QStringLiteral("启动服务正常!"), 1);
-
-  receiving_ = true;
-  store_ = std::make_unique<ReceivedMailStore>(*this, *system_, *poAccount_);
-  connect(store_.get(), &ReceivedMailStore::EvMailRead, this, &FrmSend::EvMailRead);
-  pop3_ = std::make_unique<Pop3Session>(*this, *system_, *poAccount_,
-                                        [this](const QByteArray& text, const QString& uidl) {
-                                          return store_->SaveReceivedMail(text, uidl);
-                                        });
-  pop3_->setTaskRow(plTaskRow_);
-  pop3_->setStallTimeout(stallMs_);
-  connect(pop3_.get(), &Pop3Session::ended, this, &FrmSend::onReceiveEnded);
-  pop3_->ConnectPop3();
+int FrmSend::addTaskRow(const QString& text, const QString& link) {
+  auto* item = new QTreeWidgetItem(lvTasks_);
+  item->setText(ColTask, text);
+  item->setText(ColLink, link);
+  return lvTasks_->topLevelItemCount();
 }
 
-void FrmSend::FinishReceive() {
-  setCaption(QStringLiteral("正在检查") + poAccount_->sName + QStringLiteral("上的新邮件...") +
-             kCrLf + kCrLf + QStringLiteral("正在断开连接..."));
-  QCoreApplication::processEvents();
-  if (finished_) return;
-  stopAnimation();
-  WriteLog(QStringLiteral("接收邮件结束:") + now() + kCrLf, 1);
-  if (errorCount() > 0) {
-    setCaption(kErrorCaption);
-    xTab_->setCurrentIndex(1);
-  } else {
-    setCaption(kDoneCaption);
-  }
-  setRowDone(plTaskRow_, !cmdStop_->isEnabled());
-  updateSummary();
-  refreshNow();
-  closeWhenDone();
-  finished_ = true;
+int FrmSend::taskCount() const {
+  return lvTasks_->topLevelItemCount();
 }
 
-void FrmSend::FailReceive(const QString& reason) {
-  if (finished_) return;
-  stopAnimation();
-  addErrorRow(reason);
-  setCaption(kErrorCaption);
-  xTab_->setCurrentIndex(1);
-  setTaskState(plTaskRow_, QStringLiteral("失败"));
-  updateSummary();
-  refreshNow();
-  finished_ = true;
+void FrmSend::setTaskDone(int row, const QString& done) {
+  if (auto* item = lvTasks_->topLevelItem(row - 1)) item->setText(ColDone, done);
+}
+QString FrmSend::taskDone(int row) const {
+  auto* item = lvTasks_->topLevelItem(row - 1);
+  return item ? item->text(ColDone) : QString();
+}
+QString FrmSend::taskState(int row) const {
+  auto* item = lvTasks_->topLevelItem(row - 1);
+  return item ? item->text(ColState) : QString();
 }
 
-void FrmSend::FinishSend(int sent, int failed) {
-  if (errorCount() > 0) {
-    setCaption(kErrorCaption);
-    xTab_->setCurrentIndex(1);
-  } else {
-    setCaption(kDoneCaption);
-  }
-  const bool stopped = !cmdStop_->isEnabled();
-  if (stopped || failed == 0) {
-    setRowDone(plTaskRow_, stopped);
-  } else {
-    // Every message failed: "失败"; some went out: "警告", and the task still counts as done.
-    auto* item = lvTasks_->topLevelItem(plTaskRow_ - 1);
-    const bool none = sent == 0;
-    item->setText(ColState, none ? QStringLiteral("失败") : QStringLiteral("警告"));
-    item->setText(ColIcon, none ? QStringLiteral("4") : QStringLiteral("1"));
-    item->setIcon(ColTask, style()->standardIcon(none ? QStyle::SP_MessageBoxCritical
-                                                      : QStyle::SP_MessageBoxWarning));
-    if (!none) item->setText(ColDone, QStringLiteral("1"));
-  }
-  if (stopped) runOk_ = false;
-  updateSummary();
-  refreshNow();
-}
-
-void FrmSend::setRowDone(int row, bool cancelled) {
+void FrmSend::setTaskIcon(int row, TaskIcon icon) {
   auto* item = lvTasks_->topLevelItem(row - 1);
   if (!item) return;
-  if (cancelled) {
-    item->setText(ColIcon, QStringLiteral("4"));
-    item->setIcon(ColTask, style()->standardIcon(QStyle::SP_DialogCancelButton));
-    item->setText(ColState, QStringLiteral("取消"));
-  } else {
-    item->setText(ColIcon, QStringLiteral("1"));
-    item->setIcon(ColTask, style()->standardIcon(QStyle::SP_DialogApplyButton));
-    item->setText(ColState, QStringLiteral("已完成"));
-    item->setText(ColDone, QStringLiteral("1"));
+  QStyle::StandardPixmap picture = QStyle::SP_DialogApplyButton;
+  QString code = QStringLiteral("1");
+  switch (icon) {
+    case TaskIcon::None:
+      item->setText(ColIcon, QString());
+      item->setIcon(ColTask, QIcon());
+      return;
+    case TaskIcon::Done:
+      break;
+    case TaskIcon::Warning:
+      picture = QStyle::SP_MessageBoxWarning;
+      break;
+    case TaskIcon::Cancelled:
+      picture = QStyle::SP_DialogCancelButton;
+      code = QStringLiteral("4");
+      break;
+    case TaskIcon::Failed:
+      picture = QStyle::SP_MessageBoxCritical;
+      code = QStringLiteral("4");
+      break;
   }
+  item->setText(ColIcon, code);
+  item->setIcon(ColTask, style()->standardIcon(picture));
 }
 
-void FrmSend::updateSummary() {
-  const int total = lvTasks_->topLevelItemCount();
-  int done = 0;
-  for (int i = 0; i < total; ++i)
-    if (lvTasks_->topLevelItem(i)->text(ColDone).toDouble() >= 1) ++done;
-  lblMessage_->setText(QStringLiteral("已完成 ") + QString::number(done) +
-                       QStringLiteral(" 项任务(共 ") + QString::number(total) +
-                       QStringLiteral(" 项)"));
+void FrmSend::setSummary(const QString& text) {
+  lblMessage_->setText(text);
 }
 
-void FrmSend::onReceiveEnded(bool ok) {
-  receiving_ = false;
-  if (!ok || !cmdStop_->isEnabled()) runOk_ = false;
-  endRun();
+void FrmSend::showErrorPage(bool errors) {
+  xTab_->setCurrentIndex(errors ? 1 : 0);
 }
 
-void FrmSend::endRun() {
-  if (sending_ || receiving_) return;
-  cmdStop_->setEnabled(false);  // nothing left to stop
-  refreshNow();
-  Q_EMIT TasksEnded(runOk_);
+void FrmSend::setStopEnabled(bool enabled) {
+  cmdStop_->setEnabled(enabled);
 }
 
-void FrmSend::closeWhenDone() {
-  // Never while a task runs; only when the user asked for it and everything went well.
-  if (chk_->isChecked() && !isBusy() && runOk_ && errorCount() == 0) hide();
+bool FrmSend::closeWhenDone() const {
+  return chk_->isChecked();
 }
 
-void FrmSend::onStop() {
-  cmdStop_->setEnabled(false);
-  const QString row = taskText(plTaskRow_);
-  if (sender_ && row.startsWith(QStringLiteral("发送"))) sender_->Stop();
-}
-
-void FrmSend::onClose() {
-  if (isBusy() && cmdStop_->isEnabled()) onStop();
-  hide();
+PromptAnswer FrmSend::ask(const QString& text, const QString& title, PromptIcon icon,
+                          PromptButtons buttons) {
+  return prompt().messageBox(text, title, icon, buttons, this);
 }
 
 void FrmSend::onDetails() {

@@ -1,6 +1,6 @@
 #pragma once
 // The send/receive progress window: a task list, caption, progress bar, animation, log and
-// summary around the two engines (sending the queue, receiving by POP3).
+// summary. It shows what its transfer run (TransferRun) reports and passes on the buttons.
 // Controls carry the names callers and tests look for: "LV(0)" tasks, "LV(1)" errors, "Txt",
 // "lblCaption", "lblMessage", "ProgBar", "Animation1", "Img", "XTab", "Cmd(0)" close,
 // "Cmd(1)" stop, "Cmd(2)" details, "Chk".
@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "model/ModelTypes.h"
-#include "service/clsAccount.h"
+#include "model/clsAccount.h"
 #include "transfer/TransferView.h"
 
 class QCheckBox;
@@ -26,9 +26,8 @@ namespace kvmail {
 
 class IHostSystem;
 class Pop3Session;
-class ReceivedMailStore;
-class SendEngine;
 class TransferAnimation;
+class TransferRun;
 
 class FrmSend : public QWidget, public ITransferView {
   Q_OBJECT
@@ -36,7 +35,8 @@ class FrmSend : public QWidget, public ITransferView {
   explicit FrmSend(QWidget* parent = nullptr);
   ~FrmSend() override;
 
-  // Called by the service: keeps the arguments, shows the window and starts the tasks.
+  // Called by the service: keeps the arguments, shows the window and starts the tasks. A run
+  // under way goes on (its loop may be on the stack) and the window comes forward.
   void py_Init(const BundlePtr& bundle, IHostSystem* system, const AccountPtr& account,
                bool sendOnly, const QString& caption);
   void StartTasks();
@@ -45,33 +45,46 @@ class FrmSend : public QWidget, public ITransferView {
   // ITransferView
   void WriteLog(const QString& text, int level) override;
   void setCaption(const QString& text) override;
+  QString caption() const override { return caption_; }
   void setProgressRange(int minimum, int maximum) override;
   int progressValue() const override;
   void setProgressValue(int value) override;
+  void clearRun() override;
+  int addTaskRow(const QString& text, const QString& link) override;
+  int taskCount() const override;
   void setTaskText(int row, const QString& text) override;
   QString taskText(int row) const override;
   void setTaskState(int row, const QString& state) override;
+  QString taskState(int row) const override;
+  void setTaskDone(int row, const QString& done) override;
+  QString taskDone(int row) const override;
+  void setTaskIcon(int row, TaskIcon icon) override;
   void setTaskInfo(int row, const QString& info) override;
+  void setSummary(const QString& text) override;
   void addErrorRow(const QString& reason) override;
   int errorCount() const override;
+  void showErrorPage(bool errors) override;
   bool isStopEnabled() const override;
+  void setStopEnabled(bool enabled) override;
   void startAnimation(const QString& name) override;
   void stopAnimation() override;
-  void FinishReceive() override;
-  void FailReceive(const QString& reason) override;
-  void FinishSend(int sent, int failed) override;
+  bool closeWhenDone() const override;
+  void hideWindow() override { hide(); }
+  PromptAnswer ask(const QString& text, const QString& title, PromptIcon icon,
+                   PromptButtons buttons = PromptButtons::Ok) override;
+  void refresh() override { refreshNow(); }
 
   // The caption exactly as set (the label shows it with plain line breaks).
   QString captionText() const { return caption_; }
-  bool isBusy() const { return sending_ || receiving_; }
-  // False when the last run had a failed task, a failed message or was stopped.
-  bool lastRunOk() const { return runOk_; }
-  int plTaskRow() const { return plTaskRow_; }
-  BundlePtr bundle() const { return bundle_; }
-  bool isSendOnly() const { return sendOnly_; }
-  Pop3Session* pop3Session() const { return pop3_.get(); }
+  TransferRun& run() const { return *run_; }
+  bool isBusy() const;
+  bool lastRunOk() const;
+  int plTaskRow() const;
+  BundlePtr bundle() const;
+  bool isSendOnly() const;
+  Pop3Session* pop3Session() const;
   // How long a silent POP3 server is waited for (tests shorten it).
-  void setPop3StallTimeout(int milliseconds) { stallMs_ = milliseconds; }
+  void setPop3StallTimeout(int milliseconds);
 
  Q_SIGNALS:
   void EvMailRead(long mailId);
@@ -81,19 +94,11 @@ class FrmSend : public QWidget, public ITransferView {
 
  private:
   void buildUi();
-  void onStop();
-  void onClose();
   void onDetails();
-  void onReceiveEnded(bool ok);
-  void endRun();
-  void closeWhenDone();
   // Caption, progress and log reach the widgets a few times a second: a
   // repaint per received piece would cost more than the transfer itself.
   void scheduleRefresh();
   void refreshNow();
-  int addTaskRow(const QString& text);
-  void setRowDone(int row, bool cancelled);
-  void updateSummary();
 
   QTreeWidget* lvTasks_ = nullptr;
   QTreeWidget* lvErrors_ = nullptr;
@@ -110,25 +115,12 @@ class FrmSend : public QWidget, public ITransferView {
   QPushButton* cmdDetails_ = nullptr;
   QCheckBox* chk_ = nullptr;
 
-  BundlePtr bundle_;
-  IHostSystem* system_ = nullptr;
-  AccountPtr poAccount_;
-  bool sendOnly_ = false;
-  int plTaskRow_ = 0;
-  bool finished_ = false;
-  bool sending_ = false;
-  bool receiving_ = false;
-  bool runOk_ = true;
   QString caption_;
-  int stallMs_ = 120000;
   int progressMin_ = 0, progressMax_ = 100, progressValue_ = 0;
   QString pendingLog_;
   QMap<int, QString> pendingInfo_;  // task row -> the text for its information column
   QTimer refreshTimer_;
-
-  std::unique_ptr<SendEngine> sender_;
-  std::unique_ptr<ReceivedMailStore> store_;
-  std::unique_ptr<Pop3Session> pop3_;
+  std::unique_ptr<TransferRun> run_;
 };
 
 }  // namespace kvmail

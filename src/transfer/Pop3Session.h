@@ -1,24 +1,32 @@
 #pragma once
-// One POP3 receive session for one account, driven by the socket's data arrivals: log in, STAT,
-// then for each message UIDL, RETR when not yet stored, DELE by the account's policy, and QUIT.
+// One POP3 receive session for one account, driven by the data arrivals of its link: log in,
+// STAT, then for each message UIDL, RETR when not yet stored, DELE by the mailbox policy, and
+// QUIT. One command is outstanding at a time and one message is in flight.
 #include <QByteArray>
 #include <QObject>
 #include <QString>
 #include <QTimer>
 
-#include <functional>
-
-#include "service/clsAccount.h"
-
-class QTcpSocket;
+#include "model/clsAccount.h"
 
 namespace kvmail {
 
-class IHostSystem;
+class IMailboxPolicy;
 class ITransferView;
+class Pop3Link;
 
-// Field n of a text split at a delimiter; "NOT FOUND" when there is no such field.
-QString GetField(const QString& text, int index, const QString& delimiter);
+// The session's stages, numbered as the receive handler always numbered them.
+enum class Pop3Stage : int {
+  Greeting = 0,     // waits for the greeting; sends USER
+  User = 1,         // reply to USER; sends PASS
+  Pass = 2,         // reply to PASS; sends STAT
+  Stat = 3,         // reply to STAT; sends UIDL 1 or QUIT
+  Uidl = 4,         // reply to UIDL; sends RETR, DELE, the next UIDL or QUIT
+  Unused = 5,       // never entered
+  MessageText = 6,  // the RETR reply, in pieces; any first character
+  Dele = 7,         // reply to DELE; the next UIDL or QUIT
+  Quit = 8,         // reply to QUIT; the session is over
+};
 
 // The mailbox counters; 16-bit like the protocol handler they come from.
 struct MailboxState {
@@ -28,13 +36,18 @@ struct MailboxState {
   qint32 lTotalSize = 0;
 };
 
+// How a session ended.
+enum class Pop3End {
+  Finished,     // QUIT answered
+  Refused,      // a negative reply outside the message text
+  SocketError,  // the connection failed or broke
+  Stalled,      // the server was silent too long
+};
+
 class Pop3Session : public QObject {
   Q_OBJECT
  public:
-  // Stores one retrieved message; true only when the row and its file are stored.
-  using SaveFn = std::function<bool(QByteArray text, const QString& uidl)>;
-
-  Pop3Session(ITransferView& view, IHostSystem& host, const clsAccount& account, SaveFn save,
+  Pop3Session(ITransferView& view, IMailboxPolicy& mailbox, const clsAccount& account,
               QObject* parent = nullptr);
   ~Pop3Session() override;
 
@@ -47,19 +60,20 @@ class Pop3Session : public QObject {
 
   void ConnectPop3();
   bool isRunning() const { return running_; }
-  int plStage() const { return plStage_; }
+  Pop3Stage stage() const { return plStage_; }
+  int plStage() const { return int(plStage_); }
   const MailboxState& box() const { return ptBox_; }
-  QTcpSocket* socket() const { return wskMail_; }
+  Pop3Link& link() const { return *link_; }
 
  Q_SIGNALS:
-  // The session is over: normally after QUIT (ok), or by a failure or socket error (not ok).
-  void ended(bool ok);
+  // The session is over; reason says why when it did not finish (for the error list).
+  void ended(kvmail::Pop3End how, const QString& reason);
 
  private:
-  void onReadyRead();
   void handleArrival(const QByteArray& reply);
-  void onSocketError();
+  void onLinkFailed(int number, const QString& description);
   void onStalled();
+  void setStage(Pop3Stage stage);
 
   void stageGreeting();
   void stageStat(const QByteArray& reply);
@@ -69,26 +83,22 @@ class Pop3Session : public QObject {
   void sendDele();
   void sendQuit();
   void send(const QString& command);
-  void endSession(bool ok);
-  QString replyText(const QByteArray& reply) const;
+  void endSession(Pop3End how, const QString& reason = {});
 
   ITransferView& view_;
-  IHostSystem& host_;
+  IMailboxPolicy& mailbox_;
   const clsAccount& account_;
-  SaveFn save_;
-  QTcpSocket* wskMail_;
+  Pop3Link* link_;
   QTimer stallTimer_;
   quint16 port_;
   int stallMs_ = 120000;
   int taskRow_ = 1;
 
-  int plStage_ = 0;
+  Pop3Stage plStage_ = Pop3Stage::Greeting;
   MailboxState ptBox_;
   QString psUIDL_;
   QString psRecvTime_;
-  QByteArray pendingLine_;    // a reply line that has not yet reached its CR LF
   qsizetype markerFrom_ = 0;  // where the next end-marker search starts in sBuffer
-  bool inHandler_ = false;
   bool running_ = false;
 };
 

@@ -10,9 +10,7 @@
 #include "model/IMessage.h"
 #include "model/MailError.h"
 #include "store/FieldText.h"
-#include "store/HostSystem.h"
-#include "store/Statements.h"
-#include "support/Prompt.h"
+#include "store/MailStore.h"
 #include "transfer/SmtpSender.h"
 #include "transfer/TransferView.h"
 
@@ -29,7 +27,7 @@ SendEngine::SendEngine(ITransferView& view, IHostSystem& host, const clsAccount&
                        QObject* parent)
     : QObject(parent),
       view_(view),
-      host_(host),
+      store_(std::make_unique<MailStore>(host)),
       account_(account),
       poSendMail_(std::make_unique<SmtpSender>()) {
   SmtpSender* sender = poSendMail_.get();
@@ -60,7 +58,7 @@ int SendEngine::headerPriority(long priority) {
   return 3;
 }
 
-void SendEngine::SendQueue(const BundlePtr& bundle) {
+bool SendEngine::SendQueue(const BundlePtr& bundle) {
   const int row = 1;  // the send task is always the first row
   view_.setTaskState(row, QStringLiteral("正在执行"));
   view_.startAnimation(QStringLiteral("SendMail"));
@@ -96,7 +94,7 @@ void SendEngine::SendQueue(const BundlePtr& bundle) {
       if (success_) {
         ++sent_;
         message->setMessageID(account_.sSmtp);  // the column records the server it went through
-        const QString error = host_.execute(sql::markSent(account_.sSmtp, message->ID()));
+        const QString error = store_->markSent(account_.sSmtp, message->ID());
         view_.setTaskInfo(row, QStringLiteral("已发送 ") + QString::number(sent_) +
                                    QStringLiteral("/") + QString::number(n));
         if (!error.isEmpty()) {
@@ -111,13 +109,13 @@ void SendEngine::SendQueue(const BundlePtr& bundle) {
       QCoreApplication::processEvents();
     }
   } catch (const MailError& e) {
-    prompt().messageBox(e.description(), QStringLiteral("错误："), PromptIcon::Critical);
-    return;
+    view_.ask(e.description(), QStringLiteral("错误："), PromptIcon::Critical);
+    return false;
   }
   poSendMail_->closeSession();  // the session is kept only across the messages of one run
   view_.stopAnimation();
   view_.WriteLog(QStringLiteral("发送邮件结束:") + now() + kCrLf + kCrLf, 1);
-  view_.FinishSend(sent_, failed_);
+  return true;
 }
 
 void SendEngine::SendOne(const QString& to, const QString& subject, const QString& body,

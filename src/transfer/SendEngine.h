@@ -1,18 +1,19 @@
 #pragma once
-// The sending loop of the transfer window: every message of the bundle goes to the SMTP sender
-// in turn, and each one that went out is marked sent in the store.
+// The sending loop of a transfer run: every message of the bundle goes to the SMTP sender in
+// turn, and each one that went out is marked sent in the store.
 #include <QObject>
 #include <QString>
 
 #include <memory>
 
 #include "model/ModelTypes.h"
-#include "service/clsAccount.h"
+#include "model/clsAccount.h"
 
 namespace kvmail {
 
 class IHostSystem;
 class ITransferView;
+class MailStore;
 class SmtpSender;
 
 class SendEngine : public QObject {
@@ -22,8 +23,9 @@ class SendEngine : public QObject {
              QObject* parent = nullptr);
   ~SendEngine() override;
 
-  // Returns when the whole bundle has been tried (or the user stopped, or the store failed).
-  void SendQueue(const BundlePtr& bundle);
+  // Returns when the whole bundle has been tried (or the user stopped, or the store failed);
+  // false when a failure ended the loop before its finishing steps.
+  bool SendQueue(const BundlePtr& bundle);
   // Hands one message to the sender; the success flag tells how it went.
   void SendOne(const QString& to, const QString& subject, const QString& body,
                const QString& attachments, long priority);
@@ -42,7 +44,7 @@ class SendEngine : public QObject {
 
  private:
   ITransferView& view_;
-  IHostSystem& host_;
+  std::unique_ptr<MailStore> store_;
   const clsAccount& account_;
   std::unique_ptr<SmtpSender> poSendMail_;
   bool success_ = false;

@@ -10,7 +10,7 @@
 #include <functional>
 #include <future>
 
-#include "support/MimeMail.h"
+#include "support/mime/MimeMail.h"
 #include "transfer/SmtpSession.h"
 #include "transfer/SmtpText.h"
 

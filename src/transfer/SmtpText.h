@@ -5,7 +5,7 @@
 #include <QList>
 #include <QString>
 
-#include "support/MimeMail.h"
+#include "support/mime/MimeMail.h"
 
 namespace kvmail::smtp {
 

@@ -5,7 +5,7 @@
 #include <QFile>
 
 #include "store/Statements.h"
-#include "support/StoredFile.h"
+#include "store/StoredFile.h"
 
 namespace kvtest {
 

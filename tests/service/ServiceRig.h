@@ -7,7 +7,7 @@
 #include "HostStore.h"
 #include "ScriptedPrompt.h"
 #include "service/clsMail.h"
-#include "support/MimeMail.h"
+#include "support/mime/MimeMail.h"
 
 namespace kvtest {
 

@@ -62,23 +62,6 @@ TEST(FieldText, DateFromTextReadsTheStoredForms) {
   EXPECT_FALSE(kvmail::dateFromText(QStringLiteral("2026-13-40")).isValid());
 }
 
-// The protocol handler's conversions: a failure (not a number, or too big) changes nothing.
-TEST(FieldText, IntegerConversionsKeepTheOldValueOnFailure) {
-  qint16 n = 7;
-  EXPECT_TRUE(kvmail::vbInteger(QStringLiteral("2\r\n"), &n));
-  EXPECT_EQ(n, 2);
-  EXPECT_TRUE(kvmail::vbInteger(QStringLiteral("2.5"), &n));
-  EXPECT_EQ(n, 2);  // half to even
-  EXPECT_FALSE(kvmail::vbInteger(QStringLiteral("40000"), &n));
-  EXPECT_FALSE(kvmail::vbInteger(QStringLiteral("NOT FOUND"), &n));
-  EXPECT_EQ(n, 2);
-  qint32 size = 0;
-  EXPECT_TRUE(kvmail::vbLongInt(QStringLiteral("320\r\n"), &size));
-  EXPECT_EQ(size, 320);
-  EXPECT_EQ(kvmail::vbFormatWhole(2.5), QStringLiteral("3"));  // Format rounds halves up
-  EXPECT_EQ(kvmail::vbFormatWhole(0.0), QStringLiteral("0"));
-}
-
 TEST(FieldText, FirstValueOfARealStore) {
   QTemporaryDir dir;
   const QString path = dir.filePath(QStringLiteral("s.db"));

@@ -1,13 +1,11 @@
 #include "TransferRig.h"
 
-#include <QLabel>
-#include <QPlainTextEdit>
+#include <QFile>
 #include <QSignalSpy>
-#include <QTreeWidget>
 
 #include "HostStore.h"
 #include "store/HostSystem.h"
-#include "support/StoredFile.h"
+#include "store/MailStore.h"
 
 namespace kvtest {
 
@@ -27,11 +25,11 @@ TransferRig::TransferRig() {
   account_->sFrom = QStringLiteral("测试");
   account_->sFromAddress = QStringLiteral("sender@kvmail.test");
   account_->bIsDelete = false;  // keep on the server unless a test says otherwise
-  window_ = std::make_unique<kvmail::FrmSend>();
+  run_ = std::make_unique<kvmail::TransferRun>(view_);
 }
 
 TransferRig::~TransferRig() {
-  window_.reset();
+  run_.reset();
   host_.reset();
   if (oldTmp_.isNull())
     qunsetenv("TMPDIR");
@@ -55,18 +53,11 @@ bool TransferRig::receive(int timeoutMs) {
 }
 
 bool TransferRig::run(const kvmail::BundlePtr& bundle, bool sendOnly, int timeoutMs) {
-  QSignalSpy ended(window_.get(), &kvmail::FrmSend::TasksEnded);
-  window_->py_Init(bundle, host_.get(), account_, sendOnly, QStringLiteral("邮件接收"));
+  QSignalSpy ended(run_.get(), &kvmail::TransferRun::TasksEnded);
+  run_->start(bundle, host_.get(), account_, sendOnly);
   if (ended.isEmpty() && !ended.wait(timeoutMs)) return false;
   lastOk_ = ended.first().first().toBool();
   return true;
-}
-
-QString TransferRig::log() const {
-  return window_->findChild<QPlainTextEdit*>(QStringLiteral("Txt"))->toPlainText();
-}
-QStringList TransferRig::logLines() const {
-  return log().split(QLatin1Char('\n'));
 }
 
 QString TransferRig::value(const QString& sql) {
@@ -84,27 +75,10 @@ int TransferRig::count(const QString& where) {
 QByteArray TransferRig::storedMessage(long mailId) {
   const QString path = dir_.filePath(QStringLiteral("stored-%1.eml").arg(mailId));
   QFile::remove(path);
-  if (!kvmail::columnToFile(mailId, path, QStringLiteral("消息"), *host_, QStringLiteral("msgmail"),
-                            QStringLiteral("邮件ID")))
-    return {};
+  if (!kvmail::MailStore(*host_).messageToFile(mailId, path)) return {};
   QFile f(path);
   f.open(QIODevice::ReadOnly);
   return f.readAll();
-}
-
-static QTreeWidgetItem* taskItem(const kvmail::FrmSend& w, int row) {
-  return w.findChild<QTreeWidget*>(QStringLiteral("LV(0)"))->topLevelItem(row - 1);
-}
-QString TransferRig::taskState(int row) const {
-  auto* item = taskItem(*window_, row);
-  return item ? item->text(1) : QString();
-}
-QString TransferRig::taskText(int row) const {
-  auto* item = taskItem(*window_, row);
-  return item ? item->text(0) : QString();
-}
-QString TransferRig::summary() const {
-  return window_->findChild<QLabel*>(QStringLiteral("lblMessage"))->text();
 }
 
 QByteArray sampleMail(const QString& subject, const QByteArray& body) {

@@ -1,15 +1,17 @@
 #pragma once
-// A transfer window over a fresh SQLite store in a private temp folder, with the scripted
-// prompt installed: what the receive and send tests drive.
+// A transfer run over a fresh SQLite store in a private temp folder, shown on a view of plain
+// fields (no window), with the scripted prompt installed: what the engine tests drive.
 #include <QByteArray>
 #include <QTemporaryDir>
 
 #include <memory>
 
+#include "FakeTransferView.h"
 #include "ScriptedPrompt.h"
 #include "SqlHostSystem.h"
-#include "service/clsAccount.h"
-#include "transfer/FrmSend.h"
+#include "model/ModelTypes.h"
+#include "model/clsAccount.h"
+#include "transfer/TransferRun.h"
 
 namespace kvtest {
 
@@ -21,7 +23,8 @@ class TransferRig {
   kvmail::host::SqlHostSystem& host() { return *host_; }
   kvmail::clsAccount& account() { return *account_; }
   kvmail::AccountPtr accountPtr() { return account_; }
-  kvmail::FrmSend& window() { return *window_; }
+  kvmail::TransferRun& run() { return *run_; }
+  FakeTransferView& view() { return view_; }
   ScriptedPrompt& prompt() { return *prompt_; }
   QString tempDir() const { return dir_.path(); }
 
@@ -33,17 +36,17 @@ class TransferRig {
   bool run(const kvmail::BundlePtr& bundle, bool sendOnly, int timeoutMs = 60000);
   bool lastOk() const { return lastOk_; }
 
-  // The log as its lines.
-  QStringList logLines() const;
-  QString log() const;
+  // The log as its lines, and as one text.
+  QStringList logLines() const { return view_.log; }
+  QString log() const { return view_.logText(); }
   // The first column of the first row, as text ("" when none).
   QString value(const QString& sql);
   int count(const QString& where = {});
   // The stored message file of one row.
   QByteArray storedMessage(long mailId);
-  QString taskState(int row) const;
-  QString taskText(int row) const;
-  QString summary() const;
+  QString taskState(int row) const { return view_.taskState(row); }
+  QString taskText(int row) const { return view_.taskText(row); }
+  QString summary() const { return view_.summary; }
 
  private:
   QTemporaryDir dir_;
@@ -51,7 +54,8 @@ class TransferRig {
   QByteArray oldPort_;
   std::unique_ptr<kvmail::host::SqlHostSystem> host_;
   kvmail::AccountPtr account_;
-  std::unique_ptr<kvmail::FrmSend> window_;
+  FakeTransferView view_;
+  std::unique_ptr<kvmail::TransferRun> run_;
   ScopedPrompt prompt_;
   bool lastOk_ = false;
 };

@@ -4,7 +4,7 @@
 #include <QDir>
 
 #include "TestEnv.h"
-#include "support/MimeMail.h"
+#include "support/mime/MimeMail.h"
 
 using namespace kvmail;
 

@@ -4,7 +4,7 @@
 #include <QFileInfo>
 #include <QSet>
 
-#include "support/MimeMail.h"
+#include "support/mime/MimeMail.h"
 
 namespace kvmail {
 namespace {

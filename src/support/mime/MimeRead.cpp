@@ -9,9 +9,9 @@
 
 #include <memory>
 
-#include "support/MimeCharset.h"
-#include "support/MimeGlib.h"
-#include "support/MimeMail.h"
+#include "support/mime/MimeCharset.h"
+#include "support/mime/MimeGlib.h"
+#include "support/mime/MimeMail.h"
 
 namespace kvmail {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "support/MimeCharset.h"
+#include "support/mime/MimeCharset.h"
 
 namespace kvmail::mime {
 

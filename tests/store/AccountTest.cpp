@@ -1,6 +1,7 @@
 // Loading the account: the user's own, else the default, with the flags read as they always were.
 #include "HostStore.h"
-#include "service/AccountLoader.h"
+#include "model/clsAccount.h"
+#include "store/MailStore.h"
 #include "store/Statements.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +9,6 @@
 #include <QTemporaryDir>
 
 using kvmail::clsAccount;
-using kvmail::loadAccount;
 using kvmail::host::AccountSeed;
 using kvmail::host::HostOptions;
 using kvmail::host::seedAccount;
@@ -48,7 +48,7 @@ class AccountLoading : public ::testing::Test {
   clsAccount loaded(bool expectFound = true) {
     clsAccount account;
     account.lProgID = 12;
-    EXPECT_EQ(loadAccount(*host_, account), expectFound);
+    EXPECT_EQ(kvmail::MailStore(*host_).loadAccount(account), expectFound);
     return account;
   }
 
@@ -107,7 +107,7 @@ TEST_F(AccountLoading, NoAccountLeavesTheFieldsAsTheyWere) {
   account.sName = QStringLiteral("before");
   account.lSmtpPort = 99;
   account.bIsDelete = true;
-  EXPECT_FALSE(loadAccount(*host_, account));
+  EXPECT_FALSE(kvmail::MailStore(*host_).loadAccount(account));
   EXPECT_EQ(account.lProgID, 3);
   EXPECT_EQ(account.sName, QStringLiteral("before"));
   EXPECT_EQ(account.lSmtpPort, 99);

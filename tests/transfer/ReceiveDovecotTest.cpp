@@ -2,13 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <QDateTime>
-#include <QPushButton>
 #include <QSignalSpy>
 
 #include "LoopbackServers.h"
 #include "TestEnv.h"
 #include "TransferRig.h"
-#include "support/MimeMail.h"
+#include "support/mime/MimeMail.h"
 #include "transfer/Pop3Session.h"
 
 using kvtest::TransferRig;
@@ -41,14 +40,14 @@ TEST_F(ReceiveFromDovecot, EmptyMailboxLogsItAndCompletes) {
   EXPECT_EQ(rig.taskText(1), QStringLiteral("检查测试帐户上的新邮件:共 0 (0 KB) 封。"));
   EXPECT_EQ(rig.taskState(1), QStringLiteral("已完成"));
   EXPECT_EQ(rig.summary(), QStringLiteral("已完成 1 项任务(共 1 项)"));
-  EXPECT_EQ(rig.window().captionText(), QStringLiteral("请求的任务已成功完成。"));
+  EXPECT_EQ(rig.view().captionText, QStringLiteral("请求的任务已成功完成。"));
   EXPECT_EQ(rig.count(), 0);
 }
 
 TEST_F(ReceiveFromDovecot, OneMailIsStoredWithEveryColumnAndNoMailboxTotals) {
   const QByteArray mail = kvtest::sampleMail(QStringLiteral("一封信"));
   kvtest::dropMail(kUser, mail);
-  QSignalSpy read(&rig.window(), &kvmail::FrmSend::EvMailRead);
+  QSignalSpy read(&rig.run(), &kvmail::TransferRun::EvMailRead);
   ASSERT_TRUE(rig.receive());
   EXPECT_TRUE(rig.lastOk());
   EXPECT_FALSE(rig.log().contains(QStringLiteral("New mail : ")));
@@ -160,10 +159,8 @@ TEST_F(ReceiveFromDovecot, StopQuitsAtTheNextUidlAndTheRestComesNextTime) {
   for (int i = 0; i < 12; ++i)
     kvtest::dropMail(
         kUser, kvtest::sampleMail(QStringLiteral("s%1").arg(i), QByteArray(20000, 'z') + "\r\n"));
-  auto* stop = rig.window().findChild<QPushButton*>(QStringLiteral("Cmd(1)"));
-  ASSERT_NE(stop, nullptr);
-  QObject::connect(&rig.window(), &kvmail::FrmSend::EvMailRead, stop, [stop] {
-    if (stop->isEnabled()) stop->click();
+  const auto connection = QObject::connect(&rig.run(), &kvmail::TransferRun::EvMailRead, [&] {
+    if (rig.view().stopEnabled) rig.run().stop();
   });
   ASSERT_TRUE(rig.receive());
   EXPECT_FALSE(rig.lastOk());
@@ -171,7 +168,7 @@ TEST_F(ReceiveFromDovecot, StopQuitsAtTheNextUidlAndTheRestComesNextTime) {
   EXPECT_EQ(rig.taskState(1), QStringLiteral("取消"));
   EXPECT_EQ(rig.summary(), QStringLiteral("已完成 0 项任务(共 1 项)"));
 
-  QObject::disconnect(&rig.window(), &kvmail::FrmSend::EvMailRead, stop, nullptr);
+  QObject::disconnect(connection);
   ASSERT_TRUE(rig.receive());
   EXPECT_EQ(rig.count(), 12);
 }

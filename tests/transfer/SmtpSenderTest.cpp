@@ -5,7 +5,7 @@
 #include "LoopbackServers.h"
 #include "SenderProbe.h"
 #include "TestEnv.h"
-#include "support/MimeMail.h"
+#include "support/mime/MimeMail.h"
 #include "transfer/SmtpSender.h"
 
 #include <QRandomGenerator>

@@ -3,7 +3,7 @@
 #include "RecordingHost.h"
 #include "TestEnv.h"
 #include "store/Statements.h"
-#include "support/StoredFile.h"
+#include "store/StoredFile.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "support/StoredFile.h"
+#include "store/StoredFile.h"
 
 #include "store/HostSystem.h"
 #include "store/Statements.h"

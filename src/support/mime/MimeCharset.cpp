@@ -1,4 +1,4 @@
-#include "support/MimeCharset.h"
+#include "support/mime/MimeCharset.h"
 
 #include <QRegularExpression>
 #include <QSet>

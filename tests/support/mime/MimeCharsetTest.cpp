@@ -1,7 +1,7 @@
 // Charset labels, tolerant decoding and strict encoding under the MIME layer.
 #include <gtest/gtest.h>
 
-#include "support/MimeCharset.h"
+#include "support/mime/MimeCharset.h"
 
 using namespace kvmail::mime;
 

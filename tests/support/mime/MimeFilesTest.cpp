@@ -6,7 +6,7 @@
 #include <QTemporaryDir>
 
 #include "TestEnv.h"
-#include "support/MimeMail.h"
+#include "support/mime/MimeMail.h"
 
 using namespace kvmail;
 

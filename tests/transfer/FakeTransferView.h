@@ -1,0 +1,89 @@
+#pragma once
+// The transfer window's view as plain fields: what the run and its engines showed, without a
+// window. Questions go to the installed prompt (the scripted one in tests).
+#include <QList>
+#include <QStringList>
+
+#include "transfer/TransferView.h"
+
+namespace kvtest {
+
+struct TaskRow {
+  QString text, state, link, done, info;
+  kvmail::TaskIcon icon = kvmail::TaskIcon::None;
+};
+
+class FakeTransferView : public kvmail::ITransferView {
+ public:
+  QStringList log;  // one entry per WriteLog with a level above 0, without its CR LF
+  QString captionText, summary;
+  QList<TaskRow> tasks;
+  QStringList errors;
+  int progressMin = 0, progressMax = 100, progress = 0;
+  bool stopEnabled = true, closeChecked = false, hidden = false, errorPage = false;
+  QStringList animations;  // "ReceiveMail" while playing, "-" when stopped
+
+  QString logText() const { return log.join(QLatin1Char('\n')); }
+
+  void WriteLog(const QString& text, int level) override {
+    if (level > 0) log << text;
+  }
+  void setCaption(const QString& text) override { captionText = text; }
+  QString caption() const override { return captionText; }
+  void setProgressRange(int minimum, int maximum) override {
+    progressMin = minimum;
+    progressMax = maximum;
+    progress = qBound(minimum, progress, maximum);
+  }
+  int progressValue() const override { return progress; }
+  void setProgressValue(int value) override {
+    if (value >= progressMin && value <= progressMax) progress = value;
+  }
+  void clearRun() override {
+    tasks.clear();
+    errors.clear();
+    log.clear();
+  }
+  int addTaskRow(const QString& text, const QString& link) override {
+    tasks.append(TaskRow{text, {}, link, {}, {}});
+    return int(tasks.size());
+  }
+  int taskCount() const override { return int(tasks.size()); }
+  TaskRow* row(int r) { return r >= 1 && r <= tasks.size() ? &tasks[r - 1] : nullptr; }
+  const TaskRow* row(int r) const { return r >= 1 && r <= tasks.size() ? &tasks[r - 1] : nullptr; }
+  void setTaskText(int r, const QString& text) override {
+    if (auto* t = row(r)) t->text = text;
+  }
+  QString taskText(int r) const override { return row(r) ? row(r)->text : QString(); }
+  void setTaskState(int r, const QString& state) override {
+    if (auto* t = row(r)) t->state = state;
+  }
+  QString taskState(int r) const override { return row(r) ? row(r)->state : QString(); }
+  void setTaskDone(int r, const QString& done) override {
+    if (auto* t = row(r)) t->done = done;
+  }
+  QString taskDone(int r) const override { return row(r) ? row(r)->done : QString(); }
+  void setTaskIcon(int r, kvmail::TaskIcon icon) override {
+    if (auto* t = row(r)) t->icon = icon;
+  }
+  void setTaskInfo(int r, const QString& info) override {
+    if (auto* t = row(r)) t->info = info;
+  }
+  void setSummary(const QString& text) override { summary = text; }
+  void addErrorRow(const QString& reason) override { errors << reason; }
+  int errorCount() const override { return int(errors.size()); }
+  void showErrorPage(bool e) override { errorPage = e; }
+  bool isStopEnabled() const override { return stopEnabled; }
+  void setStopEnabled(bool enabled) override { stopEnabled = enabled; }
+  void startAnimation(const QString& name) override { animations << name; }
+  void stopAnimation() override { animations << QStringLiteral("-"); }
+  bool closeWhenDone() const override { return closeChecked; }
+  void hideWindow() override { hidden = true; }
+  kvmail::PromptAnswer ask(const QString& text, const QString& title, kvmail::PromptIcon icon,
+                           kvmail::PromptButtons buttons) override {
+    return kvmail::prompt().messageBox(text, title, icon, buttons);
+  }
+  void refresh() override {}
+};
+
+}  // namespace kvtest

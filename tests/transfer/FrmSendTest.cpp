@@ -1,0 +1,99 @@
+// The transfer window itself: it shows what its run reports in the controls callers find by
+// name, passes its buttons on, and a second opening during a run leaves the run alone.
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTabWidget>
+#include <QTreeWidget>
+
+#include "FakePop3Server.h"
+#include "TransferRig.h"
+#include "transfer/FrmSend.h"
+
+using kvtest::FakePop3Server;
+using kvtest::TransferRig;
+
+namespace {
+
+struct WindowRun {
+  TransferRig rig;
+  kvmail::FrmSend window;
+
+  bool receive(const QString& caption = QStringLiteral("邮件接收")) {
+    QSignalSpy ended(&window, &kvmail::FrmSend::TasksEnded);
+    window.py_Init(nullptr, &rig.host(), rig.accountPtr(), false, caption);
+    return !ended.isEmpty() || ended.wait(10000);
+  }
+  template <typename T>
+  T* control(const char* name) {
+    return window.findChild<T*>(QLatin1String(name));
+  }
+};
+
+}  // namespace
+
+TEST(FrmSend, ShowsTheRunInItsNamedControls) {
+  FakePop3Server server;
+  server.setHandler(FakePop3Server::mailbox({kvtest::sampleMail(QStringLiteral("窗口"))}, {"w1"}));
+  WindowRun w;
+  w.rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+  ASSERT_TRUE(w.receive());
+  EXPECT_EQ(w.window.windowTitle(), QStringLiteral("邮件接收"));
+
+  auto* tasks = w.control<QTreeWidget>("LV(0)");
+  ASSERT_EQ(tasks->topLevelItemCount(), 1);
+  const QTreeWidgetItem* row = tasks->topLevelItem(0);
+  EXPECT_EQ(row->text(0), QStringLiteral("检查测试帐户上的新邮件:共 1 (0 KB) 封。"));
+  EXPECT_EQ(row->text(1), QStringLiteral("已完成"));
+  EXPECT_EQ(row->text(2), QStringLiteral("局域网"));
+  EXPECT_EQ(row->text(3), QStringLiteral("1"));
+  EXPECT_EQ(row->text(4), QStringLiteral("1"));
+  EXPECT_EQ(w.control<QLabel>("lblMessage")->text(), QStringLiteral("已完成 1 项任务(共 1 项)"));
+  EXPECT_EQ(w.control<QLabel>("lblCaption")->text(), QStringLiteral("请求的任务已成功完成。"));
+  const QString log = w.control<QPlainTextEdit>("Txt")->toPlainText();
+  EXPECT_TRUE(log.contains(QStringLiteral("\nUSER u\nPASS ***** \nSTAT\n")));
+  EXPECT_FALSE(w.control<QPushButton>("Cmd(1)")->isEnabled());
+  EXPECT_EQ(w.control<QTreeWidget>("LV(1)")->topLevelItemCount(), 0);
+}
+
+TEST(FrmSend, DetailsToggleHidesAndShowsTheLists) {
+  WindowRun w;
+  auto* details = w.control<QPushButton>("Cmd(2)");
+  auto* tabs = w.control<QTabWidget>("XTab");
+  w.window.show();
+  details->click();
+  EXPECT_EQ(details->text(), QStringLiteral("详细信息(&D) >>"));
+  EXPECT_FALSE(tabs->isVisible());
+  details->click();
+  EXPECT_EQ(details->text(), QStringLiteral("<< 详细信息(&D)"));
+  EXPECT_TRUE(tabs->isVisible());
+}
+
+TEST(FrmSend, OpeningAgainDuringARunLeavesTheRunAlone) {
+  FakePop3Server server;
+  const QByteArray mail = kvtest::sampleMail(QStringLiteral("慢"), QByteArray(6000, 'y') + "\r\n");
+  const auto mailbox = FakePop3Server::mailbox({mail, mail}, {"s1", "s2"});
+  server.setHandler([&](const QByteArray& command) -> QList<QByteArray> {
+    // The message arrives in pieces, so the session yields while it is being handled.
+    if (command.startsWith("RETR")) {
+      const QByteArray all = mailbox(command).first();
+      return {all.left(2000), all.mid(2000, 2000), all.mid(4000)};
+    }
+    return mailbox(command);
+  });
+  WindowRun w;
+  w.rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+  int reopened = 0;
+  QObject::connect(&w.window, &kvmail::FrmSend::EvMailRead, &w.window, [&] {
+    ++reopened;
+    w.window.py_Init(nullptr, &w.rig.host(), w.rig.accountPtr(), false, QStringLiteral("again"));
+  });
+  ASSERT_TRUE(w.receive());
+  EXPECT_TRUE(w.window.lastRunOk());
+  EXPECT_EQ(reopened, 2);
+  EXPECT_EQ(w.rig.count(), 2);
+  EXPECT_EQ(w.window.windowTitle(), QStringLiteral("邮件接收"));
+}
