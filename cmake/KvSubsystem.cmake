@@ -8,7 +8,8 @@ function(kv_subsystem)
   add_library(${KV_NAME} OBJECT ${_src})
   target_include_directories(${KV_NAME} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
                                                $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kvmail>)
-  target_link_libraries(${KV_NAME} PUBLIC Qt6::Core Qt6::Gui Qt6::Widgets Qt6::Network Qt6::Sql ${KV_DEPS})
+  target_link_libraries(${KV_NAME} PUBLIC Qt6::Core Qt6::Gui Qt6::Widgets Qt6::Network Qt6::Sql
+                                          Qt6::PrintSupport ${KV_DEPS})
   if(KV_PRIVATE)
     target_link_libraries(${KV_NAME} PRIVATE ${KV_PRIVATE})
   endif()

@@ -50,4 +50,12 @@ bool ConsolePrompt::openWithDesktop(const QString& path) {
   return false;
 }
 
+QString ConsolePrompt::printFile(const QString& path, QWidget* parent) {
+  // Without a screen the module prints into a PDF beside the file; say where it went.
+  const QString where = IPrompt::printFile(path, parent);
+  say(QStringLiteral("[打印] %1 [%2]")
+          .arg(path, where.isEmpty() ? QStringLiteral("未打印") : where));
+  return where;
+}
+
 }  // namespace kvmail::demo

@@ -20,6 +20,7 @@ class ConsolePrompt : public IPrompt {
                    QWidget* parent = nullptr) override;
   std::optional<QColor> pickColour(const QColor& initial, QWidget* parent = nullptr) override;
   bool openWithDesktop(const QString& path) override;
+  QString printFile(const QString& path, QWidget* parent = nullptr) override;
 
   // The default button of a box: the first one (OK, or Yes).
   static PromptAnswer defaultAnswer(PromptButtons buttons);

@@ -75,6 +75,9 @@ void clsMail::connectWindows() {
   connect(viewer, &FrmMail::RecordMove, this, &clsMail::EvRecordMove);
   connect(viewer, &FrmMail::RevertMail, this, [this](long id) { ReplyMail(id); });
   connect(viewer, &FrmMail::TransmitMail, this, [this](long id) { TransmitMail(id); });
+  // The windows write the print file; the service has it printed.
+  connect(viewer, &FrmMail::DoPrint, this,
+          [viewer](const QString& path) { prompt().printFile(path, viewer); });
 
   FrmNewMail* compose = mFrmNewMail.get();
   connect(compose, &FrmNewMail::ErrMessage, this, &clsMail::showErrMessage);
@@ -82,6 +85,8 @@ void clsMail::connectWindows() {
           [this](const QString& ids) { Q_EMIT EvReturn(ids, 1); });
   connect(compose, &FrmNewMail::SendMail, this,
           [this](const BundlePtr& bundle) { openSend(bundle, true, QString()); });
+  connect(compose, &FrmNewMail::DoPrint, this,
+          [compose](const QString& path) { prompt().printFile(path, compose); });
 
   FrmSend* transfer = mFrmSend.get();
   connect(transfer, &FrmSend::EvMailRead, this, &clsMail::EvMailRead);

@@ -31,6 +31,10 @@ class IPrompt {
   virtual std::optional<QColor> pickColour(const QColor& initial, QWidget* parent = nullptr) = 0;
   // Opens a file with the desktop's associated program; true when it was started.
   virtual bool openWithDesktop(const QString& path) = 0;
+  // Prints a text or HTML file: through the print dialog on a desktop; with no display, into a
+  // PDF beside the file. Answers where it went (the printer's name or the PDF's path), or ""
+  // when the user cancelled or the file could not be read.
+  virtual QString printFile(const QString& path, QWidget* parent = nullptr);
 };
 
 // The prompt in use (the Qt dialogs unless something else was installed).

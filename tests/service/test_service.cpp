@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 
 #include "ServiceRig.h"
+#include "TestEnv.h"
 #include "composer/FrmNewMail.h"
 #include "model/IAttachment.h"
 #include "model/IAttachments.h"
@@ -314,6 +315,26 @@ TEST(ServiceWindows, WindowEventsBecomeServiceEvents) {
   EXPECT_EQ(boxes[1].icon, kvmail::PromptIcon::Exclamation);
   EXPECT_EQ(boxes[2].icon, kvmail::PromptIcon::Critical);
   EXPECT_EQ(boxes[2].title, QStringLiteral("错误："));
+}
+
+TEST(ServiceWindows, PrintFilesOfBothWindowsAreActuallyPrinted) {
+  ServiceRig rig;
+  rig.seedAccount(true, false);
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  const QString text = rig.path(QStringLiteral("print.txt"));
+  const QString html = rig.path(QStringLiteral("print.html"));
+  ASSERT_TRUE(kvtest::writeAll(text, QStringLiteral("收件人：王经理\n主题：对账单\n").toUtf8()));
+  ASSERT_TRUE(kvtest::writeAll(html, QStringLiteral("<p><b>主题</b>：对账单</p>").toUtf8()));
+  Q_EMIT rig.mail->viewerWindow()->DoPrint(text);
+  Q_EMIT rig.mail->composeWindow()->DoPrint(html);
+  const auto printed = rig.prompt->records(kvtest::ScriptedPrompt::Kind::PrintFile);
+  ASSERT_EQ(printed.size(), 2);
+  EXPECT_EQ(printed[0].text, text);
+  // Without a display the file goes to a PDF beside it.
+  for (const QString& path : {text, html}) {
+    const QByteArray pdf = kvtest::readAll(path + QStringLiteral(".pdf"));
+    EXPECT_TRUE(pdf.startsWith("%PDF")) << path.toStdString();
+  }
 }
 
 TEST(ServiceWindows, ReleaseOrderIsComposeTransferViewer) {

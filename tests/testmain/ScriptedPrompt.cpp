@@ -1,5 +1,7 @@
 #include "ScriptedPrompt.h"
 
+#include "support/PrintFile.h"
+
 namespace kvtest {
 
 using kvmail::PromptAnswer;
@@ -78,6 +80,14 @@ ScopedPrompt::ScopedPrompt()
 
 ScopedPrompt::~ScopedPrompt() {
   kvmail::setPrompt(previous_);
+}
+
+QString ScriptedPrompt::printFile(const QString& path, QWidget*) {
+  Record r;
+  r.kind = Kind::PrintFile;
+  r.text = path;
+  records_ << r;
+  return kvmail::printFileToPdf(path);
 }
 
 }  // namespace kvtest

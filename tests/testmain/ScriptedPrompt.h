@@ -11,11 +11,11 @@ namespace kvtest {
 
 class ScriptedPrompt : public kvmail::IPrompt {
  public:
-  enum class Kind { MessageBox, OpenFiles, SaveFile, PickColour, OpenWithDesktop };
+  enum class Kind { MessageBox, OpenFiles, SaveFile, PickColour, OpenWithDesktop, PrintFile };
 
   struct Record {
     Kind kind = Kind::MessageBox;
-    QString text;   // message text, or the path given to openWithDesktop
+    QString text;   // message text, or the path given to openWithDesktop or printFile
     QString title;  // box or dialog title
     kvmail::PromptIcon icon = kvmail::PromptIcon::None;
     kvmail::PromptButtons buttons = kvmail::PromptButtons::Ok;
@@ -50,6 +50,8 @@ class ScriptedPrompt : public kvmail::IPrompt {
                    QWidget* parent = nullptr) override;
   std::optional<QColor> pickColour(const QColor& initial, QWidget* parent = nullptr) override;
   bool openWithDesktop(const QString& path) override;
+  // Recorded, then printed for real into a PDF beside the file.
+  QString printFile(const QString& path, QWidget* parent = nullptr) override;
 
  private:
   QList<Record> records_;
