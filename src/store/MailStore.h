@@ -144,4 +144,8 @@ ReceivedFields receivedFields(const ParsedMail& mail);
 // A message object carrying what a parsed mail file holds; attachments are saved under folder.
 MessagePtr messageFromParsed(const ParsedMail& mail, long id, const QString& folder);
 
+// The message to write for a message object: its sender, recipients (names kept as set),
+// subject, HTML body and attachment files; headerPriority is X-Priority (0 writes none).
+OutgoingMail outgoingMail(const IMessage& message, int headerPriority = 0);
+
 }  // namespace kvmail

@@ -1,4 +1,5 @@
 // Between parsed message files and what the store and the object model keep of them.
+#include "model/IAttachment.h"
 #include "model/IAttachments.h"
 #include "model/IMailAddress.h"
 #include "model/IMailAddresses.h"
@@ -65,6 +66,26 @@ MessagePtr messageFromParsed(const ParsedMail& mail, long id, const QString& fol
   for (const QString& path : saveAttachments(mail, folder))
     message->Attachments()->Add(path, QString());
   return message;
+}
+
+OutgoingMail outgoingMail(const IMessage& message, int headerPriority) {
+  OutgoingMail out;
+  out.from = {message.From()->Name(), message.From()->Address()};
+  if (message.ReplyTo()) out.replyTo = {message.ReplyTo()->Name(), message.ReplyTo()->Address()};
+  const auto list = [](const MailAddressesPtr& addresses) {
+    QList<MimeAddress> entries;
+    for (const MailAddressPtr& a : addresses->NewEnum()) entries.append({a->Name(), a->Address()});
+    return entries;
+  };
+  out.to = list(message.TOs());
+  out.cc = list(message.Cc());
+  out.bcc = list(message.Bcc());
+  out.subject = message.Subject();
+  out.htmlBody = message.BodyText();
+  out.headerPriority = headerPriority;
+  for (const AttachmentPtr& a : message.Attachments()->NewEnum())
+    out.attachmentPaths.append(a->FileName());
+  return out;
 }
 
 ComposedMail composedMail(const OutgoingMail& message, const QString& filePath,
