@@ -23,7 +23,8 @@ QStringList hostTableStatements(SqlEngine engine) {
           "mausername text, mapassword text, masmtpservername text, mareplyemailaddress text, "
           "masmtpport integer, mafromname text, mafromemailaddress text, mapop3servername text, "
           "maisnotdelete integer, maisafterdaydelete integer, madeleteday integer, "
-          "maisout integer, maisdefault integer, primary key (maid, masmtptype))"),
+          "maisout integer, maisdefault integer, mapop3port integer, "
+          "primary key (maid, masmtptype))"),
       QStringLiteral("create table if not exists mailaccountuser ("
                      "maid integer not null, masmtptype integer not null default 0, "
                      "userid integer not null)"),
@@ -37,6 +38,10 @@ QStringList hostTableStatements(SqlEngine engine) {
                      "primary key (tablename, keycolumn))")
           .arg(QLatin1String(kKeyTable), big),
   };
+}
+
+QList<OptionalColumn> hostOptionalColumns() {
+  return {{"mailaccount", "mapop3port", "integer"}};
 }
 
 }  // namespace kvmail::host

@@ -102,6 +102,20 @@ QString SqlHostSystem::open() {
       return error;
     }
   }
+  if (!options_.readOnly) {
+    // A store made by an earlier version gets the settings columns added since.
+    const QSqlDatabase db = QSqlDatabase::database(connection_);
+    for (const OptionalColumn& c : hostOptionalColumns()) {
+      if (db.record(QLatin1String(c.table)).contains(QLatin1String(c.column))) continue;
+      const QString error = runPlain(
+          QStringLiteral("alter table %1 add column %2 %3")
+              .arg(QLatin1String(c.table), QLatin1String(c.column), QLatin1String(c.type)));
+      if (!error.isEmpty()) {
+        close();
+        return error;
+      }
+    }
+  }
   return {};
 }
 

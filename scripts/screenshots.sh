@@ -33,8 +33,9 @@ bash "$SERVERS" start "$STATE" --pop3-port 11210 --smtp-port 2525 --find-free
 /usr/bin/python3 scripts/servers/seed.py "$KV_MAILDIR_ROOT/demo" 1 --size 40000
 
 DB="$SCRATCH/kvhost.db"
-export KVMAIL_POP3_PORT="$KV_POP3_PORT" TMPDIR="$SCRATCH"
-QT_QPA_PLATFORM=offscreen "$BUILD_DIR/host/demo/kvhost" --db "$DB" queue --smtp-port "$KV_SMTP_PORT"
+export TMPDIR="$SCRATCH"
+QT_QPA_PLATFORM=offscreen "$BUILD_DIR/host/demo/kvhost" --db "$DB" queue --smtp-port "$KV_SMTP_PORT" \
+  --pop3-port "$KV_POP3_PORT"
 
 mkdir -p "$OUT"
 SHOTS="$BUILD_DIR/host/demo/kvhost_screenshots"

@@ -110,7 +110,7 @@ QString usageText() {
              "\n"
              "选项：\n"
              "  --db 文件        SQLite 数据库文件（默认 %1）\n"
-             "  --pop3-port N    POP3 端口（设置 KVMAIL_POP3_PORT；默认 110）\n"
+             "  --pop3-port N    把帐户的 POP3 端口改为 N（默认 110）\n"
              "  --smtp-port N    把帐户的 SMTP 端口改为 N\n"
              "  --timeout 秒     脚本运行的最长时间（默认 300）\n"
              "  -h, --help       显示本说明\n")

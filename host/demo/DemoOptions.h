@@ -10,7 +10,7 @@ namespace kvmail::demo {
 struct DemoOptions {
   host::HostOptions store;   // the host's database
   QString command;           // empty: open the main window
-  int pop3Port = 0;          // 0: leave KVMAIL_POP3_PORT as it is
+  int pop3Port = 0;          // 0: leave the account's POP3 port as it is
   int smtpPort = 0;          // 0: leave the account's SMTP port as stored
   int timeoutSeconds = 300;  // a scripted run that has not ended by then stops and fails
   bool help = false;

@@ -128,6 +128,8 @@ class MailStore {
   QStringList knownAddresses(QString* error = nullptr) const;
 
  private:
+  void readOptionalSettings(const QString& query, clsAccount& account) const;
+
   IHostSystem& host_;
 };
 

@@ -27,9 +27,6 @@ Pop3Session::Pop3Session(ITransferView& view, IMailboxPolicy& mailbox, const cls
       mailbox_(mailbox),
       account_(account),
       link_(new Pop3Link(this)) {
-  bool ok = false;
-  const int envPort = qEnvironmentVariableIntValue("KVMAIL_POP3_PORT", &ok);
-  port_ = ok && envPort > 0 && envPort < 65536 ? quint16(envPort) : quint16(110);
   stallTimer_.setSingleShot(true);
   connect(&stallTimer_, &QTimer::timeout, this, &Pop3Session::onStalled);
   link_->setHandler([this](const QByteArray& arrival) { handleArrival(arrival); });
@@ -52,7 +49,8 @@ void Pop3Session::ConnectPop3() {
   view_.setCaption(QStringLiteral("正在连接到") + account_.sName + QStringLiteral("...") + kCrLf +
                    kCrLf + QStringLiteral("已连接..."));
   if (stallMs_ > 0) stallTimer_.start(stallMs_);
-  link_->connectTo(account_.sPop3, port_);
+  // The account's port when its table carries one, else the standard one.
+  link_->connectTo(account_.sPop3, account_.lPop3Port > 0 ? quint16(account_.lPop3Port) : 110);
 }
 
 void Pop3Session::handleArrival(const QByteArray& reply) {

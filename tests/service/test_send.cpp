@@ -29,12 +29,11 @@ class SendQueue : public ::testing::Test {
     ASSERT_TRUE(kvtest::clearMailbox(QStringLiteral("t12")));
     rig.seedAccount(true, false, QStringLiteral("发送测试"));
     rig.host->executeBound(
-        QStringLiteral("update mailaccount set masmtpport=?, mausername=?, mapassword=?"),
-        {servers.smtpPort, kUser, servers.password});
-    qputenv("KVMAIL_POP3_PORT", QByteArray::number(servers.pop3Port));
+        QStringLiteral(
+            "update mailaccount set masmtpport=?, mapop3port=?, mausername=?, mapassword=?"),
+        {servers.smtpPort, servers.pop3Port, kUser, servers.password});
     ASSERT_TRUE(rig.mail->Init(rig.host, 1));
   }
-  void TearDown() override { qunsetenv("KVMAIL_POP3_PORT"); }
 
   kvmail::OutgoingMail mail(const QString& subject, const QString& to) {
     kvmail::OutgoingMail m;

@@ -11,7 +11,6 @@ namespace kvtest {
 
 TransferRig::TransferRig() {
   oldTmp_ = qgetenv("TMPDIR");
-  oldPort_ = qgetenv("KVMAIL_POP3_PORT");
   qputenv("TMPDIR", dir_.path().toUtf8());
   const QString db = dir_.filePath(QStringLiteral("store.db"));
   kvmail::host::createStore(db);
@@ -35,14 +34,10 @@ TransferRig::~TransferRig() {
     qunsetenv("TMPDIR");
   else
     qputenv("TMPDIR", oldTmp_);
-  if (oldPort_.isNull())
-    qunsetenv("KVMAIL_POP3_PORT");
-  else
-    qputenv("KVMAIL_POP3_PORT", oldPort_);
 }
 
 void TransferRig::usePop3(quint16 port, const QString& user, const QString& password) {
-  qputenv("KVMAIL_POP3_PORT", QByteArray::number(port));
+  account_->lPop3Port = port;
   account_->sPop3 = QStringLiteral("127.0.0.1");
   account_->sUserName = user;
   account_->sPassword = password;

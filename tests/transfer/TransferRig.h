@@ -51,7 +51,6 @@ class TransferRig {
  private:
   QTemporaryDir dir_;
   QByteArray oldTmp_;
-  QByteArray oldPort_;
   std::unique_ptr<kvmail::host::SqlHostSystem> host_;
   kvmail::AccountPtr account_;
   FakeTransferView view_;
