@@ -71,6 +71,10 @@ class Pop3Session : public QObject {
   void handleArrival(const QByteArray& reply);
   void onLinkFailed(int number, const QString& description);
   void onStalled();
+  void pauseStallGuard();
+  // Why a silent session ended, by what had happened: a refused retrieval, a message that
+  // stopped half-way, or no answer at all.
+  QString stallReason() const;
   void setStage(Pop3Stage stage);
 
   void stageGreeting();

@@ -5,6 +5,7 @@
 
 #include "model/clsAccount.h"
 #include "store/MailStore.h"
+#include "support/Prompt.h"
 #include "transfer/MailboxPolicy.h"
 
 namespace kvmail {
@@ -34,9 +35,12 @@ class ReceiveMailbox : public QObject, public IMailboxPolicy {
   void EvMailRead(long mailId);
 
  private:
+  void tell(const QString& error, const QString& title, PromptIcon icon);
+
   ITransferView& view_;
   MailStore store_;
   const clsAccount& account_;
+  bool told_ = false;
 };
 
 }  // namespace kvmail

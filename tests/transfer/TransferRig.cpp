@@ -2,6 +2,8 @@
 
 #include <QFile>
 #include <QSignalSpy>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 
 #include "HostStore.h"
 #include "store/HostSystem.h"
@@ -53,6 +55,18 @@ bool TransferRig::run(const kvmail::BundlePtr& bundle, bool sendOnly, int timeou
   if (ended.isEmpty() && !ended.wait(timeoutMs)) return false;
   lastOk_ = ended.first().first().toBool();
   return true;
+}
+
+bool TransferRig::addTrigger(const QString& sql) {
+  bool ok = false;
+  {
+    QSqlDatabase db =
+        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("trigger"));
+    db.setDatabaseName(dir_.filePath(QStringLiteral("store.db")));
+    ok = db.open() && QSqlQuery(db).exec(sql);
+  }
+  QSqlDatabase::removeDatabase(QStringLiteral("trigger"));
+  return ok;
 }
 
 QString TransferRig::value(const QString& sql) {
