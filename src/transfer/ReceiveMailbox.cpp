@@ -38,6 +38,8 @@ bool ReceiveMailbox::deleteStoredNow(const QString& receiveTime) const {
 }
 
 void ReceiveMailbox::tell(const QString& error, const QString& title, PromptIcon icon) {
+  ++refused_;
+  view_.addErrorRow(QStringLiteral("无法保存收到的邮件：") + error.trimmed());
   // One box per session: a store that refuses every mail must not bury the user in boxes.
   if (told_) {
     view_.WriteLog(title + error, 1);
@@ -80,7 +82,9 @@ bool ReceiveMailbox::store(QByteArray text, const QString& uidl) {
     case StoreStep::None:
       break;
     case StoreStep::File:
+      ++refused_;
       view_.WriteLog(QStringLiteral("保存邮件内容失败:") + path, 1);
+      view_.addErrorRow(QStringLiteral("保存邮件内容失败:") + path);
       return false;
     case StoreStep::Key:
       tell(failure.error, QStringLiteral("提示："), PromptIcon::Information);

@@ -30,6 +30,8 @@ class ReceiveMailbox : public QObject, public IMailboxPolicy {
   bool SaveReceivedMail(QByteArray text, const QString& uidl) {
     return store(std::move(text), uidl);
   }
+  // How many retrieved mails the store could not take this session.
+  int refusedCount() const { return refused_; }
 
  Q_SIGNALS:
   void EvMailRead(long mailId);
@@ -41,6 +43,7 @@ class ReceiveMailbox : public QObject, public IMailboxPolicy {
   MailStore store_;
   const clsAccount& account_;
   bool told_ = false;
+  int refused_ = 0;
 };
 
 }  // namespace kvmail

@@ -150,7 +150,9 @@ void TransferRun::onReceiveEnded(Pop3End how, const QString& reason) {
   if (how == Pop3End::Stalled) FailReceive(reason);
   if (how == Pop3End::SocketError || how == Pop3End::Refused) showBrokenReceive(reason);
   receiving_ = false;
-  if (how != Pop3End::Finished || !view_.isStopEnabled()) runOk_ = false;
+  // A mail the store refused stays on the server for next time, but this run did not get it.
+  if (how != Pop3End::Finished || !view_.isStopEnabled() || mailbox_->refusedCount() > 0)
+    runOk_ = false;
   endRun();
 }
 

@@ -130,7 +130,11 @@ TEST(TransferRun, AStoreThatRefusesAMailKeepsItOnTheServerForNextTime) {
     server.setHandler(FakePop3Server::mailbox(mails(subjects), uidls(5)));
     rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
     ASSERT_TRUE(rig.receive(15000));
-    EXPECT_TRUE(rig.lastOk());
+    EXPECT_FALSE(rig.lastOk());  // the task tells that a mail did not arrive this time
+    ASSERT_EQ(rig.view().errors.size(), 1);
+    EXPECT_TRUE(rig.view().errors.first().contains(QStringLiteral("third refused")));
+    EXPECT_EQ(rig.view().captionText,
+              QStringLiteral("处理请求的任务时出错。请复查下列错误列表以获取详细信息"));
     const Commands expected{"UIDL 1", "RETR 1", "DELE 1", "UIDL 2", "RETR 2",
                             "DELE 2", "UIDL 3", "RETR 3", "UIDL 4", "RETR 4",
                             "DELE 4", "UIDL 5", "RETR 5", "DELE 5", "QUIT"};
@@ -149,6 +153,7 @@ TEST(TransferRun, AStoreThatRefusesAMailKeepsItOnTheServerForNextTime) {
   ASSERT_TRUE(rig.receive(10000));
   const Commands again{"UIDL 1", "UIDL 2", "UIDL 3", "RETR 3",
                        "DELE 3", "UIDL 4", "UIDL 5", "QUIT"};
+  EXPECT_TRUE(rig.lastOk());
   EXPECT_EQ(server.commands(), kLogin + again);
   EXPECT_EQ(rig.count(), 5);
 }
@@ -164,6 +169,7 @@ TEST(TransferRun, ADeadStoreShowsOneBoxAndLogsTheRest) {
   ASSERT_TRUE(rig.receive(10000));
   EXPECT_EQ(rig.prompt().messages().size(), 1);
   EXPECT_EQ(rig.log().count(QStringLiteral("disk full")), 2);  // the second and third mail
+  EXPECT_EQ(rig.view().errors.size(), 3);
   EXPECT_EQ(rig.count(), 0);
 }
 
