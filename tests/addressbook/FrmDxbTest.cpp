@@ -2,9 +2,7 @@
 // picking by double click and Enter, and closing that only hides.
 #include <gtest/gtest.h>
 
-#include <QHeaderView>
 #include <QLineEdit>
-#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTest>
@@ -66,17 +64,13 @@ TEST_F(FrmDxbTest, ListsEveryAddressOnceUnderTheHeading) {
   store.composed(QStringLiteral("li@kvmail.test"));
   open();
   ASSERT_EQ(grid->model()->rowCount(), 3);
-  EXPECT_EQ(cell(0), QStringLiteral("li@kvmail.test"));
-  EXPECT_EQ(cell(1), QStringLiteral("qian@kvmail.test"));
-  EXPECT_EQ(cell(2), QStringLiteral("zhao@kvmail.test"));
+  EXPECT_EQ(QStringList({cell(0), cell(1), cell(2)}),
+            (QStringList{"li@kvmail.test", "qian@kvmail.test", "zhao@kvmail.test"}));
   EXPECT_EQ(grid->model()->columnCount(), 1);
   EXPECT_EQ(grid->model()->headerData(0, Qt::Horizontal).toString(), QStringLiteral("邮箱地址"));
   EXPECT_EQ(grid->model()->headerData(0, Qt::Vertical).toString(), QString());  // blank column
-  EXPECT_TRUE(grid->verticalHeader()->isVisible());
   EXPECT_EQ(window.currentRow(), 0);
-  EXPECT_EQ(window.windowTitle(), QStringLiteral("通讯簿"));
-  // The compose window may share what was loaded.
-  EXPECT_EQ(window.addressIndex()->size(), 3);
+  EXPECT_EQ(window.addressIndex()->size(), 3);  // what the compose window may share
 
   // A second initialisation reads the store again, from the heading up.
   store.received(QStringLiteral("sun@kvmail.test"));
@@ -98,12 +92,11 @@ TEST_F(FrmDxbTest, AnEmptyMailTableShowsTheHeadingOnlyAndPicksNothing) {
   EXPECT_TRUE(prompt->records().isEmpty());
 }
 
-TEST_F(FrmDxbTest, TypingMovesToTheFirstRowContainingTheText) {
+TEST_F(FrmDxbTest, TypingMovesToTheFirstRowContainingTheTextAndNoMatchMovesNothing) {
   fill(store, 300);
   store.received(QStringLiteral("Zhang.San@KVMAIL.test"));  // sorts first: capitals
   open();
-  ASSERT_EQ(grid->model()->rowCount(), 301);
-  EXPECT_EQ(cell(0), QStringLiteral("Zhang.San@KVMAIL.test"));
+  ASSERT_EQ(cell(0), QStringLiteral("Zhang.San@KVMAIL.test"));
 
   // Out of sight: becomes current and the top row.
   type(QStringLiteral("USER0250"));
@@ -116,25 +109,17 @@ TEST_F(FrmDxbTest, TypingMovesToTheFirstRowContainingTheText) {
   EXPECT_EQ(window.currentRow(), 254);
   EXPECT_EQ(topRow(), 251);
 
+  // No address has it: the current row and the view stay; an emptied box moves nothing either.
+  QTest::keyClicks(box, QStringLiteral("x"));
+  EXPECT_EQ(window.currentRow(), 254);
+  EXPECT_EQ(topRow(), 251);
+  box->clear();
+  EXPECT_EQ(window.currentRow(), 254);
+
   // Each key searches again from the top; a part, not the whole address, is enough.
   type(QStringLiteral("san@kv"));
   EXPECT_EQ(window.currentRow(), 0);
   EXPECT_EQ(topRow(), 0);
-  type(QStringLiteral("0"));
-  EXPECT_EQ(window.currentRow(), 1);  // user0000 holds the first "0"
-}
-
-TEST_F(FrmDxbTest, AFailedSearchLeavesTheCurrentRowAndTheView) {
-  fill(store, 300);
-  open();
-  type(QStringLiteral("user0200"));
-  ASSERT_EQ(window.currentRow(), 200);
-  const int top = topRow();
-  QTest::keyClicks(box, QStringLiteral("x"));  // "user0200x": nothing has it
-  EXPECT_EQ(window.currentRow(), 200);
-  EXPECT_EQ(topRow(), top);
-  box->clear();  // an empty box finds nothing either
-  EXPECT_EQ(window.currentRow(), 200);
 }
 
 TEST_F(FrmDxbTest, DoubleClickAndEnterPickTheCurrentAddress) {
@@ -143,62 +128,41 @@ TEST_F(FrmDxbTest, DoubleClickAndEnterPickTheCurrentAddress) {
   store.composed(QStringLiteral("sun@kvmail.test"));
   open();
   QSignalSpy picked(&window, &FrmDxb::EvHasReturn);
-
   doubleClick(2);
-  ASSERT_EQ(picked.count(), 1);
-  EXPECT_EQ(picked.at(0).at(0).toString(), QStringLiteral("zhao@kvmail.test"));
-
   type(QStringLiteral("SUN"));
   QTest::keyClick(box, Qt::Key_Return);
-  ASSERT_EQ(picked.count(), 2);
-  EXPECT_EQ(picked.at(1).at(0).toString(), QStringLiteral("sun@kvmail.test"));
-
-  grid->setFocus();
   QTest::keyClick(grid, Qt::Key_Up);
   QTest::keyClick(grid, Qt::Key_Enter);
-  ASSERT_EQ(picked.count(), 3);
-  EXPECT_EQ(picked.at(2).at(0).toString(), QStringLiteral("qian@kvmail.test"));
+  QStringList addresses;
+  for (const auto& args : picked) addresses << args.at(0).toString();
+  EXPECT_EQ(addresses, (QStringList{"zhao@kvmail.test", "sun@kvmail.test", "qian@kvmail.test"}));
   EXPECT_TRUE(window.isVisible());  // picking leaves the window up; the user closes it
 }
 
-TEST_F(FrmDxbTest, ClosingOnlyHidesAndKeepsTheListAndTheSearch) {
+TEST_F(FrmDxbTest, ShowModalReturnsWhenClosedAndTheNextShowFindsTheListAndSearchKept) {
   fill(store, 50);
-  open();
-  type(QStringLiteral("0042"));
-  EXPECT_FALSE(window.close());      // the request is refused ...
-  EXPECT_FALSE(window.isVisible());  // ... and the window hidden instead
-  window.show();
-  EXPECT_EQ(box->text(), QStringLiteral("0042"));
-  EXPECT_EQ(window.currentRow(), 42);
-  EXPECT_EQ(grid->model()->rowCount(), 50);
-}
-
-TEST_F(FrmDxbTest, ShowModalReturnsWhenTheWindowIsClosed) {
-  store.received(QStringLiteral("zhao@kvmail.test"));
   window.py_Init(store.host.get());
-  QSignalSpy picked(&window, &FrmDxb::EvHasReturn);
-  bool wasModal = false;
+  bool wasModal = false, refused = false;
   QTimer::singleShot(0, &window, [&] {
     wasModal = window.isVisible() && window.isModal();
-    auto* box = window.findChild<QLineEdit*>(QStringLiteral("kvTxt"));
-    QTest::keyClicks(box, QStringLiteral("zh"));
-    QTest::keyClick(box, Qt::Key_Return);
-    window.close();
+    QTest::keyClicks(window.findChild<QLineEdit*>(QStringLiteral("kvTxt")), QStringLiteral("0042"));
+    refused = !window.close();  // the request is refused, the window hidden instead
   });
   window.showModal();
   EXPECT_TRUE(wasModal);
+  EXPECT_TRUE(refused);
   EXPECT_FALSE(window.isVisible());
-  ASSERT_EQ(picked.count(), 1);
-  EXPECT_EQ(picked.at(0).at(0).toString(), QStringLiteral("zhao@kvmail.test"));
 
-  // Shown again later: the same window, list and search text.
-  QString again;
+  QString text;
+  int row = -1;
   QTimer::singleShot(0, &window, [&] {
-    again = window.findChild<QLineEdit*>(QStringLiteral("kvTxt"))->text();
+    text = window.findChild<QLineEdit*>(QStringLiteral("kvTxt"))->text();
+    row = window.currentRow();
     window.hide();
   });
   window.showModal();
-  EXPECT_EQ(again, QStringLiteral("zh"));
+  EXPECT_EQ(text, QStringLiteral("0042"));
+  EXPECT_EQ(row, 42);
 }
 
 TEST_F(FrmDxbTest, AStoreThatCannotBeReadIsReportedAndLeavesTheHeading) {
