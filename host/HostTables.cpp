@@ -17,6 +17,11 @@ QStringList hostTableStatements(SqlEngine engine) {
           .arg(big, blob),
       QStringLiteral("create index if not exists msgmail_uidl on msgmail (uidl)"),
       QStringLiteral("create index if not exists msgmail_queue on msgmail (cshgnsid, messageid)"),
+      // The address book and the recipient history read these two without the message files.
+      QStringLiteral(
+          "create index if not exists msgmail_senders on msgmail (发件人邮箱, cshgnsid)"),
+      QStringLiteral(
+          "create index if not exists msgmail_recipients on msgmail (收件人邮箱, cshgnsid)"),
       QStringLiteral(
           "create table if not exists mailaccount ("
           "maid integer not null, masmtptype integer not null default 0, maname text, "

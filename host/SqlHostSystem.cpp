@@ -93,6 +93,7 @@ QString SqlHostSystem::open() {
   if (!pg) {
     if (!options_.readOnly) setup << QStringLiteral("pragma journal_mode=wal");
     setup << QStringLiteral("pragma synchronous=normal");
+    setup << QStringLiteral("pragma temp_store=memory");  // sorting for DISTINCT and UNION
   }
   if (!options_.readOnly) setup << hostTableStatements(options_.engine);
   for (const QString& statement : setup) {
