@@ -24,8 +24,8 @@ bool readPort(const QString& text, int* port) {
 }  // namespace
 
 QStringList scriptedCommands() {
-  return {QStringLiteral("list"), QStringLiteral("send"), QStringLiteral("receive"),
-          QStringLiteral("send-receive"), QStringLiteral("queue")};
+  return {QStringLiteral("list"),         QStringLiteral("send"),  QStringLiteral("receive"),
+          QStringLiteral("send-receive"), QStringLiteral("queue"), QStringLiteral("show")};
 }
 
 QString defaultStorePath() {
@@ -84,6 +84,14 @@ QString parseOptions(const QStringList& args, DemoOptions* out) {
       bool ok = false;
       if (valueOf(&i, &value)) o.timeoutSeconds = value.toInt(&ok);
       if (!ok || o.timeoutSeconds < 1) return QStringLiteral("--timeout 需要一个正的秒数。");
+    } else if (arg == QLatin1String("--save-attachments")) {
+      if (!valueOf(&i, &value) || value.isEmpty())
+        return QStringLiteral("--save-attachments 需要一个文件夹。");
+      o.saveAttachmentsDir = value;
+    } else if (o.command == QLatin1String("show") && o.showId == 0 && !arg.startsWith(u'-')) {
+      bool ok = false;
+      o.showId = arg.toLong(&ok);
+      if (!ok || o.showId < 1) return QStringLiteral("show 需要一个邮件ID，而不是“%1”。").arg(arg);
     } else if (arg.startsWith(u'-')) {
       return QStringLiteral("未知的选项：%1").arg(arg);
     } else if (o.command.isEmpty() && scriptedCommands().contains(arg)) {
@@ -93,6 +101,10 @@ QString parseOptions(const QStringList& args, DemoOptions* out) {
           .arg(arg, scriptedCommands().join(QStringLiteral("、")));
     }
   }
+  if (o.command == QLatin1String("show") && o.showId == 0)
+    return QStringLiteral("show 需要一个邮件ID，例如：kvhost show 12");
+  if (!o.saveAttachmentsDir.isEmpty() && o.command != QLatin1String("show"))
+    return QStringLiteral("--save-attachments 只用于 show 命令。");
   *out = o;
   return {};
 }
@@ -107,12 +119,14 @@ QString usageText() {
              "  receive        接收邮件\n"
              "  send-receive   发送并接收\n"
              "  queue          放入一封演示邮件等待发送\n"
+             "  show 邮件ID    在邮件查看窗口中打开一封邮件，打印它显示的内容\n"
              "\n"
              "选项：\n"
              "  --db 文件        SQLite 数据库文件（默认 %1）\n"
              "  --pop3-port N    把帐户的 POP3 端口改为 N（默认 110）\n"
              "  --smtp-port N    把帐户的 SMTP 端口改为 N\n"
              "  --timeout 秒     脚本运行的最长时间（默认 300）\n"
+             "  --save-attachments 文件夹  show 时把每个附件另存到该文件夹\n"
              "  -h, --help       显示本说明\n")
       .arg(defaultStorePath());
 }

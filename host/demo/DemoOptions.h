@@ -14,6 +14,8 @@ struct DemoOptions {
   int smtpPort = 0;          // 0: leave the account's SMTP port as stored
   int timeoutSeconds = 300;  // a scripted run that has not ended by then stops and fails
   bool help = false;
+  long showId = 0;             // show: the mail to open in the viewer
+  QString saveAttachmentsDir;  // show: save every attachment there through 附件另存为
 };
 
 // The commands of a scripted run.

@@ -212,3 +212,55 @@ TEST_F(KvhostCommandLine, AStoreThatCannotBeOpenedIsReported) {
   EXPECT_EQ(r.exitCode, 3) << r.all().toStdString();
   EXPECT_TRUE(r.err.contains(QStringLiteral("无法打开数据库："))) << r.err.toStdString();
 }
+
+TEST_F(KvhostCommandLine, ShowPrintsWhatTheViewerShowsAndSavesTheAttachments) {
+  seedFixtureAccount();
+  ASSERT_FALSE(kvtest::dropMail(kUser, kvtest::readAll(kvtest::dataFile("viewer/gb2312_html.eml")))
+                   .isEmpty());
+  ASSERT_EQ(kvhost(QStringList{QStringLiteral("receive")} + pop3Port()).exitCode, 0);
+  const QString id = value(QStringLiteral("select 邮件ID from msgmail where CshgnsID=1"));
+  ASSERT_FALSE(id.isEmpty());
+  EXPECT_EQ(value(QStringLiteral("select 是否已读 from msgmail where 邮件ID=") + id), "0");
+
+  const QString folder = dir.filePath(QStringLiteral("附件"));
+  const ProcessResult r =
+      kvhost({QStringLiteral("show"), id, QStringLiteral("--save-attachments"), folder});
+  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  for (const QString& line :
+       {QStringLiteral("主题：第二季度报价单及合同"),
+        QStringLiteral("发件人：陈丽<chenli@example.cn>"),
+        QStringLiteral("优先级：邮件状态：高优先级。"),
+        QStringLiteral("您好！附件是第二季度报价单和合同草案，请查收。"),
+        QStringLiteral("附件：3 个"), QStringLiteral("  1k\t报价单.csv\t"),
+        QStringLiteral("下载文件") + folder + QStringLiteral("/合同草案.pdf成功")})
+    EXPECT_TRUE(r.out.contains(line)) << line.toStdString() << "\n" << r.out.toStdString();
+  EXPECT_TRUE(r.err.contains(QStringLiteral("[对话框] 附件另存为 [") + folder));
+  // Saved byte for byte, and the host marked the mail read when it showed it.
+  EXPECT_EQ(
+      kvtest::readAll(folder + QStringLiteral("/报价单.csv")),
+      QByteArray::fromHex("bcbeb6c82cbdf0b6ee0ad2bbbcbeb6c82c313230300ab6febcbeb6c82c313335300a"));
+  EXPECT_EQ(kvtest::readAll(folder + QStringLiteral("/logo.png")).left(8),
+            QByteArray("\x89PNG\r\n\x1a\n"));
+  EXPECT_EQ(value(QStringLiteral("select 是否已读 from msgmail where 邮件ID=") + id), "1");
+
+  // Without the option nothing is saved; an unknown mail is said to be missing.
+  const ProcessResult plain = kvhost({QStringLiteral("show"), id});
+  EXPECT_EQ(plain.exitCode, 0);
+  EXPECT_FALSE(plain.out.contains(QStringLiteral("下载文件")));
+  const ProcessResult missing = kvhost({QStringLiteral("show"), QStringLiteral("999")});
+  EXPECT_EQ(missing.exitCode, 1);
+  EXPECT_TRUE(missing.out.contains(QStringLiteral("没有找到邮件（邮件ID=999）。")))
+      << missing.out.toStdString();
+}
+
+TEST_F(KvhostCommandLine, ShowNeedsAMailNumber) {
+  ProcessResult r = kvhost({QStringLiteral("show")});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(r.err.contains(QStringLiteral("show 需要一个邮件ID"))) << r.err.toStdString();
+  r = kvhost({QStringLiteral("show"), QStringLiteral("abc")});
+  EXPECT_EQ(r.exitCode, 2);
+  r = kvhost({QStringLiteral("list"), QStringLiteral("--save-attachments"), dir.path()});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(r.err.contains(QStringLiteral("--save-attachments 只用于 show 命令。")));
+}
