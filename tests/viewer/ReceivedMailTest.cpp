@@ -94,18 +94,11 @@ class ReceivedMailInTheViewer : public ::testing::Test {
     const auto& servers = kvtest::loopbackServers();
     ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
     ASSERT_TRUE(kvtest::clearMailbox(kUser));
-    oldPort_ = qgetenv("KVMAIL_POP3_PORT");
-    qputenv("KVMAIL_POP3_PORT", QByteArray::number(servers.pop3Port));
     rig_.host->executeBound(
-        QStringLiteral("update mailaccount set mausername=?, mapassword=?, mapop3servername=?"),
-        {kUser, servers.password, servers.host});
+        QStringLiteral("update mailaccount set mausername=?, mapassword=?, mapop3servername=?, "
+                       "mapop3port=?"),
+        {kUser, servers.password, servers.host, servers.pop3Port});
     ASSERT_TRUE(rig_.mail->Init(rig_.host, 1));
-  }
-  void TearDown() override {
-    if (oldPort_.isNull())
-      qunsetenv("KVMAIL_POP3_PORT");
-    else
-      qputenv("KVMAIL_POP3_PORT", oldPort_);
   }
 
   // Receives the whole mailbox through the service; the new keys in the order they arrived.
@@ -122,7 +115,6 @@ class ReceivedMailInTheViewer : public ::testing::Test {
   }
 
   ViewerRig rig_;
-  QByteArray oldPort_;
 };
 
 }  // namespace
