@@ -33,7 +33,7 @@ QString bodyContents(const QString& html) {
 QString quotedBody(const QString& fromText, const QString& sentTime, const QString& toText,
                    const QString& subject, const QString& originalHtml) {
   return QStringLiteral(
-             "<p><br></p><p><br></p>"
+             "<p><br></p>"
              "<p>------------------&nbsp;原始邮件&nbsp;------------------<br>") +
          line(QStringLiteral("发件人："), fromText) + line(QStringLiteral("发送时间："), sentTime) +
          line(QStringLiteral("收件人："), toText) + line(QStringLiteral("主题："), subject) +
