@@ -260,6 +260,7 @@ QString FrmNewMail::senderText() const {
 
 void FrmNewMail::ShowMail(long n) {
   const MessagePtr message = bundle_->Item(IndexKey(n));
+  if (!message) throw MailError::invalidArgument(QStringLiteral("ShowMail"));
   loading_ = true;
   txt_[FieldTo]->setText(message->TOs() ? message->TOs()->ToString() : QString());
   txt_[FieldCc]->setText(message->Cc() ? message->Cc()->ToString() : QString());
@@ -453,6 +454,7 @@ void FrmNewMail::cToolbar1_ButtonClick(const QString& key) {
 }
 
 void FrmNewMail::runCommand(const QString& command) {
+  if (!bundle_) return;  // closed: the mail list is gone until the service opens the window again
   static const QHash<QString, int> editing = {{QStringLiteral("cut"), compose::CmdCut},
                                               {QStringLiteral("copy"), compose::CmdCopy},
                                               {QStringLiteral("paste"), compose::CmdPaste},
@@ -489,6 +491,7 @@ void FrmNewMail::runCommand(const QString& command) {
 
 void FrmNewMail::m_cMenu_Tool_Click(const QString& key) {
   guarded(this, QStringLiteral("m_cMenu_Tool_Click："), [&] {
+    if (!bundle_) return;
     if (key == QLatin1String("mnuTool_H"))
       showPriority(QStringLiteral("1"));
     else if (key == QLatin1String("mnuTool_N"))
@@ -503,6 +506,7 @@ void FrmNewMail::m_cMenu_Tool_Click(const QString& key) {
 
 void FrmNewMail::mnu_Click(int index) {
   guarded(this, QStringLiteral("mnu_Click："), [&] {
+    if (!bundle_) return;
     switch (index) {
       case 0:
         OpenAttachment();

@@ -12,10 +12,13 @@
 #include "ComposeRig.h"
 #include "TestEnv.h"
 #include "composer/BodyEditor.h"
+#include "composer/ComposeCommands.h"
 #include "model/IBundle.h"
 #include "model/IMailAddresses.h"
 #include "model/IMessage.h"
+#include "model/clsBundle.h"
 #include "store/MailStore.h"
+#include "support/QtPrompt.h"
 #include "support/SpecialFolders.h"
 
 using kvmail::PromptAnswer;
@@ -408,4 +411,58 @@ TEST(ComposeWindow, AddressBookCommandIsASeamThatReplacesTheToField) {
   rig.field(1)->setText(QStringLiteral("old@kvmail.test"));
   rig.window()->moFrmDxb_EvHasReturn(QStringLiteral("a@kvmail.test;b@kvmail.test"));
   EXPECT_EQ(rig.field(1)->text(), QStringLiteral("a@kvmail.test;b@kvmail.test"));
+}
+
+TEST(ComposeWindow, ABrokenBundleIsReportedByTheInitialiserAndANewMailStillWorks) {
+  ComposeRig rig;
+  auto bundle = std::make_shared<kvmail::clsBundle>();
+  bundle->AddMessage(nullptr);  // a host handing over a hole instead of a message
+  rig.window()->py_Init(bundle, rig.faults.get(), rig.mail->account(), QString(), -1);
+  ASSERT_EQ(rig.prompt->count(Kind::MessageBox), 1);
+  EXPECT_TRUE(
+      rig.prompt->messages().first().startsWith(QStringLiteral("初始化时发生错误，原因：")));
+  EXPECT_EQ(rig.prompt->records().first().title, QStringLiteral("错误："));
+  EXPECT_TRUE(rig.window()->isVisible());
+  rig.field(1)->setText(QStringLiteral("kehu@kvmail.test"));
+  QSignalSpy returned(rig.window(), &kvmail::FrmNewMail::ReturnData);
+  rig.trigger(QStringLiteral("TBSend"));
+  EXPECT_EQ(returned.size(), 1);
+}
+
+TEST(ComposeWindow, AFailureWhileSavingOnCloseIsShownAndKeepsTheWindow) {
+  ComposeRig rig;
+  rig.mail->NewMail();
+  rig.field(1)->setText(QStringLiteral("客户 <kehu@kvmail.test"));
+  rig.prompt->answer(PromptAnswer::Yes);
+  rig.window()->close();
+  EXPECT_TRUE(rig.prompt->messages().last().startsWith(QStringLiteral("IsCanSave:")));
+  EXPECT_TRUE(rig.window()->isVisible());
+  EXPECT_EQ(rig.mailRows(), 0);
+}
+
+TEST(ComposeWindow, AMailOpenedWhileTheLastOneIsSendingIsNotClosedByThatSend) {
+  ComposeRig rig;
+  rig.mail->NewMail();
+  rig.field(1)->setText(QStringLiteral("kehu@kvmail.test"));
+  rig.field(3)->setText(QStringLiteral("先发的"));
+  // The host opens a new mail from its own window while the send is still running.
+  QObject::connect(rig.window(), &kvmail::FrmNewMail::SendMail, rig.window(),
+                   [&rig] { rig.mail->NewMail(); });
+  rig.trigger(QStringLiteral("TBSend"));
+  EXPECT_TRUE(rig.window()->isVisible());
+  EXPECT_EQ(rig.field(3)->text(), QString());
+  EXPECT_EQ(rig.mailRows(), 1);
+  // The send hid the window first: no question about the stored mail came up.
+  EXPECT_TRUE(rig.prompt->messages().filter(QStringLiteral("是否保存邮件")).isEmpty());
+}
+
+TEST(ComposeWindow, DialogFiltersBecomeQtFilters) {
+  EXPECT_EQ(kvmail::toQtFilter(kvmail::compose::addBodyFilter()),
+            QStringLiteral("All Web Files (*.asp *.asa *.pl *.htm *.html *.css);;Asp files "
+                           "(*.asp);;Asa files (*.asa);;Htm files (*.htm);;Html files "
+                           "(*.html);;Perl files (*.pl);;Style Sheets (*.css);;All files (*)"));
+  EXPECT_EQ(kvmail::toQtFilter(kvmail::compose::saveBodyFilter()),
+            QStringLiteral("Html files (*.html);;All files (*)"));
+  EXPECT_EQ(kvmail::toQtFilter(kvmail::compose::attachmentFilter()),
+            QStringLiteral("所有文件 (*)"));
 }
