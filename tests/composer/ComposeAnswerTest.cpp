@@ -23,7 +23,7 @@ class ComposeAnswer : public ::testing::Test {
     m.to = {{QStringLiteral("销售部"), QStringLiteral("sales@kvmail.test")}};
     m.subject = QStringLiteral("询价");
     m.htmlBody = QStringLiteral("<html><body><p>请报价，谢谢。</p></body></html>");
-    m.attachmentPaths = {rig.file(QStringLiteral("规格.pdf"), spec)};
+    m.attachmentPaths = {rig.file(QStringLiteral("规格.pdf"), datasheet)};
     original = rig.storeReceived(m);
     ASSERT_GT(original, 0);
   }
@@ -39,7 +39,7 @@ class ComposeAnswer : public ::testing::Test {
   }
 
   ComposeRig rig;
-  QByteArray spec = QByteArray("%PDF-1.4 规格").append(QByteArray(2000, '\x01'));
+  QByteArray datasheet = QByteArray("%PDF-1.4 规格").append(QByteArray(2000, '\x01'));
   long original = 0;
 };
 
@@ -79,7 +79,7 @@ TEST_F(ComposeAnswer, AForwardCarriesTheBodyAndTheAttachments) {
   EXPECT_EQ(list->topLevelItem(0)->text(0), QStringLiteral("规格.pdf"));
   const QString saved = list->topLevelItem(0)->text(1);
   EXPECT_TRUE(saved.startsWith(kvmail::tempFolder()));
-  EXPECT_EQ(kvtest::readAll(saved), spec);
+  EXPECT_EQ(kvtest::readAll(saved), datasheet);
 
   rig.field(1)->setText(QStringLiteral("zhao@kvmail.test"));
   const long id = send();
@@ -89,7 +89,7 @@ TEST_F(ComposeAnswer, AForwardCarriesTheBodyAndTheAttachments) {
       kvmail::MailStore(*rig.host).readMessage(id, rig.path(QStringLiteral("fwd.eml")));
   ASSERT_EQ(back.attachments.size(), 1);
   EXPECT_EQ(back.attachments.first().fileName, QStringLiteral("规格.pdf"));
-  EXPECT_EQ(back.attachments.first().data, spec);
+  EXPECT_EQ(back.attachments.first().data, datasheet);
 }
 
 TEST_F(ComposeAnswer, AMailThatIsNotStoredGivesAnEmptyMailToWrite) {
