@@ -90,7 +90,8 @@ int main(int argc, char** argv) {
   MainWindow window(host, kDemoProgId);
   if (options.command == QLatin1String("show"))
     return runShow(window, options.showId, options.saveAttachmentsDir, out);
-  if (scripted) return runScripted(window, options.command, options.timeoutSeconds, out);
+  if (scripted)
+    return runScripted(window, options.command, options.timeoutSeconds, out, options.compose);
 
   QObject::connect(&window, &MainWindow::closed, &app, &QApplication::quit);
   window.show();

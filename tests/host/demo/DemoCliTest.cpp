@@ -264,3 +264,57 @@ TEST_F(KvhostCommandLine, ShowNeedsAMailNumber) {
   EXPECT_EQ(r.exitCode, 2);
   EXPECT_TRUE(r.err.contains(QStringLiteral("--save-attachments 只用于 show 命令。")));
 }
+
+TEST_F(KvhostCommandLine, ComposeFillsTheWindowAndSendsWithAttachments) {
+  seedFixtureAccount();
+  const QString body = dir.filePath(QStringLiteral("body.html"));
+  const QString quote = dir.filePath(QStringLiteral("报价单.xlsx"));
+  const QString notes = dir.filePath(QStringLiteral("notes.txt"));
+  ASSERT_TRUE(kvtest::writeAll(body, QStringLiteral("<p>您好，请查收报价。</p>").toUtf8()));
+  ASSERT_TRUE(kvtest::writeAll(quote, QByteArray(4000, '\x05')));
+  ASSERT_TRUE(kvtest::writeAll(notes, "notes"));
+  const ProcessResult r =
+      kvhost({QStringLiteral("compose"), QStringLiteral("--to"), kvtest::addressOf(kRecipient),
+              QStringLiteral("--subject"), QStringLiteral("命令行写的信"),
+              QStringLiteral("--body-file"), body, QStringLiteral("--attach"), quote,
+              QStringLiteral("--attach"), notes, QStringLiteral("--send")});
+  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  const QString id = value(QStringLiteral("select 邮件ID from msgmail"));
+  EXPECT_TRUE(r.out.contains(QStringLiteral("EvReturn %1 1").arg(id))) << r.out.toStdString();
+  EXPECT_TRUE(r.out.contains(QStringLiteral("EvReturn %1 2").arg(id)));
+  EXPECT_TRUE(r.out.contains(QStringLiteral("结果：成功")));
+  EXPECT_TRUE(r.err.contains(QStringLiteral("[对话框] 插入附件 [") + quote));
+  EXPECT_EQ(value(QStringLiteral("select 主题||'/'||附件||'/'||messageID from msgmail")),
+            QStringLiteral("命令行写的信/1/127.0.0.1"));
+
+  ASSERT_TRUE(kvtest::waitForMail(kRecipient, 1));
+  const kvmail::ParsedMail got =
+      kvmail::readMailBytes(kvtest::readMail(kvtest::listMails(kRecipient).first()));
+  EXPECT_EQ(got.subject, QStringLiteral("命令行写的信"));
+  EXPECT_TRUE(got.htmlBody.contains(QStringLiteral("请查收报价")));
+  ASSERT_EQ(got.attachments.size(), 2);
+  EXPECT_EQ(got.attachments[0].fileName, QStringLiteral("报价单.xlsx"));
+  EXPECT_EQ(got.attachments[0].data, QByteArray(4000, '\x05'));
+}
+
+TEST_F(KvhostCommandLine, ComposeWithoutSendQueuesAndABadAddressStoresNothing) {
+  seedFixtureAccount();
+  ProcessResult r =
+      kvhost({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("kehu@kvmail.test"),
+              QStringLiteral("--subject"), QStringLiteral("待发")});
+  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  EXPECT_TRUE(r.err.contains(QStringLiteral("[消息框] 提示： 是否保存邮件？ [是]")));
+  EXPECT_EQ(value(QStringLiteral("select 主题||'/'||CshgnsID||'/'||messageID from msgmail")),
+            QStringLiteral("待发/2/"));
+
+  r = kvhost({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("客户 kehu"),
+              QStringLiteral("--subject"), QStringLiteral("不会保存"), QStringLiteral("--send")});
+  EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
+  EXPECT_TRUE(r.err.contains(QStringLiteral("第1封邮件,收件人地址有错误，请检查")));
+  EXPECT_EQ(value(QStringLiteral("select count(*) from msgmail")), QStringLiteral("1"));
+
+  r = kvhost({QStringLiteral("send"), QStringLiteral("--to"), QStringLiteral("a@b")});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(r.err.contains(QStringLiteral("只用于 compose 命令")));
+}
