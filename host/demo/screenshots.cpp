@@ -53,6 +53,8 @@ bool saveViewer(MainWindow& window, IHostSystem& host, const QString& path) {
   QWidget* viewer = window.mail().viewerWidget();
   viewer->resize(760, 620);
   return save(viewer, path);
+}
+
 void press(QWidget* window, const char* key) {
   if (auto* action = window->findChild<QAction*>(QLatin1String(key))) action->trigger();
 }

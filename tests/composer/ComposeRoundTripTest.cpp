@@ -42,13 +42,12 @@ class ComposeRoundTrip : public ::testing::Test {
     ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
     ASSERT_TRUE(kvtest::clearMailbox(kUser));
     rig.host->executeBound(
-        QStringLiteral("update mailaccount set masmtpport=?, mausername=?, mapassword=?, "
-                       "mafromemailaddress=?"),
-        {servers.smtpPort, kUser, servers.password, kvtest::addressOf(kUser)});
-    qputenv("KVMAIL_POP3_PORT", QByteArray::number(servers.pop3Port));
+        QStringLiteral(
+            "update mailaccount set masmtpport=?, mapop3port=?, mausername=?, mapassword=?, "
+            "mafromemailaddress=?"),
+        {servers.smtpPort, servers.pop3Port, kUser, servers.password, kvtest::addressOf(kUser)});
     ASSERT_TRUE(rig.start());
   }
-  void TearDown() override { qunsetenv("KVMAIL_POP3_PORT"); }
 
   // Runs what opens the transfer window and waits for its tasks to end.
   template <typename F>
