@@ -17,15 +17,6 @@ QStringList column(kvmail::IHostSystem& host, const QString& query) {
   return out;
 }
 
-// Every column of the first row.
-QStringList row(kvmail::IHostSystem& host, const QString& query) {
-  QStringList out;
-  auto rs = host.openQuery(query);
-  EXPECT_TRUE(rs && !rs->isEmpty()) << query.toStdString();
-  for (int i = 0; rs && !rs->isEmpty() && i < rs->fieldCount(); ++i) out << rs->text(i);
-  return out;
-}
-
 }  // namespace
 
 using Catalogue = kvtest::HostStoreTest;
@@ -75,11 +66,10 @@ TEST_F(Catalogue, ComposedRowReadsBackWithItsSubjectQuoteIntact) {
   r.level = 2;
   r.replyId = 3;
   ASSERT_EQ(rig.host->execute(sql::insertComposed(r)), QString());
-  EXPECT_EQ(row(*rig.host, sql::mailHeader(9)),
-            (QStringList{r.toNames, r.fromName, r.fromAddress, "2024-03-10 09:00:00", r.subject,
-                         "1", "1"}));
-  EXPECT_EQ(row(*rig.host, QStringLiteral("select 级次,接收时间,CshgnsID,回复ID,大小,[E-MAIL] "
-                                          "from msgmail")),
+  EXPECT_EQ(rig.row(sql::mailHeader(9)), (QStringList{r.toNames, r.fromName, r.fromAddress,
+                                                      "2024-03-10 09:00:00", r.subject, "1", "1"}));
+  EXPECT_EQ(rig.row(QStringLiteral("select 级次,接收时间,CshgnsID,回复ID,大小,[E-MAIL] "
+                                   "from msgmail")),
             (QStringList{"2", "", "2", "3", "123", "-1"}));
   EXPECT_EQ(rig.count(QStringLiteral("msgmail"), QStringLiteral("接收时间 is null")), 0);
 }
@@ -113,12 +103,11 @@ TEST_F(Catalogue, ReceivedMailIsFoundByUidlAndCutToItsColumns) {
   const QString query = QStringLiteral(
       "select 收件人邮箱,收件人,[E-MAIL],UIDL,messageID,CshgnsID,级次 from msgmail where 邮件ID=");
   EXPECT_EQ(
-      row(*rig.host, query + "11"),
+      rig.row(query + "11"),
       (QStringList{QString(250, u'a') + "...", QString(120, u'名') + "...",
                    QString(250, u'e') + "...", uidl40.left(36), "pop.example.com", "1", "1"}));
-  EXPECT_EQ(row(*rig.host, query + "12"),
-            (QStringList{whole.toAddresses, whole.toNames, whole.email, whole.uidl,
-                         "pop.example.com", "1", "1"}));
+  EXPECT_EQ(rig.row(query + "12"), (QStringList{whole.toAddresses, whole.toNames, whole.email,
+                                                whole.uidl, "pop.example.com", "1", "1"}));
 
   // Looked up by its cut id it is stored; by the server's full id it never is (kept so).
   EXPECT_TRUE(kvmail::isValidDateText(rig.value(sql::receivedTimeByUidl(uidl40.left(36)))));

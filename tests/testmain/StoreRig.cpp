@@ -50,6 +50,14 @@ QString StoreRig::valueOf(kvmail::IHostSystem& host, const QString& sql) {
   return rs && !rs->atEnd() ? rs->text(0) : QString();
 }
 
+QStringList StoreRig::row(const QString& sql) const {
+  QStringList out;
+  const auto rs = host->openQuery(sql);
+  EXPECT_TRUE(rs && !rs->atEnd()) << sql.toStdString();
+  for (int i = 0; rs && !rs->atEnd() && i < rs->fieldCount(); ++i) out << rs->text(i);
+  return out;
+}
+
 int StoreRig::countOf(kvmail::IHostSystem& host, const QString& table, const QString& where) {
   return valueOf(host, QStringLiteral("select count(*) from ") + table +
                            (where.isEmpty() ? QString() : QStringLiteral(" where ") + where))

@@ -33,8 +33,10 @@ class StoreRig {
   QString seedProgram(long progId, const QString& name) {
     return kvmail::host::seedProgram(*host, progId, name);
   }
-  // The first column of the first row as text ("" when none); the rows of a table.
+  // The first column of the first row as text ("" when none); every column of the first row;
+  // the rows of a table.
   QString value(const QString& sql) const { return valueOf(*host, sql); }
+  QStringList row(const QString& sql) const;
   int count(const QString& table = QStringLiteral("msgmail"), const QString& where = {}) const {
     return countOf(*host, table, where);
   }
