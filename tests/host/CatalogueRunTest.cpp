@@ -162,24 +162,3 @@ TEST_F(Catalogue, TemplateSaveReplacesTheRowAndLosesBcc) {
   EXPECT_EQ(rs->text(QStringLiteral("bcc")), QString());
   EXPECT_EQ(rig.count(QStringLiteral("MailTemplet")), 1);
 }
-
-TEST_F(Catalogue, StoredFileQueriesSelectTheColumnOfOneRow) {
-  ASSERT_EQ(rig.host->execute(sql::insertTemplate(3, QStringLiteral("a@x"), QString(), QString())),
-            QString());
-  const QString file = sql::templateFileRead();
-  auto rs = rig.host->openQuery(
-      sql::fileToColumnQuery(file, sql::templateTable(), sql::templateKey(), 3));
-  ASSERT_TRUE(rs && !rs->isEmpty());
-  EXPECT_EQ(rs->fieldCount(), 2);
-  EXPECT_TRUE(rs->isNull(file));
-  rs->setValue(file, QString(""));
-  rs->appendChunk(file, QByteArray("X-Priority: 1\r\n\r\nbody"));
-  ASSERT_EQ(rs->update(), QString());
-  rs = rig.host->openQuery(
-      sql::columnToFileQuery(file, sql::templateTable(), sql::templateKey(), 3));
-  ASSERT_TRUE(rs);
-  EXPECT_EQ(rs->actualSize(QStringLiteral("email")), 21);
-  EXPECT_TRUE(
-      rig.host->openQuery(sql::columnToFileQuery(file, sql::templateTable(), sql::templateKey(), 4))
-          ->isEmpty());
-}
