@@ -11,23 +11,22 @@ namespace {
 class AccountLoading : public kvtest::StoreTest {
  protected:
   static AccountSeed full(long maid, const QString& userId) {
-    AccountSeed s;
-    s.maid = maid;
-    s.userId = userId;
-    s.name = QStringLiteral("account%1").arg(maid);
-    s.userName = QStringLiteral("user%1").arg(maid);
-    s.password = QStringLiteral("pw%1").arg(maid);
-    s.smtp = QStringLiteral("smtp%1.example.com").arg(maid);
-    s.replyTo = QStringLiteral("reply%1@example.com").arg(maid);
-    s.smtpPort = 2525;
-    s.fromName = QStringLiteral("发件人%1").arg(maid);
-    s.fromAddress = QStringLiteral("from%1@example.com").arg(maid);
-    s.pop3 = QStringLiteral("pop%1.example.com").arg(maid);
-    s.notDelete = 1;
-    s.afterDayDelete = 1;
-    s.deleteDay = 14;
-    s.isOut = 1;
-    return s;
+    const QString n = QString::number(maid);
+    return {.maid = maid,
+            .userId = userId,
+            .name = "account" + n,
+            .userName = "user" + n,
+            .password = "pw" + n,
+            .smtp = "smtp" + n + ".example.com",
+            .replyTo = "reply" + n + "@example.com",
+            .smtpPort = 2525,
+            .fromName = "发件人" + n,
+            .fromAddress = "from" + n + "@example.com",
+            .pop3 = "pop" + n + ".example.com",
+            .notDelete = 1,
+            .afterDayDelete = 1,
+            .deleteDay = 14,
+            .isOut = 1};
   }
   // The record as loaded over one that held other values; found tells whether one was found.
   clsAccount loaded(bool expectFound = true) {
