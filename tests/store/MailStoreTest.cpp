@@ -173,4 +173,6 @@ TEST_F(MailStoreTest, LookupsReadNullsAndMissingRowsAsEmpty) {
   EXPECT_EQ(store.programName(5), QString());
   EXPECT_EQ(store.receivedTime(QStringLiteral("nosuch")), QString());
   EXPECT_EQ(store.storedSize(QStringLiteral("nosuch")), 0);
+  ASSERT_EQ(rig.host->execute(QStringLiteral("drop table xt_objects")), QString());
+  EXPECT_EQ(store.programName(3), QString());  // a failed query reads as empty too
 }
