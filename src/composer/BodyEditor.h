@@ -2,6 +2,8 @@
 // The body editor: a rich-text editor that takes the editing control's command identifiers, so the
 // window's commands and the formatting strip speak one vocabulary. The strip attaches here.
 #include <QTextEdit>
+#include <QTextListFormat>
+#include <QVariant>
 
 namespace kvmail {
 
@@ -10,9 +12,26 @@ class BodyEditor : public QTextEdit {
  public:
   explicit BodyEditor(QWidget* parent = nullptr);
 
-  // Runs an editing command by its identifier (5002 copy, 5003 cut, 5032 paste, 5035 select
-  // all, 5049 undo); false for one this editor does not know.
-  bool ExecCommand(int command);
+  // How a command that needs something from the user gets it: given with the command, or asked
+  // for by the editor itself (the link's address, the picture's file).
+  enum class ExecOption { Default, PromptUser };
+
+  // Runs an editing command by its identifier (ComposeCommands.h): clipboard, undo and select
+  // all, and the formatting strip's commands with their value (a QColor for the colours, a
+  // name for the font name, an HTML size 1..7 for the size, a URL or a file for a link or a
+  // picture). False for a command this editor does not know or a prompt the user cancelled.
+  // Raises MailError when a picture file is not an image.
+  bool ExecCommand(int command, const QVariant& value = {},
+                   ExecOption option = ExecOption::Default);
+  // The command's status at the caret (compose::CommandStatus): latched for a format in force.
+  int QueryStatus(int command) const;
+  // The font name (5013) or HTML size (5014, 1..7) at the caret.
+  QVariant QueryValue(int command) const;
+
+  // Inserts the picture at the caret, shown from its file; MailError when it is not an image.
+  void insertPicture(const QString& path);
+  // Makes the selection (or, without one, the address itself) a link to url.
+  void insertLink(const QString& url);
 
   // The starting content: an empty document in the starting font ("宋体", size 3).
   void resetDocument();
@@ -27,6 +46,14 @@ class BodyEditor : public QTextEdit {
  Q_SIGNALS:
   // The caret moved or the selection changed: the formatting strip follows it.
   void DisplayChanged();
+  // A command reached the document (the strip sends none when nothing would change).
+  void CommandSent(int command, const QVariant& value);
+
+ private:
+  bool runCommand(int command, const QVariant& value, ExecOption option);
+  bool runEditCommand(int command);
+  void toggleList(QTextListFormat::Style style);
+  void shiftIndent(int step);
 };
 
 }  // namespace kvmail

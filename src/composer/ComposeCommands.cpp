@@ -43,6 +43,7 @@ QList<CommandEntry> menuEntries() {
       item("mnuMailTattach", QStringLiteral("附件")),
       item("mnuMail2", QStringLiteral("-")),
       item("mnuMailTdxb", QStringLiteral("通讯簿")),
+      item("mnuMailTemplet", QStringLiteral("保存为模板")),
       item("mnuMail3", QStringLiteral("-")),
       item("mnuMailPrior", QStringLiteral("上一条")),
       item("mnuMailNext", QStringLiteral("下一条")),
@@ -66,6 +67,7 @@ QList<CommandEntry> toolbarEntries() {
       item("TBType", QStringLiteral("优先级")),
       item("TBs3", sep),
       item("TBTdxb", QStringLiteral("通讯簿")),
+      item("TBTemplet", QStringLiteral("存模板"), QStringLiteral("保存为模板")),
       item("TBs5", sep),
       item("TBPrior", QStringLiteral("上一条")),
       item("TBNext", QStringLiteral("下一条")),
@@ -80,6 +82,32 @@ QList<CommandEntry> priorityEntries() {
       item("mnuTool_H", QStringLiteral("高优先级(&H)")),
       item("mnuTool_N", QStringLiteral("普通优先级(&N)")),
       item("mnuTool_L", QStringLiteral("低优先级(&L)")),
+  };
+}
+
+QList<StripEntry> stripEntries() {
+  const auto e = [](const char* key, int command, const char* tip, bool toggle) {
+    return StripEntry{QLatin1String(key), command, QString::fromUtf8(tip), toggle};
+  };
+  return {
+      e("jiacu", CmdBold, "粗体", true),
+      e("qinxie", CmdItalic, "斜体", true),
+      e("xiahuaxian", CmdUnderline, "下划线", true),
+      e("-", 0, "", false),
+      e("forecolor", CmdForeColor, "文字颜色", false),
+      e("backcolor", CmdBackColor, "背景颜色", false),
+      e("-", 0, "", false),
+      e("left", CmdAlignLeft, "左对齐", true),
+      e("mid_sp", CmdAlignCenter, "居中", true),
+      e("right", CmdAlignRight, "右对齐", true),
+      e("-", 0, "", false),
+      e("number", CmdNumberedList, "编号", true),
+      e("bullet", CmdBulletedList, "项目符号", true),
+      e("outdent", CmdOutdent, "减少缩进", false),
+      e("indent", CmdIndent, "增加缩进", false),
+      e("-", 0, "", false),
+      e("internet", CmdHyperlink, "插入超链接", false),
+      e("picture", CmdPicture, "插入图片", false),
   };
 }
 

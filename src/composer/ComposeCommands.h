@@ -27,7 +27,44 @@ enum EditCommand : int {
   CmdPaste = 5032,
   CmdSelectAll = 5035,
   CmdUndo = 5049,
+  // The formatting strip's commands.
+  CmdBold = 5000,
+  CmdItalic = 5023,
+  CmdUnderline = 5048,
+  CmdForeColor = 5046,
+  CmdBackColor = 5042,
+  CmdAlignLeft = 5025,
+  CmdAlignCenter = 5024,
+  CmdAlignRight = 5026,
+  CmdNumberedList = 5030,
+  CmdBulletedList = 5051,
+  CmdOutdent = 5031,
+  CmdIndent = 5018,
+  CmdHyperlink = 5016,
+  CmdPicture = 5017,
+  CmdGetFontName = 5013,
+  CmdSetFontName = 5044,
+  CmdGetFontSize = 5014,
+  CmdSetFontSize = 5045,
 };
+
+// A command's status as the strip reads it back.
+enum CommandStatus : int {
+  StatusNotSupported = 0,
+  StatusDisabled = 1,
+  StatusEnabled = 3,
+  StatusLatched = 7,
+  StatusNinched = 11,
+};
+
+// The formatting strip in order: each key with its command; "-" keys are separators.
+struct StripEntry {
+  QString key;
+  int command = 0;
+  QString tip;
+  bool toggle = false;  // shows the command's latched status as a pressed button
+};
+QList<StripEntry> stripEntries();
 
 // Texts of the priority indicator.
 QString highPriorityText();

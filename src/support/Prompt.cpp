@@ -12,6 +12,11 @@ std::shared_ptr<IPrompt>& installed() {
 
 }  // namespace
 
+std::optional<QString> IPrompt::inputText(const QString&, const QString&, const QString&,
+                                          QWidget*) {
+  return std::nullopt;
+}
+
 IPrompt& prompt() {
   if (const auto& p = installed()) return *p;
   static QtPrompt dialogs;

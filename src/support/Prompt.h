@@ -29,6 +29,10 @@ class IPrompt {
   virtual QString saveFile(const QString& title, const QString& filter,
                            const QString& suggestedPath, QWidget* parent = nullptr) = 0;
   virtual std::optional<QColor> pickColour(const QColor& initial, QWidget* parent = nullptr) = 0;
+  // Asks for one line of text (a link's address); nothing when the user cancelled. A prompt
+  // that cannot ask answers nothing.
+  virtual std::optional<QString> inputText(const QString& title, const QString& label,
+                                           const QString& initial, QWidget* parent = nullptr);
   // Opens a file with the desktop's associated program, or a web or mail link ("https://...",
   // "mailto:...") with the user's browser or mail program; true when it was started.
   virtual bool openWithDesktop(const QString& path) = 0;

@@ -5,6 +5,8 @@
 #include <QDesktopServices>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QInputDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QRegularExpression>
 #include <QUrl>
@@ -106,6 +108,15 @@ std::optional<QColor> QtPrompt::pickColour(const QColor& initial, QWidget* paren
   const QColor chosen = QColorDialog::getColor(initial, ownerOr(parent));
   if (!chosen.isValid()) return std::nullopt;
   return chosen;
+}
+
+std::optional<QString> QtPrompt::inputText(const QString& title, const QString& label,
+                                           const QString& initial, QWidget* parent) {
+  bool ok = false;
+  const QString text =
+      QInputDialog::getText(ownerOr(parent), title, label, QLineEdit::Normal, initial, &ok);
+  if (!ok) return std::nullopt;
+  return text;
 }
 
 bool QtPrompt::openWithDesktop(const QString& path) {

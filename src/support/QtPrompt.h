@@ -14,6 +14,8 @@ class QtPrompt : public IPrompt {
   QString saveFile(const QString& title, const QString& filter, const QString& suggestedPath,
                    QWidget* parent = nullptr) override;
   std::optional<QColor> pickColour(const QColor& initial, QWidget* parent = nullptr) override;
+  std::optional<QString> inputText(const QString& title, const QString& label,
+                                   const QString& initial, QWidget* parent = nullptr) override;
   bool openWithDesktop(const QString& path) override;
 };
 

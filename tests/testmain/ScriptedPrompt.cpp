@@ -51,6 +51,12 @@ std::optional<QColor> ScriptedPrompt::pickColour(const QColor& initial, QWidget*
   return colours_.isEmpty() ? std::nullopt : colours_.dequeue();
 }
 
+std::optional<QString> ScriptedPrompt::inputText(const QString& title, const QString& label,
+                                                 const QString& initial, QWidget*) {
+  records_ << Record{.kind = Kind::InputText, .text = label, .title = title, .folder = initial};
+  return texts_.isEmpty() ? std::nullopt : texts_.dequeue();
+}
+
 bool ScriptedPrompt::openWithDesktop(const QString& path) {
   records_ << Record{.kind = Kind::OpenWithDesktop, .text = path};
   return opened_.isEmpty() ? true : opened_.dequeue();

@@ -11,7 +11,15 @@ namespace kvtest {
 
 class ScriptedPrompt : public kvmail::IPrompt {
  public:
-  enum class Kind { MessageBox, OpenFiles, SaveFile, PickColour, OpenWithDesktop, PrintFile };
+  enum class Kind {
+    MessageBox,
+    OpenFiles,
+    SaveFile,
+    PickColour,
+    OpenWithDesktop,
+    PrintFile,
+    InputText
+  };
 
   struct Record {
     Kind kind = Kind::MessageBox;
@@ -32,6 +40,7 @@ class ScriptedPrompt : public kvmail::IPrompt {
   void answerSaveFile(const QString& path) { saveFiles_.enqueue(path); }
   void answerColour(std::optional<QColor> colour) { colours_.enqueue(colour); }
   void answerOpenWithDesktop(bool started) { opened_.enqueue(started); }
+  void answerText(std::optional<QString> text) { texts_.enqueue(text); }
 
   const QList<Record>& records() const { return records_; }
   QList<Record> records(Kind kind) const;
@@ -49,6 +58,8 @@ class ScriptedPrompt : public kvmail::IPrompt {
   QString saveFile(const QString& title, const QString& filter, const QString& suggestedPath,
                    QWidget* parent = nullptr) override;
   std::optional<QColor> pickColour(const QColor& initial, QWidget* parent = nullptr) override;
+  std::optional<QString> inputText(const QString& title, const QString& label,
+                                   const QString& initial, QWidget* parent = nullptr) override;
   bool openWithDesktop(const QString& path) override;
   // Recorded, then printed for real into a PDF beside the file.
   QString printFile(const QString& path, QWidget* parent = nullptr) override;
@@ -60,6 +71,7 @@ class ScriptedPrompt : public kvmail::IPrompt {
   QQueue<QString> saveFiles_;
   QQueue<std::optional<QColor>> colours_;
   QQueue<bool> opened_;
+  QQueue<std::optional<QString>> texts_;
 };
 
 // Installs a fresh ScriptedPrompt for a scope and puts the previous prompt back afterwards.

@@ -1,0 +1,208 @@
+// The formatting strip over the body editor: each key sends its command, the colour dialog and
+// the link and picture prompts go through the scripted prompt, and the strip follows the caret.
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QComboBox>
+#include <QImage>
+#include <QSignalSpy>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextList>
+
+#include <functional>
+
+#include "ScriptedPrompt.h"
+#include "TestEnv.h"
+#include "composer/BodyEditor.h"
+#include "composer/ComposeCommands.h"
+#include "composer/FormatStrip.h"
+
+using Kind = kvtest::ScriptedPrompt::Kind;
+using kvmail::BodyEditor;
+
+namespace {
+
+struct Strip {
+  kvtest::ScopedPrompt prompt;
+  QWidget window;
+  BodyEditor* editor = new BodyEditor(&window);
+  kvmail::FormatStrip* strip = new kvmail::FormatStrip(editor, &window);
+  QSignalSpy sent{editor, &BodyEditor::CommandSent};
+
+  // "one two three" with "two" selected.
+  void selectTwo(bool fresh = true) {
+    if (fresh) editor->setPlainText(QStringLiteral("one two three"));
+    QTextCursor c = editor->textCursor();
+    c.setPosition(4);
+    c.setPosition(7, QTextCursor::KeepAnchor);
+    editor->setTextCursor(c);
+  }
+  void caretAt(int position) {
+    QTextCursor c = editor->textCursor();
+    c.setPosition(position);
+    editor->setTextCursor(c);
+  }
+  void click(const char* key) { strip->button(QLatin1String(key))->trigger(); }
+  bool pressed(const char* key) { return strip->button(QLatin1String(key))->isChecked(); }
+  QTextCharFormat formatAt(int position) {
+    QTextCursor c(editor->document());
+    c.setPosition(position);
+    return c.charFormat();
+  }
+  QList<int> commands() const {
+    QList<int> out;
+    for (const QList<QVariant>& call : sent) out << call.first().toInt();
+    return out;
+  }
+};
+
+}  // namespace
+
+TEST(FormatStrip, EveryKeySendsItsCommandAndTheEditorShowsIt) {
+  using namespace kvmail::compose;
+  struct Row {
+    const char* key;
+    int command;
+    std::function<bool(Strip&)> done;  // read at "two", after the click
+  };
+  const QList<Row> rows = {
+      {"jiacu", 5000, [](Strip& s) { return s.formatAt(6).fontWeight() == QFont::Bold; }},
+      {"qinxie", 5023, [](Strip& s) { return s.formatAt(6).fontItalic(); }},
+      {"xiahuaxian", 5048, [](Strip& s) { return s.formatAt(6).fontUnderline(); }},
+      {"mid_sp", 5024, [](Strip& s) { return s.editor->alignment() & Qt::AlignHCenter; }},
+      {"right", 5026, [](Strip& s) { return s.editor->alignment() & Qt::AlignRight; }},
+      {"left", 5025, [](Strip& s) { return s.editor->alignment() & Qt::AlignLeft; }},
+      {"number", 5030,
+       [](Strip& s) {
+         return s.editor->textCursor().currentList()->format().style() ==
+                QTextListFormat::ListDecimal;
+       }},
+      {"bullet", 5051,
+       [](Strip& s) {
+         return s.editor->textCursor().currentList()->format().style() == QTextListFormat::ListDisc;
+       }},
+      {"indent", 5018, [](Strip& s) { return s.editor->textCursor().blockFormat().indent() == 1; }},
+      {"outdent", 5031,
+       [](Strip& s) { return s.editor->textCursor().blockFormat().indent() == 0; }},
+  };
+  for (const Row& row : rows) {
+    Strip s;
+    s.selectTwo();
+    if (QLatin1String(row.key) == QLatin1String("outdent")) s.click("indent");
+    s.sent.clear();
+    s.click(row.key);
+    EXPECT_EQ(s.commands(), QList<int>{row.command}) << row.key;
+    EXPECT_TRUE(row.done(s)) << row.key;
+    EXPECT_EQ(s.prompt->count(Kind::MessageBox), 0) << row.key;
+  }
+}
+
+TEST(FormatStrip, TogglesGoOffAgainAndShowTheirStateAtTheCaret) {
+  Strip s;
+  s.selectTwo();
+  s.click("jiacu");
+  s.click("number");
+  s.caretAt(5);  // inside the bold word
+  EXPECT_TRUE(s.pressed("jiacu"));
+  EXPECT_TRUE(s.pressed("number"));
+  EXPECT_FALSE(s.pressed("bullet"));
+  s.caretAt(1);  // in "one": not bold, same paragraph still numbered
+  EXPECT_FALSE(s.pressed("jiacu"));
+  EXPECT_TRUE(s.pressed("left"));
+  s.selectTwo(false);
+  s.click("jiacu");  // bold again: off
+  s.caretAt(5);
+  EXPECT_FALSE(s.pressed("jiacu"));
+  EXPECT_EQ(s.formatAt(6).fontWeight(), QFont::Normal);
+}
+
+TEST(FormatStrip, ColoursComeFromTheDialogAndCancelChangesNothing) {
+  for (const char* key : {"forecolor", "backcolor"}) {
+    Strip s;
+    s.selectTwo();
+    const QString before = s.editor->toHtml();
+    s.click(key);  // the scripted dialog is cancelled
+    EXPECT_EQ(s.prompt->count(Kind::PickColour), 1) << key;
+    EXPECT_TRUE(s.sent.isEmpty()) << key;
+    EXPECT_EQ(s.editor->toHtml(), before) << key;
+
+    s.prompt->answerColour(QColor(200, 0, 0));
+    s.click(key);
+    const bool fore = QLatin1String(key) == QLatin1String("forecolor");
+    EXPECT_EQ(s.commands(), QList<int>{fore ? 5046 : 5042}) << key;
+    const QTextCharFormat f = s.formatAt(6);
+    EXPECT_EQ(fore ? f.foreground().color() : f.background().color(), QColor(200, 0, 0)) << key;
+  }
+}
+
+TEST(FormatStrip, FontListsStartAtSongtiThreeAndFollowTheCaret) {
+  Strip s;
+  EXPECT_EQ(s.strip->fontNames()->currentText(), QStringLiteral("宋体"));
+  EXPECT_EQ(s.strip->fontNames()->itemText(0), QStringLiteral("宋体"));
+  EXPECT_EQ(s.strip->fontSizes()->currentText(), QStringLiteral("3"));
+  s.editor->setDocumentHtml(
+      QStringLiteral("<p>plain <span style=\"font-family:'黑体'; font-size:18pt\">big</span></p>"));
+  s.caretAt(8);
+  EXPECT_EQ(s.strip->fontNames()->currentText(), QStringLiteral("黑体"));
+  EXPECT_EQ(s.strip->fontSizes()->currentText(), QStringLiteral("5"));
+}
+
+TEST(FormatStrip, ChoosingTheCurrentFontSendsNothingAndAnotherSendsOneCommand) {
+  Strip s;
+  s.selectTwo();
+  QComboBox* names = s.strip->fontNames();
+  QComboBox* sizes = s.strip->fontSizes();
+  Q_EMIT names->activated(names->findText(QStringLiteral("宋体")));
+  Q_EMIT sizes->activated(sizes->findText(QStringLiteral("3")));
+  EXPECT_TRUE(s.sent.isEmpty());
+
+  Q_EMIT names->activated(names->findText(QStringLiteral("黑体")));
+  Q_EMIT sizes->activated(sizes->findText(QStringLiteral("6")));
+  ASSERT_EQ(s.commands(), (QList<int>{5044, 5045}));
+  EXPECT_EQ(s.sent[0][1].toString(), QStringLiteral("黑体"));
+  EXPECT_EQ(s.formatAt(6).fontFamilies().toStringList(), QStringList{QStringLiteral("黑体")});
+  EXPECT_EQ(s.formatAt(6).fontPointSize(), 24);
+}
+
+TEST(FormatStrip, LinkAsksForTheAddressAndCancelAddsNothing) {
+  Strip s;
+  s.selectTwo();
+  s.click("internet");
+  EXPECT_EQ(s.prompt->count(Kind::InputText), 1);
+  EXPECT_TRUE(s.sent.isEmpty());
+  EXPECT_FALSE(s.editor->toHtml().contains(QStringLiteral("href")));
+
+  s.prompt->answerText(QStringLiteral("https://kvmail.test/价格"));
+  s.click("internet");
+  EXPECT_EQ(s.commands(), QList<int>{5016});
+  EXPECT_EQ(s.formatAt(6).anchorHref(), QStringLiteral("https://kvmail.test/价格"));
+}
+
+TEST(FormatStrip, APictureIsShownFromItsFileAndAFileThatIsNoPictureIsRefused) {
+  QTemporaryDir dir;
+  QImage red(40, 20, QImage::Format_RGB32);
+  red.fill(Qt::red);
+  const QString png = dir.filePath(QStringLiteral("标志.png"));
+  ASSERT_TRUE(red.save(png));
+  const QString text = dir.filePath(QStringLiteral("notes.png.txt"));
+  ASSERT_TRUE(kvtest::writeAll(text, "just some words"));
+
+  Strip s;
+  s.caretAt(0);
+  s.prompt->answerOpenFiles({text});
+  s.click("picture");
+  ASSERT_EQ(s.prompt->messages().size(), 1);
+  EXPECT_EQ(s.prompt->messages().first(),
+            QStringLiteral("ToolSet_ButtonClick:“notes.png.txt”不是图片文件，不能插入正文。"));
+  EXPECT_EQ(s.prompt->records(Kind::MessageBox).first().title, QStringLiteral("错误："));
+  EXPECT_FALSE(s.editor->toHtml().contains(QStringLiteral("<img")));
+
+  s.prompt->answerOpenFiles({png});
+  s.click("picture");
+  EXPECT_EQ(s.commands(), QList<int>{5017});
+  EXPECT_TRUE(s.editor->toHtml().contains(QUrl::fromLocalFile(png).toString()));
+  const QVariant shown =
+      s.editor->document()->resource(QTextDocument::ImageResource, QUrl::fromLocalFile(png));
+  EXPECT_EQ(shown.value<QImage>().size(), QSize(40, 20));
+}
