@@ -45,7 +45,10 @@ MessagePtr answerFromStore(const MailStore& store, long mailId, AnswerKind kind)
   if (!header) return nullptr;
   // The stored message file goes where the viewer puts it, and is gone once read.
   const QString path = tempFilePath(QString::number(mailId) + QStringLiteral(".eml"));
-  const ParsedMail parsed = store.readMessage(mailId, path);
+  // The quoted body keeps its pictures, as files beside the answer.
+  const ParsedMail parsed =
+      withLocalPictures(store.readMessage(mailId, path),
+                        tempFilePath(QStringLiteral("kvmail-pictures-") + QString::number(mailId)));
   QFile::remove(path);
 
   auto message = std::make_shared<clsMessage>();

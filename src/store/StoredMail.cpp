@@ -46,7 +46,9 @@ ReceivedFields receivedFields(const ParsedMail& mail) {
   return f;
 }
 
-MessagePtr messageFromParsed(const ParsedMail& mail, long id, const QString& folder) {
+MessagePtr messageFromParsed(const ParsedMail& parsed, long id, const QString& folder) {
+  // Pictures of the body are kept as files the body shows, not as attachments.
+  const ParsedMail mail = withLocalPictures(parsed, folder + QStringLiteral("/pictures"));
   auto message = std::make_shared<clsMessage>();
   message->setID(id);
   message->From()->setName(mail.from.name);

@@ -58,7 +58,10 @@ TemplateContent MailStore::readTemplate(long progId) const {
       tempFilePath(QStringLiteral("temp") + QString::number(progId) + QStringLiteral(".eml"));
   if (columnToFile(progId, path, sql::templateFileRead(), host_, sql::templateTable(),
                    sql::templateKey())) {
-    const ParsedMail mail = readMailFile(path, QStringLiteral("gb2312"));
+    // The body's pictures go beside the file, so the mails made from it show and send them.
+    const ParsedMail mail =
+        withLocalPictures(readMailFile(path, QStringLiteral("gb2312")),
+                          tempFilePath(QStringLiteral("temp%1-pictures").arg(progId)));
     t.hasFile = true;
     t.fileSubject = mail.subject;
     t.body = mail.htmlBody;

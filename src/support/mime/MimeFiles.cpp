@@ -2,7 +2,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSet>
+#include <QUrl>
 
 #include "support/mime/MimeMail.h"
 
@@ -65,6 +67,35 @@ QStringList saveAttachments(const ParsedMail& mail, const QString& folder) {
     paths << path;
   }
   return paths;
+}
+
+ParsedMail withLocalPictures(const ParsedMail& mail, const QString& folder) {
+  ParsedMail out = mail;
+  out.attachments.clear();
+  QSet<QString> used;
+  for (int i = 0; i < mail.attachments.size(); ++i) {
+    const MimeAttachment& a = mail.attachments[i];
+    // The reference ends where the attribute value does.
+    const QRegularExpression reference(QStringLiteral("cid:") +
+                                           QRegularExpression::escape(a.contentId) +
+                                           QStringLiteral("(?=[\"'\\s>)])"),
+                                       QRegularExpression::CaseInsensitiveOption);
+    if (a.contentId.isEmpty() || !out.htmlBody.contains(reference)) {
+      out.attachments << a;
+      continue;
+    }
+    QDir().mkpath(folder);
+    const QString path = QDir::cleanPath(
+        QDir(folder).absoluteFilePath(distinctName(safeFileName(a.fileName, i), used)));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        file.write(a.data) != a.data.size()) {
+      out.attachments << a;  // kept as a part rather than lost
+      continue;
+    }
+    out.htmlBody.replace(reference, QUrl::fromLocalFile(path).toString());
+  }
+  return out;
 }
 
 QString joinAddresses(const QList<MimeAddress>& list) {

@@ -53,6 +53,11 @@ ParsedMail readMailFile(const QString& path, const QString& defaultCharset = {},
 // missing; a file that cannot be written is left out of the answer.
 QStringList saveAttachments(const ParsedMail& mail, const QString& folder);
 
+// The pictures the HTML body shows by "cid:" saved under folder, and the body pointing at the
+// saved files instead, so an editor shows them and the writer embeds them again; those parts
+// leave the attachment list. Everything else of the mail is unchanged.
+ParsedMail withLocalPictures(const ParsedMail& mail, const QString& folder);
+
 // The joined text forms used by the store: "a@x;b@y" and "Name <a@x>;b@y".
 QString joinAddresses(const QList<MimeAddress>& list);
 QString joinDisplay(const QList<MimeAddress>& list);
@@ -62,6 +67,8 @@ struct OutgoingMail {
   MimeAddress replyTo;  // left out when the address is empty
   QList<MimeAddress> to, cc, bcc;
   QString subject;
+  // Pictures the body shows from local files (<img src="file:..."> or an absolute path) travel
+  // inside the message as related parts, and the body shows them by "cid:".
   QString htmlBody;
   int headerPriority = 0;       // X-Priority 1, 3 or 5; 0 writes no header
   QStringList attachmentPaths;  // files attached by path, in order

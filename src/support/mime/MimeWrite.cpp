@@ -2,10 +2,15 @@
 // UTF-8 where it does not, CR LF line ends throughout.
 #include <gmime/gmime.h>
 
+#include <QCryptographicHash>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QMimeDatabase>
+#include <QRegularExpression>
 #include <QSaveFile>
+#include <QUrl>
 
 #include <memory>
 #include <vector>
@@ -180,7 +185,8 @@ GMimePart* attachmentPart(const QString& path, const QByteArray& data, QString* 
   return part;
 }
 
-void nameAttachment(GMimePart* part, const QString& type, const QString& fileName) {
+void nameAttachment(GMimePart* part, const QString& type, const QString& fileName,
+                    const QByteArray& disposition = "attachment") {
   GMimeObject* obj = GMIME_OBJECT(part);
   g_mime_part_set_filename(part, fileName.toUtf8().constData());
   const QByteArray param = rawParameterName(fileName);
@@ -188,7 +194,74 @@ void nameAttachment(GMimePart* part, const QString& type, const QString& fileNam
   g_mime_header_set_raw_value(g_mime_header_list_get_header(list, "Content-Type"),
                               ' ' + type.toLatin1() + ";\n\tname=" + param + '\n');
   g_mime_header_set_raw_value(g_mime_header_list_get_header(list, "Content-Disposition"),
-                              " attachment;\n\tfilename=" + param + '\n');
+                              ' ' + disposition + ";\n\tfilename=" + param + '\n');
+}
+
+// A picture of the body that travels inside the message.
+struct Picture {
+  QString contentId;
+  QString fileName;
+  QString type;
+  QByteArray data;
+};
+
+// The local file an <img> source names: a "file:" URL or an absolute path; "" for anything else
+// (a web address, "cid:", "data:").
+QString localPicturePath(const QString& source) {
+  const QUrl url(source);
+  if (url.isLocalFile()) return url.toLocalFile();
+  if (url.scheme().size() <= 1 && QDir::isAbsolutePath(source)) return source;  // C:/ or /
+  return {};
+}
+
+// Replaces each local picture of the body by a "cid:" reference and collects the pictures,
+// one part per file however often it is shown. A file that is gone or is no picture stays as
+// it was written: the reader sees what the writer saw.
+QString embedPictures(const QString& html, QList<Picture>* pictures) {
+  static const QRegularExpression img(
+      QStringLiteral("(<img\\b[^>]*?\\bsrc\\s*=\\s*)([\"'])([^\"']*)\\2"),
+      QRegularExpression::CaseInsensitiveOption);
+  static const QMimeDatabase db;
+  QHash<QString, QString> byPath;
+  QString out;
+  qsizetype last = 0;
+  for (auto it = img.globalMatch(html); it.hasNext();) {
+    const QRegularExpressionMatch m = it.next();
+    QString source = m.captured(3);
+    source.replace(QLatin1String("&amp;"), QLatin1String("&"));
+    const QString path = localPicturePath(source);
+    QString cid = byPath.value(path);
+    if (!path.isEmpty() && cid.isEmpty()) {
+      QFile file(path);
+      if (file.open(QIODevice::ReadOnly)) {
+        const QByteArray data = file.readAll();
+        const QMimeType type = db.mimeTypeForFileNameAndData(path, data);
+        if (type.name().startsWith(QLatin1String("image/"))) {
+          const QByteArray digest = QCryptographicHash::hash(data, QCryptographicHash::Sha1);
+          cid = QStringLiteral("img%1.%2@kvmail")
+                    .arg(pictures->size() + 1)
+                    .arg(QString::fromLatin1(digest.toHex().left(16)));
+          pictures->append({cid, QFileInfo(path).fileName(), type.name(), data});
+          byPath.insert(path, cid);
+        }
+      }
+    }
+    if (cid.isEmpty()) continue;
+    out += html.mid(last, m.capturedStart(3) - last) + QStringLiteral("cid:") + cid;
+    last = m.capturedEnd(3);
+  }
+  return last == 0 ? html : out + html.mid(last);
+}
+
+GMimePart* picturePart(const Picture& picture) {
+  const QByteArray t = picture.type.section(QLatin1Char('/'), 0, 0).toLatin1();
+  const QByteArray sub = picture.type.section(QLatin1Char('/'), 1).toLatin1();
+  GMimePart* part = g_mime_part_new_with_type(t.constData(), sub.constData());
+  g_mime_part_set_content(part, wrap(picture.data).get());
+  g_mime_part_set_content_encoding(part, GMIME_CONTENT_ENCODING_BASE64);
+  g_mime_object_set_disposition(GMIME_OBJECT(part), "inline");
+  g_mime_object_set_content_id(GMIME_OBJECT(part), picture.contentId.toUtf8().constData());
+  return part;
 }
 
 GDateTime* toGDateTime(const QDateTime& when) {
@@ -256,14 +329,29 @@ bool writeMailBytes(const OutgoingMail& mail, QByteArray* out, QString* error) {
     g_mime_object_set_header(top, "X-Priority", QByteArray::number(mail.headerPriority).constData(),
                              nullptr);
 
-  GRef<GMimePart> body(htmlPart(mail.htmlBody));
+  QList<Picture> pictures;
+  GRef<GMimePart> body(htmlPart(embedPictures(mail.htmlBody, &pictures)));
   GRef<GMimeMultipart> mixed;
+  GRef<GMimeMultipart> related;
   std::vector<GRef<GMimePart>> parts;
+  GMimeObject* content = GMIME_OBJECT(body.get());
+  if (!pictures.isEmpty()) {
+    // The body and the pictures it shows, as one related whole.
+    related.reset(g_mime_multipart_new_with_subtype("related"));
+    g_mime_object_set_content_type_parameter(GMIME_OBJECT(related.get()), "type", "text/html");
+    g_mime_multipart_add(related.get(), content);
+    for (const Picture& picture : pictures) {
+      parts.emplace_back(picturePart(picture));
+      g_mime_multipart_add(related.get(), GMIME_OBJECT(parts.back().get()));
+      nameAttachment(parts.back().get(), picture.type, picture.fileName, "inline");
+    }
+    content = GMIME_OBJECT(related.get());
+  }
   if (files.isEmpty()) {
-    g_mime_message_set_mime_part(message.get(), GMIME_OBJECT(body.get()));
+    g_mime_message_set_mime_part(message.get(), content);
   } else {
     mixed.reset(g_mime_multipart_new_with_subtype("mixed"));
-    g_mime_multipart_add(mixed.get(), GMIME_OBJECT(body.get()));
+    g_mime_multipart_add(mixed.get(), content);
     for (Attached& f : files) {
       parts.emplace_back(attachmentPart(f.path, f.data, &f.type));
       g_mime_multipart_add(mixed.get(), GMIME_OBJECT(parts.back().get()));
