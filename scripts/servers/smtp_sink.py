@@ -109,6 +109,8 @@ def main():
     ap.add_argument("--maildir-root", required=True)
     ap.add_argument("--owner", help="uid:gid that delivered files belong to (when root)")
     ap.add_argument("--pid-file", required=True)
+    ap.add_argument("--size-limit", type=int, default=None,
+                    help="largest message in bytes (advertised as SIZE, 552 above it); no cap when unset")
     args = ap.parse_args()
 
     users = read_users(args.users)
@@ -123,7 +125,7 @@ def main():
     asyncio.set_event_loop(loop)
 
     def factory():
-        return SMTP(handler, hostname=HOSTNAME, data_size_limit=None, auth_require_tls=False,
+        return SMTP(handler, hostname=HOSTNAME, data_size_limit=args.size_limit, auth_require_tls=False,
                     authenticator=authenticator, loop=loop)
 
     server = loop.run_until_complete(

@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -17,12 +18,15 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include "addressbook/AddressIndex.h"
+#include "addressbook/FrmDxb.h"
 #include "composer/AttachmentList.h"
 #include "composer/BodyEditor.h"
 #include "composer/ComposeCommands.h"
 #include "composer/ComposePrint.h"
 #include "composer/ComposeReply.h"
 #include "composer/ComposeStore.h"
+#include "composer/FormatStrip.h"
 #include "model/IAttachment.h"
 #include "model/IAttachments.h"
 #include "model/IBundle.h"
@@ -35,6 +39,7 @@
 #include "support/Prompt.h"
 #include "support/ShellOpen.h"
 #include "support/SpecialFolders.h"
+#include "templates/FrmTemplet.h"
 
 namespace kvmail {
 namespace {
@@ -98,6 +103,9 @@ void FrmNewMail::buildUi() {
     grid->addWidget(txt_[i], i, 1);
     connect(txt_[i], &QLineEdit::textChanged, this, &FrmNewMail::markModified);
   }
+  txt_[FieldFrom]->installEventFilter(this);
+  txt_[FieldTo]->installEventFilter(this);
+  connect(txt_[FieldTo], &QLineEdit::textChanged, this, &FrmNewMail::completeTo);
   layout->addWidget(fields);
 
   // The priority indicator: an icon and a status text, hidden for normal priority.
@@ -122,6 +130,8 @@ void FrmNewMail::buildUi() {
 
   editor_ = new BodyEditor(this);
   connect(editor_, &QTextEdit::textChanged, this, &FrmNewMail::markModified);
+  strip_ = new FormatStrip(editor_, this);
+  layout->addWidget(strip_);
   layout->addWidget(editor_, 1);
 
   auto* status = new QStatusBar(this);
@@ -226,6 +236,7 @@ void FrmNewMail::py_Init(const BundlePtr& bundle, IHostSystem* system, const Acc
     modified_ = false;
     closing_ = false;
     setWindowTitle(caption.isEmpty() ? QStringLiteral("新邮件") : caption);
+    prepareAddressBook();
     // The window works from the mail identifier: a reply or forward is built here from the stored
     // mail, since the service hands over an empty bundle for them.
     if (bundle_->Count() == 0 && mailId >= 1 && system_) {
@@ -422,6 +433,7 @@ void FrmNewMail::m_cMenu_Click(const QString& key) {
         {QStringLiteral("mnuMailSend"), QStringLiteral("send")},
         {QStringLiteral("mnuMailTattach"), QStringLiteral("attach")},
         {QStringLiteral("mnuMailTdxb"), QStringLiteral("dxb")},
+        {QStringLiteral("mnuMailTemplet"), QStringLiteral("templet")},
         {QStringLiteral("mnuMailPrior"), QStringLiteral("prior")},
         {QStringLiteral("mnuMailNext"), QStringLiteral("next")},
         {QStringLiteral("mnuFileDelete"), QStringLiteral("delete")},
@@ -440,6 +452,7 @@ void FrmNewMail::cToolbar1_ButtonClick(const QString& key) {
         {QStringLiteral("tbundo"), QStringLiteral("undo")},
         {QStringLiteral("tbtattach"), QStringLiteral("attach")},
         {QStringLiteral("tbtdxb"), QStringLiteral("dxb")},
+        {QStringLiteral("tbtemplet"), QStringLiteral("templet")},
         {QStringLiteral("tbtype"), QStringLiteral("type")},
         {QStringLiteral("tbprint"), QStringLiteral("print")},
         {QStringLiteral("tbdelete"), QStringLiteral("delete")},
@@ -468,6 +481,9 @@ void FrmNewMail::runCommand(const QString& command) {
     InsertAttachment();
   } else if (command == QLatin1String("dxb")) {
     Q_EMIT AddressBookRequested();
+    ShowAddressBook();
+  } else if (command == QLatin1String("templet")) {
+    SaveAsTemplate();
   } else if (command == QLatin1String("type")) {
     if (auto* button = findChild<QToolBar*>(QStringLiteral("cToolbar1")))
       if (QWidget* w = button->widgetForAction(action(QStringLiteral("TBType"))))
@@ -528,7 +544,59 @@ void FrmNewMail::mnu_Click(int index) {
 }
 
 void FrmNewMail::moFrmDxb_EvHasReturn(const QString& addresses) {
+  completionArmed_ = false;  // a pick is not typing
   txt_[FieldTo]->setText(addresses);
+}
+
+void FrmNewMail::prepareAddressBook() {
+  // Prepared once; each opening of the window reads the addresses (and so the history) again.
+  if (!dxb_) {
+    dxb_ = new FrmDxb(this);
+    dxb_->setWindowModality(Qt::WindowModal);
+    connect(dxb_, &FrmDxb::EvHasReturn, this, [this](const QString& address) {
+      moFrmDxb_EvHasReturn(address);
+      dxb_->hide();
+    });
+  }
+  dxb_->py_Init(system_);
+  history_ = dxb_->addressIndex();
+  if (history_ && history_->isEmpty()) history_.reset();  // no past mail: no history
+  completionArmed_ = false;
+}
+
+void FrmNewMail::ShowAddressBook() {
+  if (!dxb_) prepareAddressBook();
+  dxb_->showModal();
+}
+
+void FrmNewMail::SaveAsTemplate() {
+  CollectForm(position_);
+  FrmTemplet templet(this);
+  templet.py_Init(bundle_->Item(IndexKey(position_)), system_, account_);
+}
+
+bool FrmNewMail::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::KeyPress &&
+      (watched == txt_[FieldFrom] || watched == txt_[FieldTo])) {
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    // Deleting or moving back never completes: the user is taking text away.
+    completionArmed_ = key != Qt::Key_Delete && key != Qt::Key_Backspace && key != Qt::Key_Left &&
+                       key != Qt::Key_Up;
+  }
+  return QWidget::eventFilter(watched, event);
+}
+
+void FrmNewMail::completeTo() {
+  if (loading_) completionArmed_ = false;  // the window filling its own fields is not typing
+  if (!completionArmed_ || !history_) return;
+  completionArmed_ = false;
+  QLineEdit* to = txt_[FieldTo];
+  const QString typed = to->text();
+  const QString found = history_->completion(typed);
+  if (found.isEmpty() || found == typed) return;
+  to->setText(found);
+  // The completed part stays selected, so the next key typed replaces it.
+  to->setSelection(int(found.size()), int(typed.size()) - int(found.size()));
 }
 
 void FrmNewMail::MoveNext() {

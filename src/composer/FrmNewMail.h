@@ -8,6 +8,8 @@
 #include <QHash>
 #include <QWidget>
 
+#include <memory>
+
 #include "model/ModelTypes.h"
 #include "model/clsAccount.h"
 
@@ -19,8 +21,11 @@ class QToolBar;
 
 namespace kvmail {
 
+class AddressIndex;
 class AttachmentList;
 class BodyEditor;
+class FormatStrip;
+class FrmDxb;
 class IHostSystem;
 
 class FrmNewMail : public QWidget {
@@ -60,6 +65,10 @@ class FrmNewMail : public QWidget {
   long mailCount() const { return count_; }
   bool isModified() const { return modified_; }
   BodyEditor* editor() const { return editor_; }
+  FormatStrip* formatStrip() const { return strip_; }
+  // The address book prepared by py_Init (nullptr before), and the recipient history it read.
+  FrmDxb* addressBook() const { return dxb_; }
+  std::shared_ptr<const AddressIndex> history() const { return history_; }
   // The text of the position panel: "第n封/共m封".
   QString positionText() const;
 
@@ -69,7 +78,7 @@ class FrmNewMail : public QWidget {
   void ErrMessage(const QString& message, long kind, const QString& title);
   void DoPrint(const QString& path);
   void Unload();
-  // The address book command: the address book window answers through setRecipients.
+  // The address book command, raised before the address book is shown.
   void AddressBookRequested();
 
  public Q_SLOTS:
@@ -78,6 +87,7 @@ class FrmNewMail : public QWidget {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   void buildUi();
@@ -103,9 +113,18 @@ class FrmNewMail : public QWidget {
   void InsertAttachment();
   void OpenAttachment();
   void RemoveAttachment();
+  void ShowAddressBook();
+  void SaveAsTemplate();
+  void prepareAddressBook();
+  void completeTo();
 
   QLineEdit* txt_[4] = {};
   BodyEditor* editor_ = nullptr;
+  FormatStrip* strip_ = nullptr;
+  FrmDxb* dxb_ = nullptr;
+  std::shared_ptr<const AddressIndex> history_;
+  bool completionArmed_ =
+      false;  // an ordinary key in the sender or To field; used by the next change
   AttachmentList* attachments_ = nullptr;
   QWidget* picType_ = nullptr;
   QLabel* imgType_ = nullptr;

@@ -1,18 +1,27 @@
-// A mail composed in the window goes out through the loopback SMTP sink, comes back in by POP3
-// from Dovecot, and reads the same to Python's email package as it did to the writer.
+// A mail composed in the window (bold text, a colour, a link, a picture in the body and two
+// attachments) goes out through the loopback SMTP sink, comes back in by POP3 from Dovecot, and
+// reads the same to Python's email package as it did to the writer.
 #include <gtest/gtest.h>
 
+#include <QBuffer>
 #include <QCryptographicHash>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QPlainTextEdit>
 #include <QProcess>
 #include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTextCursor>
+#include <QThread>
 
 #include "ComposeRig.h"
 #include "LoopbackServers.h"
 #include "TestEnv.h"
 #include "composer/BodyEditor.h"
+#include "composer/ComposeCommands.h"
 #include "store/MailStore.h"
 #include "support/SpecialFolders.h"
 #include "transfer/FrmSend.h"
@@ -72,6 +81,41 @@ class ComposeRoundTrip : public ::testing::Test {
     EXPECT_EQ(files[0][QStringLiteral("sha256")].toString(), sha256(quote));
     EXPECT_EQ(files[1][QStringLiteral("name")].toString(), QStringLiteral("catalog.pdf"));
     EXPECT_EQ(files[1][QStringLiteral("sha256")].toString(), sha256(catalog));
+
+    // The formatting and the picture, as another client reads them.
+    const QString html = mail[QStringLiteral("html")].toString();
+    EXPECT_TRUE(html.contains(QStringLiteral("font-weight:700"))) << html.toStdString();
+    EXPECT_TRUE(html.contains(QStringLiteral("color:#c80000"))) << html.toStdString();
+    EXPECT_TRUE(html.contains(QStringLiteral("href=\"https://kvmail.test/price?q=1&amp;r=2\"")))
+        << html.toStdString();
+    EXPECT_EQ(mail[QStringLiteral("bodyParent")].toString(), QStringLiteral("multipart/related"));
+    const QJsonArray pictures = mail[QStringLiteral("pictures")].toArray();
+    ASSERT_EQ(pictures.size(), 1);
+    const QString cid = pictures[0][QStringLiteral("cid")].toString();
+    EXPECT_TRUE(html.contains(QStringLiteral("src=\"cid:") + cid + QLatin1Char('"')));
+    EXPECT_EQ(pictures[0][QStringLiteral("type")].toString(), QStringLiteral("image/png"));
+    EXPECT_EQ(pictures[0][QStringLiteral("disposition")].toString(), QStringLiteral("inline"));
+    EXPECT_EQ(pictures[0][QStringLiteral("sha256")].toString(), sha256(logo));
+  }
+
+  // The body as a user writes it with the strip: "王经理" bold, "报价单" in red, a link after the
+  // text and the company's logo below it.
+  void writeBody() {
+    kvmail::BodyEditor* editor = rig.window()->editor();
+    editor->setPlainText(bodyLines.join(QLatin1Char('\n')));
+    const auto select = [&](const QString& word) {
+      QTextCursor c = editor->document()->find(word);
+      editor->setTextCursor(c);
+    };
+    select(QStringLiteral("王经理"));
+    editor->ExecCommand(kvmail::compose::CmdBold);
+    select(QStringLiteral("报价单"));
+    editor->ExecCommand(kvmail::compose::CmdForeColor, QColor(200, 0, 0));
+    editor->moveCursor(QTextCursor::End);
+    editor->ExecCommand(kvmail::compose::CmdHyperlink,
+                        QStringLiteral("https://kvmail.test/price?q=1&r=2"));
+    const QString png = rig.file(QStringLiteral("logo.png"), logo);
+    editor->ExecCommand(kvmail::compose::CmdPicture, png);
   }
 
   kvtest::ComposeRig rig{false};
@@ -84,6 +128,15 @@ class ComposeRoundTrip : public ::testing::Test {
     return b;
   }();
   QByteArray catalog = QByteArray("%PDF-1.4\n%\xe2\xe3\xcf\xd3\n") + QByteArray(3000, 'c');
+  QByteArray logo = [] {
+    QImage image(64, 32, QImage::Format_RGB32);
+    image.fill(QColor(20, 90, 200));
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+  }();
 };
 
 }  // namespace
@@ -92,7 +145,7 @@ TEST_F(ComposeRoundTrip, ComposedSentReceivedAndReadBackTheSame) {
   rig.mail->NewMail();
   rig.field(1)->setText(QStringLiteral("王经理<%1>").arg(kvtest::addressOf(kUser)));
   rig.field(3)->setText(subject);
-  rig.window()->editor()->setPlainText(bodyLines.join(QLatin1Char('\n')));
+  writeBody();
   rig.attach(rig.file(QStringLiteral("报价单（2026）.xlsx"), quote));
   rig.attach(rig.file(QStringLiteral("catalog.pdf"), catalog));
   QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
@@ -126,8 +179,61 @@ TEST_F(ComposeRoundTrip, ComposedSentReceivedAndReadBackTheSame) {
   const kvmail::ParsedMail back =
       kvmail::MailStore(*rig.host).readMessage(received.toLong(), storedFile);
   EXPECT_EQ(back.subject, subject);
-  ASSERT_EQ(back.attachments.size(), 2);
-  EXPECT_EQ(back.attachments[0].data, quote);
-  EXPECT_EQ(back.attachments[1].data, catalog);
+  ASSERT_EQ(back.attachments.size(), 3);  // the picture first, inside the body's related part
+  EXPECT_TRUE(back.attachments[0].isInline);
+  EXPECT_EQ(back.attachments[0].data, logo);
+  EXPECT_TRUE(back.htmlBody.contains(QStringLiteral("cid:") + back.attachments[0].contentId));
+  EXPECT_EQ(back.attachments[1].data, quote);
+  EXPECT_EQ(back.attachments[2].data, catalog);
   expectComposed(storedFile);
+}
+
+// A server with a size limit (the sink started on its own port, as the account's server)
+// refuses a mail whose attachment is too large: the send fails with the server's words and
+// the mail stays queued.
+TEST_F(ComposeRoundTrip, AnAttachmentLargerThanTheServerTakesFailsWithItsWordsAndStaysQueued) {
+  QTcpServer probe;
+  ASSERT_TRUE(probe.listen(QHostAddress::LocalHost));
+  const quint16 port = probe.serverPort();
+  probe.close();
+  const auto& servers = kvtest::loopbackServers();
+  ASSERT_TRUE(kvtest::writeAll(
+      rig.path(QStringLiteral("users")),
+      (kUser + QStringLiteral(":{PLAIN}") + servers.password + QStringLiteral("::::::\n"))
+          .toUtf8()));
+  QProcess sink;
+  sink.start(QStringLiteral("/usr/bin/python3"),
+             {kvtest::sourceDir() + QStringLiteral("/scripts/servers/smtp_sink.py"),
+              QStringLiteral("--port"), QString::number(port), QStringLiteral("--users"),
+              rig.path(QStringLiteral("users")), QStringLiteral("--maildir-root"),
+              rig.path(QStringLiteral("maildirs")), QStringLiteral("--pid-file"),
+              rig.path(QStringLiteral("sink.pid")), QStringLiteral("--size-limit"),
+              QStringLiteral("40000")});
+  ASSERT_TRUE(sink.waitForStarted(5000));
+  bool up = false;
+  for (int i = 0; i < 100 && !up; ++i) {  // at most 10 s for the sink to listen
+    QTcpSocket s;
+    s.connectToHost(QHostAddress::LocalHost, port);
+    up = s.waitForConnected(100);
+    if (!up) QThread::msleep(100);
+  }
+  ASSERT_TRUE(up) << sink.readAllStandardError().toStdString();
+  rig.host->executeBound(QStringLiteral("update mailaccount set masmtpport=?"), {port});
+  rig.mail->account()->lSmtpPort = port;
+
+  rig.mail->NewMail();
+  rig.field(1)->setText(kvtest::addressOf(kUser));
+  rig.field(3)->setText(QStringLiteral("大附件"));
+  rig.attach(rig.file(QStringLiteral("big.bin"), QByteArray(120000, 'x')));
+  runTransfer([&] { rig.trigger(QStringLiteral("TBSend")); });  // ends with the failure
+  const QString log =
+      rig.mail->transferWindow()->findChild<QPlainTextEdit*>(QStringLiteral("Txt"))->toPlainText();
+  EXPECT_TRUE(log.contains(QStringLiteral("552"))) << log.toStdString();
+  EXPECT_TRUE(log.contains(QStringLiteral("exceeds fixed maximum message size")))
+      << log.toStdString();
+  EXPECT_EQ(rig.value(QStringLiteral("select count(*) from msgmail where CshgnsID=2 and "
+                                     "messageID='' and 是否已读=0")),
+            QStringLiteral("1"));
+  sink.terminate();
+  EXPECT_TRUE(sink.waitForFinished(5000));
 }

@@ -1,5 +1,6 @@
 """Reads one Internet message with Python's own email package and prints what a reader sees:
-the subject, the body's text and each attachment's name, size and SHA-256, as JSON."""
+the subject, the body's text and HTML, each attachment's name, size and SHA-256, and each
+picture part the body shows by Content-ID (with the type of the part that holds it), as JSON."""
 import hashlib
 import json
 import sys
@@ -34,6 +35,16 @@ def main(path):
         msg = BytesParser(policy=policy.default).parse(f)
     body = msg.get_body(preferencelist=("html", "plain"))
     content = body.get_content() if body is not None else ""
+    html = content if body is not None and body.get_content_subtype() == "html" else ""
+    pictures = []
+    for part in msg.walk():
+        cid = part.get("Content-ID")
+        if cid and not part.is_multipart():
+            data = part.get_payload(decode=True) or b""
+            pictures.append({"cid": cid.strip().strip("<>"), "type": part.get_content_type(),
+                             "disposition": part.get_content_disposition(),
+                             "sha256": hashlib.sha256(data).hexdigest()})
+    parent = next((p for p in msg.walk() if p.is_multipart() and body in p.get_payload()), None)
     if body is not None and body.get_content_subtype() == "html":
         reader = _Text()
         reader.feed(content)
@@ -43,7 +54,9 @@ def main(path):
         data = part.get_payload(decode=True) or b""
         attachments.append({"name": part.get_filename(), "size": len(data),
                             "sha256": hashlib.sha256(data).hexdigest()})
-    print(json.dumps({"subject": str(msg["subject"]), "text": content,
+    print(json.dumps({"subject": str(msg["subject"]), "text": content, "html": html,
+                      "pictures": pictures,
+                      "bodyParent": parent.get_content_type() if parent is not None else None,
                       "charset": body.get_content_charset() if body is not None else None,
                       "attachments": attachments}, ensure_ascii=False))
 

@@ -1,0 +1,225 @@
+// The compose window's helpers over a real store: completion in the To field from the recipient
+// history, the address book and the template editor opened from the window, and pictures of the
+// body stored as related parts and shown again when the mail is read back.
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+#include <QTextBlock>
+#include <QTimer>
+#include <QTreeWidget>
+#include <QUrl>
+
+#include <functional>
+
+#include "ComposeRig.h"
+#include "TestEnv.h"
+#include "addressbook/FrmDxb.h"
+#include "composer/BodyEditor.h"
+#include "model/IAttachments.h"
+#include "model/IBundle.h"
+#include "model/IMessage.h"
+#include "store/MailStore.h"
+#include "templates/FrmTemplet.h"
+
+using kvtest::ComposeRig;
+
+namespace {
+
+// Senders of received mail; SQLite orders them byte-wise, capitals first.
+void seedHistory(ComposeRig& rig) {
+  for (const char* from : {"zhao@kvmail.test", "wu@kvmail.test", "Wang.Li@Kvmail.test"}) {
+    kvmail::OutgoingMail m;
+    m.from = {QString(), QLatin1String(from)};
+    m.to = {{QString(), QStringLiteral("sales@kvmail.test")}};
+    m.subject = QLatin1String(from);
+    rig.storeReceived(m);
+  }
+}
+
+// Runs the window's command while a modal window it opens is handled by then().
+template <typename W>
+void withModal(ComposeRig& rig, const QString& key, std::function<void(W*)> then) {
+  bool ran = false;
+  QTimer::singleShot(0, rig.window(), [&] {
+    W* modal = rig.window()->findChild<W*>();
+    ASSERT_NE(modal, nullptr);
+    ASSERT_TRUE(modal->isVisible());
+    ran = true;
+    then(modal);
+    if (modal->isVisible()) modal->hide();
+  });
+  rig.trigger(key);
+  EXPECT_TRUE(ran);
+}
+
+QString pictureFile(ComposeRig& rig, const QString& name, Qt::GlobalColor colour) {
+  QImage image(24, 16, QImage::Format_RGB32);
+  image.fill(colour);
+  const QString path = rig.path(name);
+  image.save(path);
+  return path;
+}
+
+}  // namespace
+
+TEST(ComposeHelpers, TheToFieldCompletesTheWholeTextFromTheHistoryIgnoringCase) {
+  struct Row {
+    const char* typed;
+    const char* shown;
+  };
+  const Row rows[] = {
+      {"WANG", "Wang.Li@Kvmail.test"},  // completed to the address as stored
+      {"wu", "wu@kvmail.test"},         // "w" first completes to Wang..., "u" replaces the rest
+      {"x", "x"},
+      {"a@kvmail.test;w", "a@kvmail.test;w"},  // the whole field is compared, not its last part
+  };
+  ComposeRig rig;
+  seedHistory(rig);
+  rig.mail->NewMail();
+  ASSERT_NE(rig.window()->history(), nullptr);
+  QLineEdit* to = rig.field(1);
+  for (const Row& row : rows) {
+    to->clear();
+    QTest::keyClicks(to, QLatin1String(row.typed));
+    EXPECT_EQ(to->text(), QLatin1String(row.shown)) << row.typed;
+  }
+  // Taking text away never completes again.
+  to->clear();
+  QTest::keyClicks(to, QStringLiteral("WANG"));
+  QTest::keyClick(to, Qt::Key_Backspace);
+  EXPECT_EQ(to->text(), QStringLiteral("Wang"));
+  QTest::keyClick(to, Qt::Key_Backspace);
+  EXPECT_EQ(to->text(), QStringLiteral("Wan"));
+  QTest::keyClick(to, Qt::Key_Left);
+  QTest::keyClick(to, Qt::Key_Delete);
+  EXPECT_EQ(to->text(), QStringLiteral("Wa"));
+}
+
+TEST(ComposeHelpers, AStoreWithoutMailGivesNoHistoryAndNothingCompletes) {
+  ComposeRig rig;
+  rig.mail->NewMail();
+  EXPECT_EQ(rig.window()->history(), nullptr);
+  QTest::keyClicks(rig.field(1), QStringLiteral("w"));
+  EXPECT_EQ(rig.field(1)->text(), QStringLiteral("w"));
+}
+
+TEST(ComposeHelpers, TheAddressBookOpensModallyAndItsPickReplacesTheToField) {
+  ComposeRig rig;
+  seedHistory(rig);
+  rig.mail->NewMail();
+  rig.field(1)->setText(QStringLiteral("old@kvmail.test;other@kvmail.test"));
+  for (const char* key : {"TBTdxb", "mnuMailTdxb"}) {
+    withModal<kvmail::FrmDxb>(rig, QLatin1String(key), [](kvmail::FrmDxb* book) {
+      EXPECT_TRUE(book->isModal() || book->windowModality() != Qt::NonModal);
+      auto* search = book->findChild<QLineEdit*>(QStringLiteral("kvTxt"));
+      search->setText(QStringLiteral("WU"));
+      QTest::keyClick(search, Qt::Key_Return);
+      EXPECT_FALSE(book->isVisible());  // the pick ends the modal loop
+    });
+    EXPECT_EQ(rig.field(1)->text(), QStringLiteral("wu@kvmail.test")) << key;
+    rig.field(1)->setText(QStringLiteral("again@kvmail.test"));
+  }
+  // Closing the book without a pick keeps the field.
+  withModal<kvmail::FrmDxb>(rig, QStringLiteral("TBTdxb"),
+                            [](kvmail::FrmDxb* book) { book->close(); });
+  EXPECT_EQ(rig.field(1)->text(), QStringLiteral("again@kvmail.test"));
+}
+
+TEST(ComposeHelpers, ATemplateSavedFromTheWindowIsWhatCreateNewFillsNext) {
+  ComposeRig rig;
+  rig.mail->NewMail();
+  rig.field(1)->setText(QStringLiteral("客户<kehu@kvmail.test>"));
+  rig.field(3)->setText(QStringLiteral("新品目录"));
+  rig.window()->editor()->setDocumentHtml(QStringLiteral("<p><b>[名]</b>您好，请看新品：</p>"));
+  rig.window()->editor()->moveCursor(QTextCursor::End);
+  rig.window()->editor()->insertPicture(pictureFile(rig, QStringLiteral("新品.png"), Qt::blue));
+  rig.attach(rig.file(QStringLiteral("目录.pdf"), QByteArray("%PDF-1.4 catalogue")));
+
+  withModal<kvmail::FrmTemplet>(rig, QStringLiteral("mnuMailTemplet"), [](kvmail::FrmTemplet* t) {
+    t->findChild<QLineEdit*>(QStringLiteral("Txt(0)"))->setText(QStringLiteral("[名]<[邮箱]>"));
+    t->findChild<QPushButton*>(QStringLiteral("Cmd(0)"))->click();
+  });
+  EXPECT_EQ(rig.value(QStringLiteral("select [to] from MailTemplet where progID=1")),
+            QStringLiteral("[名]<[邮箱]>"));
+  rig.prompt->answer(kvmail::PromptAnswer::No);
+  rig.window()->close();
+
+  const QChar nul(0);
+  ASSERT_TRUE(rig.mail->CreateNew(
+      QStringLiteral("[名]甲") + nul + QStringLiteral("[邮箱]a@kvmail.test"), QStringLiteral("|")));
+  EXPECT_EQ(rig.field(1)->text(), QStringLiteral("甲<a@kvmail.test>"));
+  EXPECT_EQ(rig.field(3)->text(), QStringLiteral("新品目录"));
+  const QString body = rig.window()->editor()->toHtml();
+  EXPECT_TRUE(body.contains(QStringLiteral("[名]"))) << body.toStdString();  // body kept as saved
+  EXPECT_FALSE(body.contains(QStringLiteral("cid:")));
+  const QList<QVariant> images = [&] {
+    QList<QVariant> out;
+    for (QTextBlock b = rig.window()->editor()->document()->begin(); b.isValid(); b = b.next())
+      for (auto it = b.begin(); !it.atEnd(); ++it)
+        if (it.fragment().charFormat().isImageFormat())
+          out << rig.window()->editor()->document()->resource(
+              QTextDocument::ImageResource,
+              QUrl(it.fragment().charFormat().toImageFormat().name()));
+    return out;
+  }();
+  ASSERT_EQ(images.size(), 1);
+  EXPECT_EQ(images.first().value<QImage>().pixelColor(1, 1), QColor(Qt::blue));
+  auto* list = rig.window()->findChild<QTreeWidget*>();
+  ASSERT_EQ(list->topLevelItemCount(), 1);
+  EXPECT_EQ(list->topLevelItem(0)->text(0), QStringLiteral("目录.pdf"));
+}
+
+TEST(ComposeHelpers, ATemplateToTextWithAQuoteFailsAfterTheOldTemplateIsDeleted) {
+  ComposeRig rig;
+  rig.host->executeBound(
+      QStringLiteral("insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"),
+      {1, QStringLiteral("[邮箱]"), QString(), QString(), QStringLiteral("旧模板")});
+  rig.mail->NewMail();
+  withModal<kvmail::FrmTemplet>(rig, QStringLiteral("TBTemplet"), [](kvmail::FrmTemplet* t) {
+    t->findChild<QLineEdit*>(QStringLiteral("Txt(0)"))
+        ->setText(QStringLiteral("O'Brien<ob@kvmail.test>"));
+    t->findChild<QPushButton*>(QStringLiteral("Cmd(0)"))->click();
+    EXPECT_TRUE(t->isVisible());  // the failure keeps the window open
+  });
+  ASSERT_EQ(rig.prompt->records().size(), 1);
+  EXPECT_EQ(rig.prompt->records().first().title, QStringLiteral("错误："));
+  EXPECT_EQ(rig.value(QStringLiteral("select count(*) from MailTemplet")), QStringLiteral("0"));
+}
+
+TEST(ComposeHelpers, PicturesOfTheBodyAreStoredAsRelatedPartsAndComeBackAsFiles) {
+  ComposeRig rig;
+  rig.mail->NewMail();
+  rig.field(1)->setText(QStringLiteral("kehu@kvmail.test"));
+  const QString red = pictureFile(rig, QStringLiteral("red.png"), Qt::red);
+  kvmail::BodyEditor* editor = rig.window()->editor();
+  editor->insertPlainText(QStringLiteral("两张图："));
+  editor->insertPicture(red);
+  editor->insertPicture(red);  // shown twice, sent once
+  ASSERT_TRUE(rig.window()->StoreAll());
+  const long id = rig.value(QStringLiteral("select 邮件ID from msgmail")).toLong();
+  EXPECT_EQ(rig.value(QStringLiteral("select 附件 from msgmail")), QStringLiteral("0"));
+
+  const kvmail::ParsedMail stored =
+      kvmail::MailStore(*rig.host).readMessage(id, rig.path(QStringLiteral("stored.eml")));
+  ASSERT_EQ(stored.attachments.size(), 1);
+  const kvmail::MimeAttachment& part = stored.attachments.first();
+  EXPECT_TRUE(part.isInline);
+  EXPECT_EQ(part.contentType, QStringLiteral("image/png"));
+  EXPECT_EQ(part.data, kvtest::readAll(red));
+  EXPECT_EQ(stored.htmlBody.count(QStringLiteral("cid:") + part.contentId), 2);
+  EXPECT_FALSE(stored.htmlBody.contains(QStringLiteral("file:")));
+
+  // The send queue reads it back with the picture as a file the body shows, not an attachment.
+  const kvmail::BundlePtr queue = kvmail::MailStore(*rig.host).readSendQueue();
+  ASSERT_EQ(queue->Count(), 1);
+  const kvmail::MessagePtr back = queue->Item(kvmail::IndexKey(1));
+  EXPECT_EQ(back->Attachments()->Count(), 0);
+  const QString body = back->BodyText();
+  const qsizetype at = body.indexOf(QStringLiteral("file://"));
+  ASSERT_GE(at, 0) << body.toStdString();
+  const QUrl shown(body.mid(at, body.indexOf(QLatin1Char('"'), at) - at));
+  EXPECT_EQ(kvtest::readAll(shown.toLocalFile()), kvtest::readAll(red));
+}
