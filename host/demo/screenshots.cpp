@@ -5,12 +5,15 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QLineEdit>
 #include <QPainter>
 #include <QPlainTextEdit>
+#include <QTextCursor>
 #include <QTextEdit>
 #include <QTextStream>
 #include <QTimer>
+#include <QUrl>
 
 #include "AccountDialog.h"
 #include "ConsolePrompt.h"
@@ -59,8 +62,38 @@ void press(QWidget* window, const char* key) {
   if (auto* action = window->findChild<QAction*>(QLatin1String(key))) action->trigger();
 }
 
-// The compose window with a mail a user might write: recipients, subject, body, two attachments
-// and high priority.
+// A small company logo for the body's picture.
+QString logoFile(const QString& folder) {
+  QImage logo(180, 48, QImage::Format_RGB32);
+  logo.fill(QColor(0x1f, 0x5f, 0xbf));
+  QPainter p(&logo);
+  p.setPen(Qt::white);
+  QFont font = p.font();
+  font.setPixelSize(22);
+  font.setBold(true);
+  p.setFont(font);
+  p.drawText(logo.rect(), Qt::AlignCenter, QStringLiteral("KV 商贸"));
+  p.end();
+  const QString path = folder + QStringLiteral("/logo.png");
+  logo.save(path);
+  return path;
+}
+
+// Takes a picture of a modal window the compose window opens with the command key.
+bool saveModal(QWidget* compose, const char* key, const char* objectName, const QString& path) {
+  bool ok = false;
+  QTimer::singleShot(200, compose, [&] {
+    if (auto* modal = compose->findChild<QWidget*>(QLatin1String(objectName))) {
+      ok = save(modal, path);
+      modal->close();
+    }
+  });
+  press(compose, key);
+  return ok;
+}
+
+// The compose window with a mail a user might write: recipients, subject, a formatted body with
+// a link and the company's logo, two attachments and high priority; the caret in bold text.
 void fillCompose(QWidget* compose, ConsolePrompt& console, const QString& folder) {
   compose->findChild<QLineEdit*>(QStringLiteral("Txt(1)"))
       ->setText(QStringLiteral("王经理<wang@customer.example>"));
@@ -69,9 +102,15 @@ void fillCompose(QWidget* compose, ConsolePrompt& console, const QString& folder
   compose->findChild<QLineEdit*>(QStringLiteral("Txt(3)"))
       ->setText(QStringLiteral("十一月对账单及报价"));
   compose->findChild<QTextEdit*>(QStringLiteral("Body"))
-      ->setHtml(QStringLiteral(
-          "<p>王经理：您好！</p><p>附件是贵公司十一月的<b>对账单</b>和新产品的报价单，"
-          "请查收。如有疑问，请随时与我联系。</p><p>此致<br>敬礼</p><p>销售部 李四</p>"));
+      ->setHtml(
+          QStringLiteral(
+              "<p>王经理：您好！</p><p>附件是贵公司十一月的<b>对账单</b>和新产品的"
+              "<span style=\"color:#c00000\">报价单</span>，请查收。新品目录见 "
+              "<a href=\"https://kvmail.example/catalog\">https://kvmail.example/catalog</a>。</p>"
+              "<p>此致<br>敬礼</p><p>销售部 李四<br><img src=\"%1\"></p>")
+              .arg(QUrl::fromLocalFile(logoFile(folder)).toString()));
+  auto* body = compose->findChild<QTextEdit*>(QStringLiteral("Body"));
+  body->setTextCursor(body->document()->find(QStringLiteral("对账")));
   for (const char* name : {"十一月对账单.xlsx", "产品报价单.pdf"}) {
     const QString path = folder + u'/' + QString::fromUtf8(name);
     QFile file(path);
@@ -125,6 +164,8 @@ int main(int argc, char** argv) {
   fillCompose(compose, *console, QDir::tempPath());
   compose->resize(760, 560);
   ok = save(compose, dir + QStringLiteral("/compose.png")) && ok;
+  ok = saveModal(compose, "TBTdxb", "FrmDxb", dir + QStringLiteral("/addressbook.png")) && ok;
+  ok = saveModal(compose, "TBTemplet", "FrmTemplet", dir + QStringLiteral("/templet.png")) && ok;
   closeWithoutSaving(compose, *console);
   window.batchNew();
   press(compose, "TBNext");
