@@ -20,9 +20,7 @@ void MailListModel::reload() {
   error_.clear();
   rows_ = readMailRows(host_, {}, kPage, &error_);
   complete_ = rows_.size() < kPage || !error_.isEmpty();
-  const MailTotals totals = readMailTotals(host_, error_.isEmpty() ? &error_ : nullptr);
-  total_ = totals.mails;
-  queued_ = totals.queued;
+  recount();
   endResetModel();
   Q_EMIT totalsChanged();
 }
@@ -33,7 +31,7 @@ void MailListModel::count(const MailRow& row, int sign) {
 }
 
 void MailListModel::addNewer() {
-  if (rows_.isEmpty()) return reload();
+  if (rows_.isEmpty()) return reload();  // also when the first page had not come yet
   QString error;
   const QList<MailRow> newer =
       readMailRows(host_, QStringLiteral("邮件ID>%1").arg(rows_.first().id), 0, &error);
@@ -45,20 +43,25 @@ void MailListModel::addNewer() {
   Q_EMIT totalsChanged();
 }
 
-void MailListModel::refreshMail(long mailId) {
-  const int row = loadedRow(mailId);
-  if (row < 0) {
-    if (rows_.isEmpty() || mailId > rows_.first().id) return addNewer();
-    const MailTotals totals = readMailTotals(host_, nullptr);  // a row not read yet changed
-    total_ = totals.mails;
-    queued_ = totals.queued;
-    Q_EMIT totalsChanged();
-    return;
+void MailListModel::refreshMails(const QList<long>& mailIds) {
+  bool recountNeeded = false;
+  for (long id : mailIds) {
+    if (!rows_.isEmpty() && id > rows_.first().id)
+      addNewer();
+    else if (!refreshLoaded(id))
+      recountNeeded = true;
   }
+  if (recountNeeded) recount();  // once, however many rows outside the read pages changed
+  Q_EMIT totalsChanged();
+}
+
+bool MailListModel::refreshLoaded(long mailId) {
+  const int row = loadedRow(mailId);
+  if (row < 0) return false;
   QString error;
   const QList<MailRow> now =
       readMailRows(host_, QStringLiteral("邮件ID=%1").arg(mailId), 1, &error);
-  if (!error.isEmpty()) return;
+  if (!error.isEmpty()) return true;
   count(rows_[row], -1);
   if (now.isEmpty()) {  // deleted
     beginRemoveRows({}, row, row);
@@ -69,7 +72,13 @@ void MailListModel::refreshMail(long mailId) {
     count(now.first(), 1);
     Q_EMIT dataChanged(index(row, 0), index(row, columnCount() - 1));
   }
-  Q_EMIT totalsChanged();
+  return true;
+}
+
+void MailListModel::recount() {
+  const MailTotals totals = readMailTotals(host_, nullptr);
+  total_ = totals.mails;
+  queued_ = totals.queued;
 }
 
 long MailListModel::mailId(int row) const {

@@ -18,8 +18,9 @@ class MailListModel : public QAbstractTableModel {
   void reload();
   // Reads the mails stored since the newest row shown (received or composed) and puts them on top.
   void addNewer();
-  // Reads one mail again (sent, read, deleted) and changes, inserts or removes its row.
-  void refreshMail(long mailId);
+  // Reads mails again (sent, read, deleted) and changes, inserts or removes their rows.
+  void refreshMails(const QList<long>& mailIds);
+  void refreshMail(long mailId) { refreshMails({mailId}); }
 
   long mailId(int row) const;
   // The row of a mail, reading further pages when it is older than what was read; -1 if absent.
@@ -43,6 +44,9 @@ class MailListModel : public QAbstractTableModel {
   // Position of a mail among the rows read (they are sorted by descending identifier).
   int loadedRow(long mailId) const;
   void count(const MailRow& row, int sign);
+  // False when the mail's row is not read yet, so the totals must be counted again.
+  bool refreshLoaded(long mailId);
+  void recount();
 
   IHostSystem& host_;
   QList<MailRow> rows_;

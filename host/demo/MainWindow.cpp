@@ -169,13 +169,9 @@ void MainWindow::noteChanged(long mailId) {
 }
 
 void MainWindow::applyChanges() {
-  const QList<long> changed = std::exchange(changed_, {});
-  for (long id : changed) {
-    if (id == 0)
-      model_->addNewer();
-    else
-      model_->refreshMail(id);
-  }
+  QList<long> changed = std::exchange(changed_, {});
+  if (changed.removeAll(0) > 0) model_->addNewer();
+  if (!changed.isEmpty()) model_->refreshMails(changed);
   if (!list_->selectionModel()->hasSelection() && model_->rowCount() > 0) list_->selectRow(0);
 }
 
