@@ -67,16 +67,35 @@ QStringList mailListHeaders() {
           QStringLiteral("接收时间"), QStringLiteral("附件"), QStringLiteral("已读")};
 }
 
+QString mailListText(const MailRow& row, int column) {
+  switch (column) {
+    case 0:
+      return QString::number(row.id);
+    case 1:
+      return directionText(row);
+    case 2:
+      return row.from;
+    case 3:
+      return row.to;
+    case 4:
+      return row.subject;
+    case 5:
+      return row.sentTime;
+    case 6:
+      return row.receivedTime;
+    case 7:
+      return row.attachment ? QStringLiteral("有") : QString();
+    case 8:
+      return row.read ? QStringLiteral("已读") : QStringLiteral("未读");
+    default:
+      return {};
+  }
+}
+
 QStringList mailListTexts(const MailRow& row) {
-  return {QString::number(row.id),
-          directionText(row),
-          row.from,
-          row.to,
-          row.subject,
-          row.sentTime,
-          row.receivedTime,
-          row.attachment ? QStringLiteral("有") : QString(),
-          row.read ? QStringLiteral("已读") : QStringLiteral("未读")};
+  QStringList texts;
+  for (int c = 0; c < kMailListColumns; ++c) texts << mailListText(row, c);
+  return texts;
 }
 
 }  // namespace kvmail::demo

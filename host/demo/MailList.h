@@ -38,6 +38,8 @@ QString directionText(const MailRow& row);
 
 // The list's columns, in order, and one row as those texts.
 QStringList mailListHeaders();
+inline constexpr int kMailListColumns = 9;
 QStringList mailListTexts(const MailRow& row);
+QString mailListText(const MailRow& row, int column);
 
 }  // namespace kvmail::demo

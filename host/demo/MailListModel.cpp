@@ -106,13 +106,13 @@ int MailListModel::rowCount(const QModelIndex& parent) const {
 }
 
 int MailListModel::columnCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : int(mailListHeaders().size());
+  return parent.isValid() ? 0 : kMailListColumns;
 }
 
 QVariant MailListModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= rows_.size()) return {};
   const MailRow& row = rows_[index.row()];
-  if (role == Qt::DisplayRole) return mailListTexts(row).value(index.column());
+  if (role == Qt::DisplayRole) return mailListText(row, index.column());
   if (role == Qt::UserRole) return qlonglong(row.id);
   if (role == Qt::FontRole && !row.read && row.direction == 1) {
     QFont bold;
