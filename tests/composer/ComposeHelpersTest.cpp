@@ -220,3 +220,24 @@ TEST(ComposeHelpers, PicturesOfTheBodyAreStoredAsRelatedPartsAndComeBackAsFiles)
   const QUrl shown(body.mid(at, body.indexOf(QLatin1Char('"'), at) - at));
   EXPECT_EQ(kvtest::readAll(shown.toLocalFile()), kvtest::readAll(red));
 }
+
+TEST(ComposeHelpers, AReplyAndAForwardQuoteTheReceivedPicturesAsFilesNotAttachments) {
+  ComposeRig rig;
+  kvmail::OutgoingMail received;
+  received.from = {QStringLiteral("客户"), QStringLiteral("kehu@kvmail.test")};
+  received.to = {{QString(), QStringLiteral("sales@kvmail.test")}};
+  received.subject = QStringLiteral("样品照片");
+  const QString green = pictureFile(rig, QStringLiteral("sample.png"), Qt::green);
+  received.htmlBody =
+      QStringLiteral("<p>照片：<img src=\"%1\"></p>").arg(QUrl::fromLocalFile(green).toString());
+  const long id = rig.storeReceived(received);
+  for (bool forward : {false, true}) {
+    forward ? rig.mail->TransmitMail(id) : rig.mail->ReplyMail(id);  // both answer false
+    const QString body = rig.window()->editor()->toHtml();
+    EXPECT_FALSE(body.contains(QStringLiteral("cid:"))) << forward;
+    EXPECT_TRUE(body.contains(QStringLiteral("sample.png"))) << forward;
+    EXPECT_EQ(rig.window()->findChild<QTreeWidget*>()->topLevelItemCount(), 0) << forward;
+    rig.prompt->answer(kvmail::PromptAnswer::No);
+    rig.window()->close();
+  }
+}

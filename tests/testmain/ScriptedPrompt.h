@@ -23,12 +23,13 @@ class ScriptedPrompt : public kvmail::IPrompt {
 
   struct Record {
     Kind kind = Kind::MessageBox;
-    QString text{};   // message text, or the path given to openWithDesktop or printFile
+    QString text{};   // message text, the path given to openWithDesktop or printFile, or the label
+                      // of inputText
     QString title{};  // box or dialog title
     kvmail::PromptIcon icon = kvmail::PromptIcon::None;
     kvmail::PromptButtons buttons = kvmail::PromptButtons::Ok;
     QString filter{};
-    QString folder{};  // initial folder or suggested path
+    QString folder{};  // initial folder, suggested path, or the initial text of inputText
     bool multiple = false;
     QColor colour{};  // initial colour of the picker
   };
