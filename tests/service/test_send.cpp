@@ -236,3 +236,26 @@ TEST_F(SendQueue, StopEndsTheRunBetweenMails) {
   EXPECT_EQ(rowState(), QStringLiteral("取消"));
   EXPECT_EQ(queued(), 4);
 }
+
+// Each mail is read from the store when its turn comes: one deleted meanwhile is skipped with a
+// row in the error list, and the rest still go out.
+TEST_F(SendQueue, AMailDeletedDuringTheRunIsSkipped) {
+  const QString to = kvtest::addressOf(kUser);
+  const long oldest =
+      rig.queueMail(mail(QStringLiteral("删"), to), QStringLiteral("2026-11-20 08:00:00"));
+  rig.queueMail(mail(QStringLiteral("留"), to), QStringLiteral("2026-11-20 09:00:00"));
+  QObject::connect(rig.mail.get(), &kvmail::clsMail::EvReturn, rig.mail.get(), [&] {
+    rig.host->execute(QStringLiteral("delete from msgmail where 邮件ID=%1").arg(oldest));
+  });
+  ASSERT_TRUE(run());
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(rowState(), QStringLiteral("警告"));
+  ASSERT_EQ(errorRows(), 1);
+  EXPECT_EQ(rig.mail->transferWindow()
+                ->findChild<QTreeWidget*>(QStringLiteral("LV(1)"))
+                ->topLevelItem(0)
+                ->text(0),
+            QStringLiteral("第2封邮件无法从数据库读取，未发送。"));
+  ASSERT_TRUE(kvtest::waitForMail(kUser, 1));
+  EXPECT_EQ(kvtest::listMails(kUser).size(), 1);
+}
