@@ -52,22 +52,15 @@ TEST(ServiceInit, FreshObjectHasAClearErrorRecord) {
 TEST(ServiceInit, PerUserAccountWinsOverTheDefault) {
   ServiceRig rig;
   rig.seedAccount(false, true, QStringLiteral("默认帐户"));
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  EXPECT_EQ(rig.mail->account()->sName, QStringLiteral("默认帐户"));
+  EXPECT_EQ(rig.mail->account()->sFromAddress, QStringLiteral("sales@kvmail.test"));
   rig.seedAccount(true, false, QStringLiteral("个人帐户"));
   ASSERT_TRUE(rig.mail->Init(rig.host, 12));
   EXPECT_EQ(rig.mail->account()->sName, QStringLiteral("个人帐户"));
   EXPECT_EQ(rig.mail->ProgID(), 12);
-  ASSERT_NE(rig.mail->transferWindow(), nullptr);
-  ASSERT_NE(rig.mail->composeWindow(), nullptr);
-  ASSERT_NE(rig.mail->viewerWindow(), nullptr);
+  ASSERT_TRUE(rig.mail->transferWindow() && rig.mail->composeWindow() && rig.mail->viewerWindow());
   EXPECT_FALSE(rig.mail->transferWindow()->isVisible());
-}
-
-TEST(ServiceInit, DefaultAccountWhenTheUserHasNone) {
-  ServiceRig rig;
-  rig.seedAccount(false, true, QStringLiteral("默认帐户"));
-  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
-  EXPECT_EQ(rig.mail->account()->sName, QStringLiteral("默认帐户"));
-  EXPECT_EQ(rig.mail->account()->sFromAddress, QStringLiteral("sales@kvmail.test"));
 }
 
 TEST(ServiceInit, NoAccountFailsWith1000001AndNoMessageBox) {
@@ -159,11 +152,7 @@ TEST(ServiceCreateNew, TemplateAttachmentsAreSavedToTheTempFolder) {
   ServiceRig rig;
   rig.seedAccount(true, false);
   const QString file = rig.path(QStringLiteral("价目表.txt"));
-  {
-    QFile f(file);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write("price list\r\n");
-  }
+  ASSERT_TRUE(kvtest::writeAll(file, "price list\r\n"));
   kvmail::OutgoingMail tpl = templateFile({file});
   tpl.headerPriority = 1;
   rig.seedTemplate(8, QStringLiteral("x@kvmail.test"), QString(), QString(), QStringLiteral("报价"),
