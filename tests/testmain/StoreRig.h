@@ -27,6 +27,7 @@ class StoreRig {
   kvmail::host::HostOptions options() const;
   std::unique_ptr<kvmail::host::SqlHostSystem> connect() const;
   QString path(const QString& name) const { return dir_.filePath(name); }
+  QString folder() const { return dir_.path(); }  // also TMPDIR while the rig lives
 
   QString seedAccount(const kvmail::host::AccountSeed& seed) {
     return kvmail::host::seedAccount(*host, seed);
