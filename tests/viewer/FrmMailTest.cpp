@@ -12,9 +12,9 @@
 #include <QToolBar>
 #include <QTreeWidget>
 
+#include "RecordingHost.h"
 #include "TestEnv.h"
 #include "ViewerRig.h"
-#include "store/HostSystem.h"
 #include "viewer/FrmMail.h"
 
 using kvtest::ScriptedPrompt;
@@ -25,33 +25,6 @@ namespace {
 QString mixed() {
   return QStringLiteral("mime/mixed_attachments.eml");
 }
-
-// Passes everything to the real store and keeps the text of every query and statement.
-class LoggingHost : public kvmail::IHostSystem {
- public:
-  explicit LoggingHost(kvmail::IHostSystem& real) : real_(real) {}
-  QStringList queries, statements;
-  std::shared_ptr<kvmail::IRecordset> openQuery(const QString& sql, QString* error) override {
-    queries << sql;
-    return real_.openQuery(sql, error);
-  }
-  QString execute(const QString& sql) override {
-    statements << sql;
-    return real_.execute(sql);
-  }
-  long nextKey(const QString& t, const QString& k, QString* e) override {
-    statements << QStringLiteral("nextKey");
-    return real_.nextKey(t, k, e);
-  }
-  QString beginTransaction() override { return real_.beginTransaction(); }
-  QString commitTransaction() override { return real_.commitTransaction(); }
-  QString rollbackTransaction() override { return real_.rollbackTransaction(); }
-  QString currentUserId() const override { return real_.currentUserId(); }
-  QString currentOperator() const override { return real_.currentOperator(); }
-
- private:
-  kvmail::IHostSystem& real_;
-};
 
 }  // namespace
 
@@ -152,7 +125,7 @@ TEST(FrmMailWindow, PriorityOneAndTwoShowTheStripAnythingElseHidesIt) {
 TEST(FrmMailWindow, LoadingIssuesTheHeaderQueryAndTheStoredFileCopyAndChangesNothing) {
   ViewerRig rig;
   const long id = rig.storeData(mixed());
-  LoggingHost logging(*rig.host);
+  kvtest::RecordingHost logging(*rig.host);
   kvmail::FrmMail window;
   window.py_Init(id, &logging, QStringLiteral("查看"));
   ASSERT_GE(logging.queries.size(), 2);
