@@ -122,23 +122,6 @@ TEST(Pop3Session, RepliesSplitAcrossArrivalsAreJoined) {
   EXPECT_FALSE(rig.log().contains(QStringLiteral("secret")));
 }
 
-TEST(Pop3Session, NegativeRetrEndsAfterTheStallTimeWithNothingStoredOrDeleted) {
-  FakePop3Server server;
-  const auto mailbox = FakePop3Server::mailbox({kvtest::sampleMail(QStringLiteral("x"))}, uidls(1));
-  server.setHandler([&](const QByteArray& command) -> QList<QByteArray> {
-    if (command.startsWith("RETR")) return {"-ERR message is locked\r\n"};
-    return mailbox(command);
-  });
-  TransferRig rig;
-  rig.account().bIsDelete = true;
-  rig.run().setPop3StallTimeout(400);
-  ASSERT_TRUE(rig.receiveFrom(server));
-  EXPECT_FALSE(rig.lastOk());
-  EXPECT_EQ(rig.count(), 0);
-  EXPECT_EQ(server.commands(), login({"UIDL 1", "RETR 1"}));
-  EXPECT_EQ(rig.taskState(1), QStringLiteral("失败"));
-}
-
 TEST(Pop3Session, DropInTheMiddleOfAMessageStoresNothingAndTheNextSessionFetchesIt) {
   const QByteArray mail =
       kvtest::sampleMail(QStringLiteral("断线"), QByteArray(8000, 'x') + "\r\n");

@@ -103,8 +103,11 @@ TEST(TransferRun, TheSilenceGuardSaysWhatHappened) {
       return command.startsWith("RETR") ? c.retr : mailbox(command);
     });
     TransferRig rig;
+    rig.account().bIsDelete = true;
     rig.run().setPop3StallTimeout(400);
     ASSERT_TRUE(rig.receiveFrom(server)) << c.what;
+    EXPECT_FALSE(rig.lastOk()) << c.what;
+    EXPECT_FALSE(server.sawCommand("DELE")) << c.what;  // nothing stored, nothing deleted
     EXPECT_EQ(rig.taskState(1), QStringLiteral("失败")) << c.what;
     ASSERT_EQ(rig.view().errors.size(), 1) << c.what;
     EXPECT_TRUE(rig.view().errors.first().startsWith(c.reason))
