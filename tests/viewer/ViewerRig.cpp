@@ -1,14 +1,10 @@
 #include "ViewerRig.h"
 
-#include <QAction>
-#include <QLabel>
 #include <QLineEdit>
 #include <QStatusBar>
-#include <QTextBrowser>
 #include <QTreeWidget>
 
 #include "TestEnv.h"
-#include "viewer/FrmMail.h"
 
 namespace kvtest {
 
@@ -34,42 +30,13 @@ void ViewerRig::set(long mailId, const QString& column, const QVariant& value) {
                      {value, qlonglong(mailId)});
 }
 
-kvmail::FrmMail* ViewerRig::show(long mailId, const QString& caption) {
-  mail->DisPlayMail(mailId, caption);
-  return viewer();
-}
-
-kvmail::FrmMail* ViewerRig::viewer() const {
-  return mail->viewerWindow();
-}
-
 QString ViewerRig::box(int index) const {
   const auto* edit = viewer()->findChild<QLineEdit*>(QStringLiteral("Txt(%1)").arg(index));
   return edit ? edit->text() : QStringLiteral("<no Txt(%1)>").arg(index);
 }
 
-QTextBrowser* ViewerRig::web() const {
-  return viewer()->findChild<QTextBrowser*>(QStringLiteral("Web"));
-}
-
-QString ViewerRig::bodyText() const {
-  return web()->toPlainText();
-}
-
-QTreeWidget* ViewerRig::list() const {
-  return viewer()->findChild<QTreeWidget*>(QStringLiteral("LView"));
-}
-
-QAction* ViewerRig::action(const QString& name) const {
-  return viewer()->findChild<QAction*>(name);
-}
-
 QString ViewerRig::status() const {
   return viewer()->findChild<QStatusBar*>(QStringLiteral("StatusBar"))->currentMessage();
-}
-
-QLabel* ViewerRig::label(const QString& name) const {
-  return viewer()->findChild<QLabel*>(name);
 }
 
 QStringList ViewerRig::rows() const {

@@ -4,14 +4,12 @@
 // controls found by objectName.
 #include "ServiceRig.h"
 
-class QAction;
-class QLabel;
-class QTextBrowser;
-class QTreeWidget;
+#include <QAction>
+#include <QLabel>
+#include <QTextBrowser>
+#include <QTreeWidget>
 
-namespace kvmail {
-class FrmMail;
-}
+#include "viewer/FrmMail.h"
 
 namespace kvtest {
 
@@ -27,17 +25,24 @@ class ViewerRig : public ServiceRig {
   void set(long mailId, const QString& column, const QVariant& value);
 
   // Opens the viewer through the service, as DisPlayMail does.
-  kvmail::FrmMail* show(long mailId, const QString& caption = QStringLiteral("查看邮件"));
-  kvmail::FrmMail* viewer() const;
+  kvmail::FrmMail* show(long mailId, const QString& caption = QStringLiteral("查看邮件")) {
+    mail->DisPlayMail(mailId, caption);
+    return viewer();
+  }
+  kvmail::FrmMail* viewer() const { return mail->viewerWindow(); }
 
-  // The viewer's controls.
+  // The viewer's controls, by objectName.
+  template <typename T>
+  T* child(const QString& name) const {
+    return viewer()->findChild<T*>(name);
+  }
   QString box(int index) const;  // Txt(index): 0 recipients, 1 sender, 2 time, 3 subject
-  QTextBrowser* web() const;
-  QString bodyText() const;
-  QTreeWidget* list() const;
-  QAction* action(const QString& name) const;
+  QTextBrowser* web() const { return child<QTextBrowser>(QStringLiteral("Web")); }
+  QString bodyText() const { return web()->toPlainText(); }
+  QTreeWidget* list() const { return child<QTreeWidget>(QStringLiteral("LView")); }
+  QAction* action(const QString& name) const { return child<QAction>(name); }
+  QLabel* label(const QString& name) const { return child<QLabel>(name); }
   QString status() const;
-  QLabel* label(const QString& name) const;
   // The attachment rows as "key|name" and their saved paths.
   QStringList rows() const;
   QStringList rowPaths() const;

@@ -152,7 +152,7 @@ TEST(DemoMailList, ShowsDirectionAndHidesDeletedMail) {
   EXPECT_EQ(mailListTexts(rows[0]).size(), mailListHeaders().size());
 }
 
-TEST(DemoAccountRecord, FlagsReadTheWayTheModuleReadsThem) {
+TEST(DemoAccountRecord, FlagsReadTheWayTheModuleReadsThemAndTheDefaultIsTheFallBack) {
   DemoRig rig;
   rig.host->execute(
       QStringLiteral("update mailaccount set maisnotdelete=2, maisafterdaydelete=2, "
@@ -161,25 +161,18 @@ TEST(DemoAccountRecord, FlagsReadTheWayTheModuleReadsThem) {
   AccountRecord r = loadAccountRecord(*rig.host, &error);
   ASSERT_TRUE(r.exists);
   EXPECT_FALSE(r.keepOnServer);  // only exactly 1 keeps mail on the server
-  EXPECT_TRUE(r.deleteAfterDays);
+  EXPECT_TRUE(r.deleteAfterDays && r.isOut && r.hasPassword && r.forCurrentUser);
   EXPECT_EQ(r.deleteDays, 5);
-  EXPECT_TRUE(r.isOut);
-  EXPECT_TRUE(r.hasPassword);
-  EXPECT_TRUE(r.forCurrentUser);
   rig.host->execute(QStringLiteral("update mailaccount set maisnotdelete=1"));
   EXPECT_TRUE(loadAccountRecord(*rig.host, &error).keepOnServer);
-}
 
-TEST(DemoAccountRecord, FallsBackToTheDefaultAccountAndStartsFreshWithoutOne) {
-  DemoRig rig;
   rig.host->execute(QStringLiteral("delete from mailaccountuser"));
-  QString error;
-  AccountRecord r = loadAccountRecord(*rig.host, &error);
+  r = loadAccountRecord(*rig.host, &error);
   EXPECT_TRUE(r.exists);
   EXPECT_FALSE(r.forCurrentUser);
   rig.host->execute(QStringLiteral("delete from mailaccount"));
   r = loadAccountRecord(*rig.host, &error);
-  EXPECT_FALSE(r.exists);
+  EXPECT_FALSE(r.exists);  // a fresh one to fill in
   EXPECT_TRUE(r.isDefault);
 }
 
