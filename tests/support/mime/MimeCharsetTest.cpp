@@ -10,7 +10,7 @@ TEST(MimeCharset, Gb2312FamilyLabelsMapToGb18030) {
        {"gb2312", "GB2312", "GB_2312-80", "gbk", "CP936", "\"gb2312\"", " x-gbk "})
     EXPECT_EQ(converterName(QString::fromLatin1(label)), QByteArray("GB18030")) << label;
   EXPECT_EQ(converterName(QStringLiteral("utf8")), QByteArray("UTF-8"));
-  EXPECT_EQ(converterName(QStringLiteral("ISO-8859-1")), QByteArray("iso-8859-1"));
+  EXPECT_EQ(converterName(QStringLiteral("ISO-8859-1")), QByteArray("ISO-8859-1"));
   EXPECT_TRUE(converterName(QString()).isEmpty());
   EXPECT_TRUE(converterName(QStringLiteral("x-unknown")).isEmpty());
 }
@@ -39,15 +39,15 @@ TEST(MimeCharset, StrictEncodingReportsCharactersThatDoNotFit) {
   EXPECT_EQ(encodeStrict(QString(), "GB2312"), QByteArray());
 }
 
-TEST(MimeCharset, RelabellingTouchesOnlyGbLabels) {
-  EXPECT_EQ(relabelGbFamily("=?gb2312?B?1tA=?= =?GB_2312-80?q?x?= =?utf-8?B?eA==?="),
+TEST(MimeCharset, RelabellingWritesConverterNames) {
+  EXPECT_EQ(canonicalLabels("=?gb2312?B?1tA=?= =?GB_2312-80?q?x?= =?utf-8?B?eA==?="),
             QByteArray("=?GB18030?B?1tA=?= =?GB18030?q?x?= =?utf-8?B?eA==?="));
-  EXPECT_EQ(relabelGbFamily("attachment; filename*=gb2312''%D6%D0.txt"),
+  EXPECT_EQ(canonicalLabels("attachment; filename*=gb2312''%D6%D0.txt"),
             QByteArray("attachment; filename*=GB18030''%D6%D0.txt"));
-  EXPECT_EQ(relabelGbFamily("x; name*0*=GBK'zh'%D6; name*1*=%D0"),
+  EXPECT_EQ(canonicalLabels("x; name*0*=GBK'zh'%D6; name*1*=%D0"),
             QByteArray("x; name*0*=GB18030'zh'%D6; name*1*=%D0"));
   const QByteArray raw("\xD6\xD0 plain =?iso-8859-1?Q?x?=", 24);
-  EXPECT_EQ(relabelGbFamily(raw), raw);  // 8-bit bytes survive untouched
+  EXPECT_EQ(canonicalLabels(raw), raw);  // 8-bit bytes survive untouched
 }
 
 TEST(MimeCharset, AdjacentWordsOfOneCharsetAreJoinedIntoOne) {
