@@ -10,10 +10,21 @@
 namespace kvmail {
 namespace {
 
+// The addresses of a list as one text; entries without an address ("Name <>") are left out.
+QString addressText(const QList<MimeAddress>& list) {
+  QStringList addresses;
+  for (const MimeAddress& a : list)
+    if (!a.address.trimmed().isEmpty()) addresses << a.address;
+  return addresses.join(QLatin1Char(';'));
+}
+
 // The recipients' names as one text: each name, or the address when there is no name.
 QString recipientNames(const QList<MimeAddress>& list) {
   QStringList names;
-  for (const MimeAddress& a : list) names << (a.name.trimmed().isEmpty() ? a.address : a.name);
+  for (const MimeAddress& a : list) {
+    const QString name = a.name.trimmed().isEmpty() ? a.address : a.name;
+    if (!name.trimmed().isEmpty()) names << name;
+  }
   return names.join(QLatin1Char(';'));
 }
 
@@ -38,9 +49,9 @@ ReceivedFields receivedFields(const ParsedMail& mail) {
   f.fromAddress = mail.from.address;
   f.subject = mail.subject;
   f.sentTime = mail.date;
-  f.toAddresses = joinAddresses(mail.to);
+  f.toAddresses = addressText(mail.to);
   f.toNames = recipientNames(mail.to);
-  f.email = joinAddresses(mail.cc);
+  f.email = addressText(mail.cc);
   f.hasAttachments = hasRealAttachment(mail);
   f.priority = mail.priority > 0 ? mail.priority : 3;  // no X-Priority header means normal
   return f;
