@@ -16,10 +16,11 @@ QString seedAccount(SqlHostSystem& host, const AccountSeed& s) {
       QStringLiteral("insert into mailaccount(maid,masmtptype,maname,mausername,mapassword,"
                      "masmtpservername,mareplyemailaddress,masmtpport,mafromname,"
                      "mafromemailaddress,mapop3servername,maisnotdelete,maisafterdaydelete,"
-                     "madeleteday,maisout,maisdefault) values (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"),
+                     "madeleteday,maisout,maisdefault,mapop3port) "
+                     "values (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"),
       {qlonglong(s.maid), qlonglong(s.smtpType), s.name, s.userName, s.password, s.smtp, s.replyTo,
        s.smtpPort, s.fromName, s.fromAddress, s.pop3, s.notDelete, s.afterDayDelete, s.deleteDay,
-       s.isOut, s.isDefault ? 1 : 0});
+       s.isOut, s.isDefault ? 1 : 0, s.pop3Port});
   if (!error.isEmpty() || s.userId.isEmpty()) return error;
   return host.executeBound(
       QStringLiteral("insert into mailaccountuser(maid,masmtptype,userid) values (?,?,?)"),

@@ -25,6 +25,7 @@ struct AccountSeed {
   QString fromName;
   QString fromAddress;
   QString pop3;
+  QVariant pop3Port;  // null: the standard port
   QVariant notDelete = 0;
   QVariant afterDayDelete = 0;
   QVariant deleteDay = 0;

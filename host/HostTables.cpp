@@ -17,13 +17,19 @@ QStringList hostTableStatements(SqlEngine engine) {
           .arg(big, blob),
       QStringLiteral("create index if not exists msgmail_uidl on msgmail (uidl)"),
       QStringLiteral("create index if not exists msgmail_queue on msgmail (cshgnsid, messageid)"),
+      // The address book and the recipient history read these two without the message files.
+      QStringLiteral(
+          "create index if not exists msgmail_senders on msgmail (发件人邮箱, cshgnsid)"),
+      QStringLiteral(
+          "create index if not exists msgmail_recipients on msgmail (收件人邮箱, cshgnsid)"),
       QStringLiteral(
           "create table if not exists mailaccount ("
           "maid integer not null, masmtptype integer not null default 0, maname text, "
           "mausername text, mapassword text, masmtpservername text, mareplyemailaddress text, "
           "masmtpport integer, mafromname text, mafromemailaddress text, mapop3servername text, "
           "maisnotdelete integer, maisafterdaydelete integer, madeleteday integer, "
-          "maisout integer, maisdefault integer, primary key (maid, masmtptype))"),
+          "maisout integer, maisdefault integer, mapop3port integer, "
+          "primary key (maid, masmtptype))"),
       QStringLiteral("create table if not exists mailaccountuser ("
                      "maid integer not null, masmtptype integer not null default 0, "
                      "userid integer not null)"),
@@ -37,6 +43,10 @@ QStringList hostTableStatements(SqlEngine engine) {
                      "primary key (tablename, keycolumn))")
           .arg(QLatin1String(kKeyTable), big),
   };
+}
+
+QList<OptionalColumn> hostOptionalColumns() {
+  return {{"mailaccount", "mapop3port", "integer"}};
 }
 
 }  // namespace kvmail::host

@@ -11,6 +11,14 @@ namespace kvmail::host {
 // MailTemplet, xt_objects and the key high-water table, one statement each.
 QStringList hostTableStatements(SqlEngine engine);
 
+// Columns added after the first stores were made: added to an existing table when missing.
+struct OptionalColumn {
+  const char* table;
+  const char* column;
+  const char* type;
+};
+QList<OptionalColumn> hostOptionalColumns();
+
 // The table that remembers the highest key handed out per table and key column.
 inline constexpr const char* kKeyTable = "kv_keys";
 

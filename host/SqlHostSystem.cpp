@@ -93,6 +93,7 @@ QString SqlHostSystem::open() {
   if (!pg) {
     if (!options_.readOnly) setup << QStringLiteral("pragma journal_mode=wal");
     setup << QStringLiteral("pragma synchronous=normal");
+    setup << QStringLiteral("pragma temp_store=memory");  // sorting for DISTINCT and UNION
   }
   if (!options_.readOnly) setup << hostTableStatements(options_.engine);
   for (const QString& statement : setup) {
@@ -100,6 +101,20 @@ QString SqlHostSystem::open() {
     if (!error.isEmpty()) {
       close();
       return error;
+    }
+  }
+  if (!options_.readOnly) {
+    // A store made by an earlier version gets the settings columns added since.
+    const QSqlDatabase db = QSqlDatabase::database(connection_);
+    for (const OptionalColumn& c : hostOptionalColumns()) {
+      if (db.record(QLatin1String(c.table)).contains(QLatin1String(c.column))) continue;
+      const QString error = runPlain(
+          QStringLiteral("alter table %1 add column %2 %3")
+              .arg(QLatin1String(c.table), QLatin1String(c.column), QLatin1String(c.type)));
+      if (!error.isEmpty()) {
+        close();
+        return error;
+      }
     }
   }
   return {};

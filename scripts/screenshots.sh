@@ -31,10 +31,16 @@ bash "$SERVERS" start "$STATE" --pop3-port 11210 --smtp-port 2525 --find-free
 . "$STATE/env"
 /usr/bin/python3 scripts/servers/seed.py "$KV_MAILDIR_ROOT/demo" 3 --size 6000 --gb2312
 /usr/bin/python3 scripts/servers/seed.py "$KV_MAILDIR_ROOT/demo" 1 --size 40000
+# The viewer's picture: a Chinese HTML mail with an inline picture and two attachments.
+VIEWED="$KV_MAILDIR_ROOT/demo/new/$(date +%s).kvviewer.eml"
+cp tests/data/viewer/gb2312_html.eml "$VIEWED"
+chown --reference="$KV_MAILDIR_ROOT/demo/new" "$VIEWED"
+chmod 644 "$VIEWED"
 
 DB="$SCRATCH/kvhost.db"
-export KVMAIL_POP3_PORT="$KV_POP3_PORT" TMPDIR="$SCRATCH"
-QT_QPA_PLATFORM=offscreen "$BUILD_DIR/host/demo/kvhost" --db "$DB" queue --smtp-port "$KV_SMTP_PORT"
+export TMPDIR="$SCRATCH"
+QT_QPA_PLATFORM=offscreen "$BUILD_DIR/host/demo/kvhost" --db "$DB" queue --smtp-port "$KV_SMTP_PORT" \
+  --pop3-port "$KV_POP3_PORT"
 
 mkdir -p "$OUT"
 SHOTS="$BUILD_DIR/host/demo/kvhost_screenshots"

@@ -64,8 +64,8 @@ QByteArray realisticMail(int i, int bytes) {
 double receiveOnce(const QString& user, int expected) {
   kvbench::BenchStore store;
   const auto& servers = kvtest::loopbackServers();
-  qputenv("KVMAIL_POP3_PORT", QByteArray::number(servers.pop3Port));
   auto account = std::make_shared<kvmail::clsAccount>();
+  account->lPop3Port = servers.pop3Port;
   account->sName = QStringLiteral("基准");
   account->sPop3 = QStringLiteral("127.0.0.1");
   account->sUserName = user;

@@ -50,6 +50,8 @@ AccountDialog::AccountDialog(host::SqlHostSystem& host, QWidget* parent)
   smtpPort_ =
       addSpin(this, form_, QStringLiteral("spnSmtpPort"), QStringLiteral("SMTP 端口："), 65535);
   pop3_ = addLine(QStringLiteral("txtPop3"), QStringLiteral("POP3 服务器："));
+  pop3Port_ =
+      addSpin(this, form_, QStringLiteral("spnPop3Port"), QStringLiteral("POP3 端口："), 65535);
   userName_ = addLine(QStringLiteral("txtUserName"), QStringLiteral("登录用户名："));
   password_ = addLine(QStringLiteral("txtPassword"), QStringLiteral("密码："));
   password_->setEchoMode(QLineEdit::Password);
@@ -96,6 +98,7 @@ void AccountDialog::fill(const AccountRecord& r) {
   smtp_->setText(r.smtp);
   smtpPort_->setValue(r.smtpPort);
   pop3_->setText(r.pop3);
+  pop3Port_->setValue(r.pop3Port);
   userName_->setText(r.userName);
   password_->setText(r.hasPassword ? kPasswordMask : QString());  // setText clears "modified"
   keepOnServer_->setChecked(r.keepOnServer);
@@ -115,6 +118,7 @@ AccountRecord AccountDialog::record() const {
   r.smtp = smtp_->text().trimmed();
   r.smtpPort = smtpPort_->value();
   r.pop3 = pop3_->text().trimmed();
+  r.pop3Port = pop3Port_->value();
   r.userName = userName_->text();
   r.passwordChanged = password_->isModified();
   r.newPassword = r.passwordChanged ? password_->text() : QString();

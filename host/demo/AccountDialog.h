@@ -36,6 +36,7 @@ class AccountDialog : public QDialog {
   QLineEdit* smtp_ = nullptr;
   QSpinBox* smtpPort_ = nullptr;
   QLineEdit* pop3_ = nullptr;
+  QSpinBox* pop3Port_ = nullptr;
   QLineEdit* userName_ = nullptr;
   QLineEdit* password_ = nullptr;
   QCheckBox* keepOnServer_ = nullptr;

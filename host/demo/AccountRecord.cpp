@@ -7,7 +7,8 @@ namespace {
 
 const QString kColumns = QStringLiteral(
     "A.maid,A.masmtptype,maname,mausername,masmtpservername,mareplyemailaddress,masmtpport,"
-    "mafromname,mafromemailaddress,mapop3servername,maisnotdelete,maisafterdaydelete,madeleteday,"
+    "mafromname,mafromemailaddress,mapop3servername,mapop3port,maisnotdelete,maisafterdaydelete,"
+    "madeleteday,"
     "maisout,maisdefault,case when coalesce(mapassword,'')='' then 0 else 1 end as haspassword");
 
 bool isHostName(const QString& text) {
@@ -38,6 +39,8 @@ AccountRecord fromRow(const IRecordset& rs) {
   r.fromName = rs.text(QStringLiteral("mafromname"));
   r.fromAddress = rs.text(QStringLiteral("mafromemailaddress"));
   r.pop3 = rs.text(QStringLiteral("mapop3servername"));
+  const int pop3Port = int(number(rs, QStringLiteral("mapop3port")));
+  r.pop3Port = pop3Port > 0 ? pop3Port : 110;
   r.keepOnServer = number(rs, QStringLiteral("maisnotdelete")) == 1;  // the module's own test
   r.deleteAfterDays = number(rs, QStringLiteral("maisafterdaydelete")) != 0;
   r.deleteDays = int(number(rs, QStringLiteral("madeleteday")));
@@ -82,6 +85,8 @@ QString validateAccount(const AccountRecord& r) {
   if (!r.replyTo.isEmpty() && !isAddress(r.replyTo))
     return QStringLiteral("答复地址“%1”不是有效的邮件地址！").arg(r.replyTo);
   if (!isHostName(r.pop3)) return QStringLiteral("POP3 服务器“%1”不是有效的主机名！").arg(r.pop3);
+  if (r.pop3Port < 1 || r.pop3Port > 65535)
+    return QStringLiteral("POP3 端口应在 1 到 65535 之间！");
   if (r.userName.trimmed().isEmpty()) return QStringLiteral("请输入登录用户名！");
   if (r.deleteDays < 0) return QStringLiteral("保留天数不能为负数！");
   return {};
@@ -106,6 +111,7 @@ QString saveAccountRecord(host::SqlHostSystem& host, const AccountRecord& r) {
                                r.fromName,
                                r.fromAddress,
                                r.pop3,
+                               r.pop3Port,
                                r.keepOnServer ? 1 : 0,
                                r.deleteAfterDays ? 1 : 0,
                                r.deleteDays,
@@ -121,15 +127,15 @@ QString saveAccountRecord(host::SqlHostSystem& host, const AccountRecord& r) {
   if (r.exists) {
     run(QStringLiteral("update mailaccount set maname=?,mausername=?,masmtpservername=?,"
                        "mareplyemailaddress=?,masmtpport=?,mafromname=?,mafromemailaddress=?,"
-                       "mapop3servername=?,maisnotdelete=?,maisafterdaydelete=?,madeleteday=?,"
-                       "maisout=?,maisdefault=? where maid=? and masmtptype=?"),
+                       "mapop3servername=?,mapop3port=?,maisnotdelete=?,maisafterdaydelete=?,"
+                       "madeleteday=?,maisout=?,maisdefault=? where maid=? and masmtptype=?"),
         fields + key);
   } else {
     run(QStringLiteral("insert into mailaccount(maname,mausername,masmtpservername,"
                        "mareplyemailaddress,masmtpport,mafromname,mafromemailaddress,"
-                       "mapop3servername,maisnotdelete,maisafterdaydelete,madeleteday,maisout,"
-                       "maisdefault,mapassword,maid,masmtptype) values "
-                       "(?,?,?,?,?,?,?,?,?,?,?,?,?,'',?,?)"),
+                       "mapop3servername,mapop3port,maisnotdelete,maisafterdaydelete,madeleteday,"
+                       "maisout,maisdefault,mapassword,maid,masmtptype) values "
+                       "(?,?,?,?,?,?,?,?,?,?,?,?,?,?,'',?,?)"),
         fields + key);
   }
   if (r.passwordChanged)

@@ -19,6 +19,7 @@ struct AccountRecord {
   QString userName;              // mausername
   QString replyTo;               // mareplyemailaddress
   QString pop3;                  // mapop3servername
+  int pop3Port = 110;            // mapop3port
   bool keepOnServer = false;     // maisnotdelete = 1
   bool deleteAfterDays = false;  // maisafterdaydelete
   int deleteDays = 0;            // madeleteday

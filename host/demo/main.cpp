@@ -11,6 +11,7 @@
 #include "DemoStore.h"
 #include "MainWindow.h"
 #include "ScriptedRun.h"
+#include "ShowMail.h"
 #include "support/Prompt.h"
 
 using namespace kvmail;
@@ -30,12 +31,14 @@ bool hasDisplay() {
   return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
-QString rewriteSmtpPort(host::SqlHostSystem& host, int port) {
+// --smtp-port and --pop3-port write the account's ports, as the account dialog would.
+QString rewritePorts(host::SqlHostSystem& host, int smtpPort, int pop3Port) {
   QString error;
   AccountRecord record = loadAccountRecord(host, &error);
   if (!error.isEmpty()) return error;
   if (!record.exists) return QStringLiteral("没有可修改的邮件帐户。");
-  record.smtpPort = port;
+  if (smtpPort > 0) record.smtpPort = smtpPort;
+  if (pop3Port > 0) record.pop3Port = pop3Port;
   return saveAccountRecord(host, record);
 }
 
@@ -67,7 +70,6 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");  // a scripted run needs no screen
   }
   if (scripted) qInstallMessageHandler(quietPlatformNotes);
-  if (options.pop3Port > 0) qputenv("KVMAIL_POP3_PORT", QByteArray::number(options.pop3Port));
 
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("kvhost"));
@@ -77,7 +79,8 @@ int main(int argc, char** argv) {
     QDir().mkpath(QFileInfo(options.store.sqlitePath).absolutePath());
   auto host = std::make_shared<host::SqlHostSystem>(options.store);
   QString error = openDemoStore(*host);
-  if (error.isEmpty() && options.smtpPort > 0) error = rewriteSmtpPort(*host, options.smtpPort);
+  if (error.isEmpty() && (options.smtpPort > 0 || options.pop3Port > 0))
+    error = rewritePorts(*host, options.smtpPort, options.pop3Port);
   if (!error.isEmpty()) {
     prompt().messageBox(QStringLiteral("无法打开数据库：") + error, QStringLiteral("错误："),
                         PromptIcon::Critical);
@@ -85,7 +88,10 @@ int main(int argc, char** argv) {
   }
 
   MainWindow window(host, kDemoProgId);
-  if (scripted) return runScripted(window, options.command, options.timeoutSeconds, out);
+  if (options.command == QLatin1String("show"))
+    return runShow(window, options.showId, options.saveAttachmentsDir, out);
+  if (scripted)
+    return runScripted(window, options.command, options.timeoutSeconds, out, options.compose);
 
   QObject::connect(&window, &MainWindow::closed, &app, &QApplication::quit);
   window.show();

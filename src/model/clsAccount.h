@@ -19,6 +19,8 @@ class clsAccount {
   QString sReplyTo;
   long lSmtpPort = 0;
   QString sPop3;
+  // Read from an optional column of the host's account table; 0 means the standard port (110).
+  long lPop3Port = 0;
   bool bIsDelete = false;
   bool bIsAfterdayDelete = false;
   long lDeleteDay = 0;

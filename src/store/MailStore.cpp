@@ -136,13 +136,22 @@ QList<long> MailStore::storeComposed(const QList<ComposedMail>& mails,
   return keys;
 }
 
-BundlePtr MailStore::readSendQueue() const {
-  QString error;
-  const auto rs = host_.openQuery(sql::sendQueue(), &error);
-  if (!rs) throw MailError(MailError::InvalidArgument, QString(), error);
+QList<long> MailStore::queuedMailIds(QString* error) const {
   QList<long> ids;
+  const auto rs = host_.openQuery(sql::sendQueue(), error);
+  if (!rs) {
+    if (error && error->isEmpty()) *error = QStringLiteral("无法读取待发邮件。");
+    return ids;
+  }
   for (; !rs->atEnd(); rs->moveNext()) ids.append(vbLong(rs->text(sql::mailKey())));
   rs->close();
+  return ids;
+}
+
+BundlePtr MailStore::readSendQueue() const {
+  QString error;
+  const QList<long> ids = queuedMailIds(&error);
+  if (!error.isEmpty()) throw MailError(MailError::InvalidArgument, QString(), error);
 
   auto bundle = std::make_shared<clsBundle>();
   for (const long id : ids) {

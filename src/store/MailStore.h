@@ -102,6 +102,8 @@ class MailStore {
   // carries its key; attachments are saved under a folder of each mail's own. Raises MailError
   // when the queue cannot be read.
   BundlePtr readSendQueue() const;
+  // The keys of the queued mail, newest first; nothing (and *error) when the query fails.
+  QList<long> queuedMailIds(QString* error = nullptr) const;
   // Marks a mail sent through a server; the host's error text, empty on success.
   QString markSent(const QString& smtpServer, long mailId) const;
 
@@ -128,6 +130,8 @@ class MailStore {
   QStringList knownAddresses(QString* error = nullptr) const;
 
  private:
+  void readOptionalSettings(const QString& query, clsAccount& account) const;
+
   IHostSystem& host_;
 };
 

@@ -58,6 +58,17 @@ QString defaultAccount() {
   return kAccountColumns + QStringLiteral(" from mailaccount where maisdefault=1");
 }
 
+QString accountSettingsForUser(const QString& userId) {
+  return QStringLiteral(
+             "select * from mailaccount A left join mailaccountuser B on A.maid=B.maid and "
+             "A.masmtptype=B.masmtptype where UserID=") +
+         userId;
+}
+
+QString defaultAccountSettings() {
+  return QStringLiteral("select * from mailaccount where maisdefault=1");
+}
+
 QString templateFields(long progId) {
   return QStringLiteral("select [to],cc,bcc,subject from MailTemplet where progID=") + num(progId);
 }

@@ -77,6 +77,10 @@ QString dateText(const QDateTime& when);
 
 QString accountForUser(const QString& userId);
 QString defaultAccount();
+// The same rows with every column, for the optional settings a host's table may carry
+// (mapop3port); a table without them gives the plain behaviour.
+QString accountSettingsForUser(const QString& userId);
+QString defaultAccountSettings();
 QString templateFields(long progId);
 QString sendQueue();
 QString addressBook();

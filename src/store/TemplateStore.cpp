@@ -11,8 +11,13 @@
 namespace kvmail {
 
 bool MailStore::loadAccount(clsAccount& account) const {
-  auto rs = host_.openQuery(sql::accountForUser(host_.currentUserId()));
-  if (!rs || rs->isEmpty()) rs = host_.openQuery(sql::defaultAccount());
+  const QString user = host_.currentUserId();
+  bool own = true;
+  auto rs = host_.openQuery(sql::accountForUser(user));
+  if (!rs || rs->isEmpty()) {
+    own = false;
+    rs = host_.openQuery(sql::defaultAccount());
+  }
   if (!rs || rs->isEmpty()) return false;
 
   const auto field = [&rs](const char* column) { return rs->text(QString::fromLatin1(column)); };
@@ -30,7 +35,21 @@ bool MailStore::loadAccount(clsAccount& account) const {
   account.bIsAfterdayDelete = vbVal(field("maisafterdaydelete")) != 0;
   account.lDeleteDay = vbLong(field("madeleteday"));
   account.bIsOut = vbVal(field("maisout")) != 0;
+  readOptionalSettings(own ? sql::accountSettingsForUser(user) : sql::defaultAccountSettings(),
+                       account);
   return true;
+}
+
+void MailStore::readOptionalSettings(const QString& query, clsAccount& account) const {
+  account.lPop3Port = 0;
+  const auto rs = host_.openQuery(query);
+  if (!rs || rs->isEmpty()) return;
+  const auto number = [&rs](const char* column) {
+    const QString name = QString::fromLatin1(column);
+    return rs->hasField(name) ? vbLong(rs->text(name)) : 0;
+  };
+  const long port = number("mapop3port");
+  account.lPop3Port = port > 0 && port < 65536 ? port : 0;
 }
 
 TemplateContent MailStore::readTemplate(long progId) const {

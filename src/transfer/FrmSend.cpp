@@ -130,12 +130,7 @@ void FrmSend::buildUi() {
 
 void FrmSend::py_Init(const BundlePtr& bundle, IHostSystem* system, const AccountPtr& account,
                       bool sendOnly, const QString& caption) {
-  if (run_->isBusy()) {
-    show();
-    raise();
-    return;
-  }
-  if (!caption.isEmpty()) setWindowTitle(caption);
+  if (!run_->isBusy() && !caption.isEmpty()) setWindowTitle(caption);
   show();
   raise();
   run_->start(bundle, system, account, sendOnly);

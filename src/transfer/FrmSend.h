@@ -35,8 +35,8 @@ class FrmSend : public QWidget, public ITransferView {
   explicit FrmSend(QWidget* parent = nullptr);
   ~FrmSend() override;
 
-  // Called by the service: keeps the arguments, shows the window and starts the tasks. A run
-  // under way goes on (its loop may be on the stack) and the window comes forward.
+  // Called by the service: keeps the arguments, shows the window and starts the tasks. During a
+  // run the window comes forward and the request waits for the run to end.
   void py_Init(const BundlePtr& bundle, IHostSystem* system, const AccountPtr& account,
                bool sendOnly, const QString& caption);
   void StartTasks();

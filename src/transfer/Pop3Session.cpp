@@ -27,9 +27,6 @@ Pop3Session::Pop3Session(ITransferView& view, IMailboxPolicy& mailbox, const cls
       mailbox_(mailbox),
       account_(account),
       link_(new Pop3Link(this)) {
-  bool ok = false;
-  const int envPort = qEnvironmentVariableIntValue("KVMAIL_POP3_PORT", &ok);
-  port_ = ok && envPort > 0 && envPort < 65536 ? quint16(envPort) : quint16(110);
   stallTimer_.setSingleShot(true);
   connect(&stallTimer_, &QTimer::timeout, this, &Pop3Session::onStalled);
   link_->setHandler([this](const QByteArray& arrival) { handleArrival(arrival); });
@@ -52,7 +49,8 @@ void Pop3Session::ConnectPop3() {
   view_.setCaption(QStringLiteral("正在连接到") + account_.sName + QStringLiteral("...") + kCrLf +
                    kCrLf + QStringLiteral("已连接..."));
   if (stallMs_ > 0) stallTimer_.start(stallMs_);
-  link_->connectTo(account_.sPop3, port_);
+  // The account's port when its table carries one, else the standard one.
+  link_->connectTo(account_.sPop3, account_.lPop3Port > 0 ? quint16(account_.lPop3Port) : 110);
 }
 
 void Pop3Session::handleArrival(const QByteArray& reply) {
@@ -60,6 +58,7 @@ void Pop3Session::handleArrival(const QByteArray& reply) {
   if (!reply.startsWith('+') && plStage_ != Pop3Stage::MessageText) {
     link_->close();
     const QString text = QStringLiteral("POP3 Error: ") + QString::fromUtf8(reply);
+    pauseStallGuard();  // a box left open is the user's time, not the server's
     view_.ask(text, QStringLiteral("POP3 Error"), PromptIcon::Exclamation);
     view_.WriteLog(text, 1);
     endSession(Pop3End::Refused, text);
@@ -194,8 +193,13 @@ void Pop3Session::stageMessageText(const QByteArray& reply) {
     nextMessage(true);
     return;
   }
+  // Storing may ask the user (and the host may show its own boxes when told a mail arrived): the
+  // server is not waited for meanwhile.
+  pauseStallGuard();
+  const bool stored = mailbox_.store(std::move(text), psUIDL_);
+  if (!running_) return;
   // Deleted on the server only after its row and file are stored.
-  if (mailbox_.store(std::move(text), psUIDL_) && mailbox_.deleteAfterStore()) {
+  if (stored && mailbox_.deleteAfterStore()) {
     sendDele();
     return;
   }
@@ -241,12 +245,30 @@ void Pop3Session::onLinkFailed(int number, const QString& description) {
   endSession(Pop3End::SocketError, text);
 }
 
+void Pop3Session::pauseStallGuard() {
+  stallTimer_.stop();  // send() starts it again with the next command
+}
+
+QString Pop3Session::stallReason() const {
+  const QString seconds = QString::number(stallMs_ / 1000.0, 'g', 4);
+  const QString n = QString::number(ptBox_.iIndex);
+  if (plStage_ == Pop3Stage::MessageText && ptBox_.sBuffer.startsWith('-')) {
+    const qsizetype eol = ptBox_.sBuffer.indexOf('\n');
+    const QString line = QString::fromUtf8(ptBox_.sBuffer.left(eol < 0 ? 200 : eol)).trimmed();
+    return QStringLiteral("服务器拒绝发送第") + n + QStringLiteral("封邮件：") + line +
+           QStringLiteral("（等待") + seconds + QStringLiteral("秒后已断开连接）");
+  }
+  if (plStage_ == Pop3Stage::MessageText && !ptBox_.sBuffer.isEmpty())
+    return QStringLiteral("接收第") + n + QStringLiteral("封邮件时，服务器") + seconds +
+           QStringLiteral("秒内没有继续发送，已断开连接。");
+  return QStringLiteral("服务器") + seconds + QStringLiteral("秒内没有响应，已断开连接。");
+}
+
 void Pop3Session::onStalled() {
   if (!running_) return;
   // Sturdier than the original, which waited for ever: a silent server ends the session.
   link_->abort();
-  const QString reason = QStringLiteral("服务器") + QString::number(stallMs_ / 1000) +
-                         QStringLiteral("秒内没有响应，已断开连接。");
+  const QString reason = stallReason();
   view_.WriteLog(reason, 1);
   endSession(Pop3End::Stalled, reason);
 }

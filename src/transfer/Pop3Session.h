@@ -51,8 +51,6 @@ class Pop3Session : public QObject {
               QObject* parent = nullptr);
   ~Pop3Session() override;
 
-  // The server port: 110 unless KVMAIL_POP3_PORT or setPort says otherwise (tests, tunnels).
-  void setPort(quint16 port) { port_ = port; }
   // A retrieval silent this long ends the session as failed (0 turns the guard off).
   void setStallTimeout(int milliseconds) { stallMs_ = milliseconds; }
   // The task row (1-based) whose text shows the mailbox totals.
@@ -73,6 +71,10 @@ class Pop3Session : public QObject {
   void handleArrival(const QByteArray& reply);
   void onLinkFailed(int number, const QString& description);
   void onStalled();
+  void pauseStallGuard();
+  // Why a silent session ended, by what had happened: a refused retrieval, a message that
+  // stopped half-way, or no answer at all.
+  QString stallReason() const;
   void setStage(Pop3Stage stage);
 
   void stageGreeting();
@@ -90,7 +92,6 @@ class Pop3Session : public QObject {
   const clsAccount& account_;
   Pop3Link* link_;
   QTimer stallTimer_;
-  quint16 port_;
   int stallMs_ = 120000;
   int taskRow_ = 1;
 

@@ -37,6 +37,18 @@ bool ReceiveMailbox::deleteStoredNow(const QString& receiveTime) const {
   return account_.lDeleteDay > days;
 }
 
+void ReceiveMailbox::tell(const QString& error, const QString& title, PromptIcon icon) {
+  ++refused_;
+  view_.addErrorRow(QStringLiteral("无法保存收到的邮件：") + error.trimmed());
+  // One box per session: a store that refuses every mail must not bury the user in boxes.
+  if (told_) {
+    view_.WriteLog(title + error, 1);
+    return;
+  }
+  told_ = true;
+  view_.ask(error, title, icon);
+}
+
 bool ReceiveMailbox::store(QByteArray text, const QString& uidl) {
   const QString path = tempFilePath(QStringLiteral("temp.eml"));
   view_.WriteLog(QStringLiteral("正在写文件:") + path, 1);
@@ -69,14 +81,16 @@ bool ReceiveMailbox::store(QByteArray text, const QString& uidl) {
   switch (failure.step) {
     case StoreStep::None:
       break;
-    case StoreStep::Key:
-      view_.ask(failure.error, QStringLiteral("提示："), PromptIcon::Information);
-      return false;
     case StoreStep::File:
+      ++refused_;
       view_.WriteLog(QStringLiteral("保存邮件内容失败:") + path, 1);
+      view_.addErrorRow(QStringLiteral("保存邮件内容失败:") + path);
+      return false;
+    case StoreStep::Key:
+      tell(failure.error, QStringLiteral("提示："), PromptIcon::Information);
       return false;
     default:
-      view_.ask(failure.error, QStringLiteral("错误："), PromptIcon::Critical);
+      tell(failure.error, QStringLiteral("错误："), PromptIcon::Critical);
       return false;
   }
   QFile::remove(path);

@@ -5,6 +5,7 @@
 
 #include "model/clsAccount.h"
 #include "store/MailStore.h"
+#include "support/Prompt.h"
 #include "transfer/MailboxPolicy.h"
 
 namespace kvmail {
@@ -29,14 +30,20 @@ class ReceiveMailbox : public QObject, public IMailboxPolicy {
   bool SaveReceivedMail(QByteArray text, const QString& uidl) {
     return store(std::move(text), uidl);
   }
+  // How many retrieved mails the store could not take this session.
+  int refusedCount() const { return refused_; }
 
  Q_SIGNALS:
   void EvMailRead(long mailId);
 
  private:
+  void tell(const QString& error, const QString& title, PromptIcon icon);
+
   ITransferView& view_;
   MailStore store_;
   const clsAccount& account_;
+  bool told_ = false;
+  int refused_ = 0;
 };
 
 }  // namespace kvmail

@@ -92,15 +92,26 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
               vbLong(message->Priority()));
 
       if (success_) {
-        ++sent_;
         message->setMessageID(account_.sSmtp);  // the column records the server it went through
         const QString error = store_->markSent(account_.sSmtp, message->ID());
+        if (!error.isEmpty()) {
+          // The store refused the mark: no more mail goes out. The mail that went out is still
+          // queued and goes again next time, so it counts as failed, like the rest not sent now.
+          view_.WriteLog(error, 1);
+          failed_ += int(n - i + 1);
+          const QString reason = QStringLiteral(
+                                     "第%1封邮件已发出，但无法标记为已发送（%2），"
+                                     "下次发送时会再次发出；其余%3封邮件未发送。")
+                                     .arg(i)
+                                     .arg(error.trimmed())
+                                     .arg(n - i);
+          view_.addErrorRow(reason);
+          view_.WriteLog(reason, 1);
+          break;
+        }
+        ++sent_;
         view_.setTaskInfo(row, QStringLiteral("已发送 ") + QString::number(sent_) +
                                    QStringLiteral("/") + QString::number(n));
-        if (!error.isEmpty()) {
-          view_.WriteLog(error, 1);
-          break;  // the store refused the mark: no more mail goes out
-        }
         Q_EMIT ReturnData(message->ID());
       } else {
         ++failed_;

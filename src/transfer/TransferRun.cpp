@@ -2,8 +2,13 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QSet>
+#include <QTimer>
 
 #include "model/IBundle.h"
+#include "model/IMessage.h"
+#include "model/clsBundle.h"
+#include "store/MailStore.h"
 #include "transfer/ReceiveMailbox.h"
 #include "transfer/SendEngine.h"
 #include "transfer/TransferView.h"
@@ -29,6 +34,12 @@ TransferRun::~TransferRun() = default;
 
 void TransferRun::start(const BundlePtr& bundle, IHostSystem* system, const AccountPtr& account,
                         bool sendOnly) {
+  if (isBusy()) {
+    // The run's loop may be on the stack: the request waits for it instead of being dropped.
+    wait(Request{bundle, system, account, sendOnly});
+    view_.WriteLog(QStringLiteral("已有任务正在执行，新的请求将在其完成后开始。"), 1);
+    return;
+  }
   bundle_ = bundle;
   system_ = system;
   poAccount_ = account;
@@ -70,8 +81,48 @@ void TransferRun::StartTasks() {
     StartReceive();
   } else {
     endRun();
-    closeWhenDone();
   }
+}
+
+void TransferRun::wait(Request request) {
+  if (!waiting_) {
+    waiting_ = std::move(request);
+    return;
+  }
+  // Joined: every mail either asked to send, and a receive when either asked for one.
+  Request& joined = *waiting_;
+  joined.system = request.system;
+  joined.account = request.account;
+  joined.sendOnly = joined.sendOnly && request.sendOnly;
+  if (!request.bundle || request.bundle->Count() == 0) return;
+  if (!joined.bundle) {
+    joined.bundle = request.bundle;
+    return;
+  }
+  QSet<long> have;
+  for (long i = 1; i <= joined.bundle->Count(); ++i)
+    have.insert(joined.bundle->Item(IndexKey(i))->ID());
+  for (long i = 1; i <= request.bundle->Count(); ++i) {
+    const MessagePtr m = request.bundle->Item(IndexKey(i));
+    if (m->ID() <= 0 || !have.contains(m->ID())) joined.bundle->AddMessage(m);
+  }
+}
+
+void TransferRun::startWaiting() {
+  if (!waiting_ || isBusy()) return;
+  Request request = std::move(*waiting_);
+  waiting_.reset();
+  // Mail sent by the run that just ended is no longer queued: it must not go out twice.
+  BundlePtr bundle = std::make_shared<clsBundle>();
+  if (request.bundle && request.bundle->Count() > 0 && request.system) {
+    const QList<long> queued = MailStore(*request.system).queuedMailIds();
+    for (long i = 1; i <= request.bundle->Count(); ++i) {
+      const MessagePtr m = request.bundle->Item(IndexKey(i));
+      if (m->ID() <= 0 || queued.contains(m->ID())) bundle->AddMessage(m);
+    }
+  }
+  if (bundle->Count() == 0 && request.sendOnly) return;  // nothing left to do
+  start(bundle, request.system, request.account, request.sendOnly);
 }
 
 void TransferRun::StartReceive() {
@@ -97,8 +148,11 @@ void TransferRun::StartReceive() {
 void TransferRun::onReceiveEnded(Pop3End how, const QString& reason) {
   if (how == Pop3End::Finished) FinishReceive();
   if (how == Pop3End::Stalled) FailReceive(reason);
+  if (how == Pop3End::SocketError || how == Pop3End::Refused) showBrokenReceive(reason);
   receiving_ = false;
-  if (how != Pop3End::Finished || !view_.isStopEnabled()) runOk_ = false;
+  // A mail the store refused stays on the server for next time, but this run did not get it.
+  if (how != Pop3End::Finished || !view_.isStopEnabled() || mailbox_->refusedCount() > 0)
+    runOk_ = false;
   endRun();
 }
 
@@ -119,7 +173,6 @@ void TransferRun::FinishReceive() {
   setRowDone(plTaskRow_, !view_.isStopEnabled());
   updateSummary();
   view_.refresh();
-  closeWhenDone();
   finished_ = true;
 }
 
@@ -130,6 +183,18 @@ void TransferRun::FailReceive(const QString& reason) {
   view_.setCaption(kErrorCaption);
   view_.showErrorPage(true);
   view_.setTaskState(plTaskRow_, QStringLiteral("失败"));
+  updateSummary();
+  view_.refresh();
+  finished_ = true;
+}
+
+void TransferRun::showBrokenReceive(const QString& reason) {
+  if (finished_) return;
+  // The row keeps its "正在执行", as it always did; the rest of the window says what happened.
+  view_.stopAnimation();
+  view_.addErrorRow(reason.trimmed());
+  view_.setCaption(kErrorCaption);
+  view_.showErrorPage(true);
   updateSummary();
   view_.refresh();
   finished_ = true;
@@ -182,7 +247,10 @@ void TransferRun::endRun() {
   if (isBusy()) return;
   view_.setStopEnabled(false);  // nothing left to stop
   view_.refresh();
+  closeWhenDone();
   Q_EMIT TasksEnded(runOk_);
+  // A request that waited starts once this run's loops are off the stack.
+  if (waiting_) QTimer::singleShot(0, this, &TransferRun::startWaiting);
 }
 
 void TransferRun::closeWhenDone() {

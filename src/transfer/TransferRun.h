@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 #include "model/ModelTypes.h"
 #include "model/clsAccount.h"
@@ -24,9 +25,11 @@ class TransferRun : public QObject {
   explicit TransferRun(ITransferView& view, QObject* parent = nullptr);
   ~TransferRun() override;
 
-  // Keeps the arguments and starts the tasks.
+  // Keeps the arguments and starts the tasks. A request made while a run is under way waits and
+  // starts when it ends (requests that wait together are joined into one run).
   void start(const BundlePtr& bundle, IHostSystem* system, const AccountPtr& account,
              bool sendOnly);
+  bool hasWaitingRequest() const { return waiting_.has_value(); }
   void StartTasks();
   void StartReceive();
   // Ends the receive task normally (after the QUIT reply), or as failed with a reason.
@@ -59,7 +62,16 @@ class TransferRun : public QObject {
   void TasksEnded(bool ok);
 
  private:
+  struct Request {
+    BundlePtr bundle;
+    IHostSystem* system = nullptr;
+    AccountPtr account;
+    bool sendOnly = true;
+  };
+  void wait(Request request);
+  void startWaiting();
   void onReceiveEnded(Pop3End how, const QString& reason);
+  void showBrokenReceive(const QString& reason);
   void endRun();
   void closeWhenDone();
   void setRowDone(int row, bool cancelled);
@@ -76,6 +88,7 @@ class TransferRun : public QObject {
   bool receiving_ = false;
   bool runOk_ = true;
   int stallMs_ = 120000;
+  std::optional<Request> waiting_;
 
   std::unique_ptr<SendEngine> sender_;
   std::unique_ptr<ReceiveMailbox> mailbox_;

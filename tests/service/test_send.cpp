@@ -29,12 +29,11 @@ class SendQueue : public ::testing::Test {
     ASSERT_TRUE(kvtest::clearMailbox(QStringLiteral("t12")));
     rig.seedAccount(true, false, QStringLiteral("发送测试"));
     rig.host->executeBound(
-        QStringLiteral("update mailaccount set masmtpport=?, mausername=?, mapassword=?"),
-        {servers.smtpPort, kUser, servers.password});
-    qputenv("KVMAIL_POP3_PORT", QByteArray::number(servers.pop3Port));
+        QStringLiteral(
+            "update mailaccount set masmtpport=?, mapop3port=?, mausername=?, mapassword=?"),
+        {servers.smtpPort, servers.pop3Port, kUser, servers.password});
     ASSERT_TRUE(rig.mail->Init(rig.host, 1));
   }
-  void TearDown() override { qunsetenv("KVMAIL_POP3_PORT"); }
 
   kvmail::OutgoingMail mail(const QString& subject, const QString& to) {
     kvmail::OutgoingMail m;
@@ -208,6 +207,19 @@ TEST_F(SendQueue, AFailingMarkStopsTheLoopWithoutReturnData) {
   EXPECT_EQ(kvtest::listMails(kUser).size(), 1);
   EXPECT_EQ(value(QStringLiteral("select messageID from msgmail where 邮件ID=%1").arg(newest)),
             QString());
+  // Nobody is told it went well: the row, the error list, the caption and the end all say so.
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(rowState(), QStringLiteral("失败"));
+  ASSERT_EQ(errorRows(), 1);
+  const QString reason = rig.mail->transferWindow()
+                             ->findChild<QTreeWidget*>(QStringLiteral("LV(1)"))
+                             ->topLevelItem(0)
+                             ->text(0);
+  EXPECT_TRUE(reason.startsWith(QStringLiteral("第1封邮件已发出，但无法标记为已发送（")))
+      << reason.toStdString();
+  EXPECT_TRUE(reason.endsWith(QStringLiteral("下次发送时会再次发出；其余1封邮件未发送。")));
+  EXPECT_EQ(rig.mail->transferWindow()->captionText(),
+            QStringLiteral("处理请求的任务时出错。请复查下列错误列表以获取详细信息"));
 }
 
 TEST_F(SendQueue, StopEndsTheRunBetweenMails) {

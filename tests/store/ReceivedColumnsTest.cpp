@@ -2,16 +2,12 @@
 // back decoded once, with every sender and recipient form servers send.
 #include <gtest/gtest.h>
 
-#include <QTemporaryDir>
-
-#include "HostStore.h"
 #include "QtPrinters.h"
+#include "StoreRig.h"
 #include "store/MailStore.h"
 
 using kvmail::MailStore;
 using kvmail::ReceivedMail;
-using kvmail::host::HostOptions;
-using kvmail::host::SqlHostSystem;
 
 namespace {
 
@@ -19,8 +15,10 @@ QByteArray hex(const char* h) {
   return QByteArray::fromHex(h);
 }
 
+// 发件人, 发件人邮箱, 主题, 收件人邮箱, 收件人, [E-MAIL]
 struct Columns {
   QString fromName, fromAddress, subject, toAddresses, toNames, email;
+  QStringList list() const { return {fromName, fromAddress, subject, toAddresses, toNames, email}; }
 };
 
 struct Case {
@@ -29,17 +27,10 @@ struct Case {
   Columns expected;
 };
 
-class ReceivedColumns : public ::testing::Test {
+class ReceivedColumns : public kvtest::StoreTest {
  protected:
-  void SetUp() override {
-    const QString db = dir_.filePath(QStringLiteral("store.db"));
-    kvmail::host::createStore(db);
-    host_ = std::make_unique<SqlHostSystem>(HostOptions::sqlite(db));
-    ASSERT_EQ(host_->open(), QString());
-  }
-
   // Stores the mail the way the receive session does and reads its header columns back.
-  Columns storeAndRead(const QByteArray& headers, const QString& uidl) {
+  QStringList storeAndRead(const QByteArray& headers, const QString& uidl) {
     ReceivedMail mail;
     mail.bytes = headers + "\r\nbody\r\n";
     mail.size = mail.bytes.size();
@@ -48,18 +39,13 @@ class ReceivedColumns : public ::testing::Test {
     mail.header = kvmail::readMailBytes(mail.bytes, QStringLiteral("gb2312"),
                                         kvmail::MimeParts::StructureOnly);
     kvmail::StoreFailure failure;
-    const long id = MailStore(*host_).storeReceived(mail, &failure);
+    const long id = MailStore(*rig.host).storeReceived(mail, &failure);
     EXPECT_GT(id, 0) << uidl.toStdString() << " " << failure.error.toStdString();
-    const auto rs = host_->openQuery(
+    return rig.row(
         QStringLiteral("select 发件人,发件人邮箱,主题,收件人邮箱,收件人,[E-MAIL] from msgmail "
                        "where 邮件ID=%1")
             .arg(id));
-    if (!rs || rs->atEnd()) return {};
-    return {rs->text(0), rs->text(1), rs->text(2), rs->text(3), rs->text(4), rs->text(5)};
   }
-
-  QTemporaryDir dir_;
-  std::unique_ptr<SqlHostSystem> host_;
 };
 
 }  // namespace
@@ -140,14 +126,7 @@ TEST_F(ReceivedColumns, HeaderFormsOfRealMailAreStoredDecoded) {
         {}}},
   };
   int n = 0;
-  for (const Case& c : cases) {
-    const Columns got = storeAndRead(c.headers, QStringLiteral("uidl-%1").arg(++n));
-    const Columns& want = c.expected;
-    EXPECT_EQ(got.fromName, want.fromName) << c.what;
-    EXPECT_EQ(got.fromAddress, want.fromAddress) << c.what;
-    EXPECT_EQ(got.subject, want.subject) << c.what;
-    EXPECT_EQ(got.toAddresses, want.toAddresses) << c.what;
-    EXPECT_EQ(got.toNames, want.toNames) << c.what;
-    EXPECT_EQ(got.email, want.email) << c.what;
-  }
+  for (const Case& c : cases)
+    EXPECT_EQ(storeAndRead(c.headers, QStringLiteral("uidl-%1").arg(++n)), c.expected.list())
+        << c.what;
 }

@@ -4,6 +4,8 @@
 #include <QList>
 #include <QStringList>
 
+#include <functional>
+
 #include "transfer/TransferView.h"
 
 namespace kvtest {
@@ -22,6 +24,8 @@ class FakeTransferView : public kvmail::ITransferView {
   int progressMin = 0, progressMax = 100, progress = 0;
   bool stopEnabled = true, closeChecked = false, hidden = false, errorPage = false;
   QStringList animations;  // "ReceiveMail" while playing, "-" when stopped
+  // Runs while a question is open, as a user who takes their time would leave it open.
+  std::function<void()> whileAsked;
 
   QString logText() const { return log.join(QLatin1Char('\n')); }
 
@@ -81,6 +85,7 @@ class FakeTransferView : public kvmail::ITransferView {
   void hideWindow() override { hidden = true; }
   kvmail::PromptAnswer ask(const QString& text, const QString& title, kvmail::PromptIcon icon,
                            kvmail::PromptButtons buttons) override {
+    if (whileAsked) whileAsked();
     return kvmail::prompt().messageBox(text, title, icon, buttons);
   }
   void refresh() override {}

@@ -2,6 +2,7 @@
 // name, passes its buttons on, and a second opening during a run leaves the run alone.
 #include <gtest/gtest.h>
 
+#include <QCheckBox>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -72,7 +73,18 @@ TEST(FrmSend, DetailsToggleHidesAndShowsTheLists) {
   EXPECT_TRUE(tabs->isVisible());
 }
 
-TEST(FrmSend, OpeningAgainDuringARunLeavesTheRunAlone) {
+TEST(FrmSend, TickedCloseWhenDoneClosesTheWindowAfterReceiving) {
+  FakePop3Server server;
+  server.setHandler(FakePop3Server::mailbox({kvtest::sampleMail(QStringLiteral("关"))}, {"c1"}));
+  WindowRun w;
+  w.rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+  w.control<QCheckBox>("Chk")->setChecked(true);
+  ASSERT_TRUE(w.receive());
+  EXPECT_TRUE(w.window.lastRunOk());
+  EXPECT_FALSE(w.window.isVisible());
+}
+
+TEST(FrmSend, OpeningAgainDuringARunWaitsForTheRun) {
   FakePop3Server server;
   const QByteArray mail = kvtest::sampleMail(QStringLiteral("慢"), QByteArray(6000, 'y') + "\r\n");
   const auto mailbox = FakePop3Server::mailbox({mail, mail}, {"s1", "s2"});
@@ -87,13 +99,19 @@ TEST(FrmSend, OpeningAgainDuringARunLeavesTheRunAlone) {
   WindowRun w;
   w.rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
   int reopened = 0;
-  QObject::connect(&w.window, &kvmail::FrmSend::EvMailRead, &w.window, [&] {
+  const auto during = QObject::connect(&w.window, &kvmail::FrmSend::EvMailRead, &w.window, [&] {
     ++reopened;
     w.window.py_Init(nullptr, &w.rig.host(), w.rig.accountPtr(), false, QStringLiteral("again"));
   });
+  QSignalSpy ended(&w.window, &kvmail::FrmSend::TasksEnded);
   ASSERT_TRUE(w.receive());
+  QObject::disconnect(during);
   EXPECT_TRUE(w.window.lastRunOk());
   EXPECT_EQ(reopened, 2);
   EXPECT_EQ(w.rig.count(), 2);
   EXPECT_EQ(w.window.windowTitle(), QStringLiteral("邮件接收"));
+  // The two requests made meanwhile were joined into one run, which started after the first.
+  ASSERT_TRUE(ended.size() >= 2 || ended.wait(10000));
+  EXPECT_EQ(ended.size(), 2);
+  EXPECT_EQ(w.rig.count(), 2);  // nothing was fetched twice
 }

@@ -292,8 +292,8 @@ TEST(Pop3Session, AMailTheMailboxCouldNotStoreStaysOnTheServer) {
   account.sPop3 = QStringLiteral("127.0.0.1");
   account.sUserName = QStringLiteral("u");
   account.sPassword = QStringLiteral("p");
+  account.lPop3Port = server.port();
   kvmail::Pop3Session session(view, mailbox, account);
-  session.setPort(server.port());
   QSignalSpy ended(&session, &kvmail::Pop3Session::ended);
   session.ConnectPop3();
   ASSERT_TRUE(ended.wait(10000));

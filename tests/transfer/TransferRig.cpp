@@ -2,6 +2,8 @@
 
 #include <QFile>
 #include <QSignalSpy>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 
 #include "HostStore.h"
 #include "store/HostSystem.h"
@@ -11,7 +13,6 @@ namespace kvtest {
 
 TransferRig::TransferRig() {
   oldTmp_ = qgetenv("TMPDIR");
-  oldPort_ = qgetenv("KVMAIL_POP3_PORT");
   qputenv("TMPDIR", dir_.path().toUtf8());
   const QString db = dir_.filePath(QStringLiteral("store.db"));
   kvmail::host::createStore(db);
@@ -35,14 +36,10 @@ TransferRig::~TransferRig() {
     qunsetenv("TMPDIR");
   else
     qputenv("TMPDIR", oldTmp_);
-  if (oldPort_.isNull())
-    qunsetenv("KVMAIL_POP3_PORT");
-  else
-    qputenv("KVMAIL_POP3_PORT", oldPort_);
 }
 
 void TransferRig::usePop3(quint16 port, const QString& user, const QString& password) {
-  qputenv("KVMAIL_POP3_PORT", QByteArray::number(port));
+  account_->lPop3Port = port;
   account_->sPop3 = QStringLiteral("127.0.0.1");
   account_->sUserName = user;
   account_->sPassword = password;
@@ -58,6 +55,18 @@ bool TransferRig::run(const kvmail::BundlePtr& bundle, bool sendOnly, int timeou
   if (ended.isEmpty() && !ended.wait(timeoutMs)) return false;
   lastOk_ = ended.first().first().toBool();
   return true;
+}
+
+bool TransferRig::addTrigger(const QString& sql) {
+  bool ok = false;
+  {
+    QSqlDatabase db =
+        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("trigger"));
+    db.setDatabaseName(dir_.filePath(QStringLiteral("store.db")));
+    ok = db.open() && QSqlQuery(db).exec(sql);
+  }
+  QSqlDatabase::removeDatabase(QStringLiteral("trigger"));
+  return ok;
 }
 
 QString TransferRig::value(const QString& sql) {

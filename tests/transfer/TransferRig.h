@@ -39,6 +39,9 @@ class TransferRig {
   // The log as its lines, and as one text.
   QStringList logLines() const { return view_.log; }
   QString log() const { return view_.logText(); }
+  // Adds a trigger to the store over a connection of the rig's own (a trigger is several
+  // statements, which the host runs one at a time); false when it could not.
+  bool addTrigger(const QString& sql);
   // The first column of the first row, as text ("" when none).
   QString value(const QString& sql);
   int count(const QString& where = {});
@@ -51,7 +54,6 @@ class TransferRig {
  private:
   QTemporaryDir dir_;
   QByteArray oldTmp_;
-  QByteArray oldPort_;
   std::unique_ptr<kvmail::host::SqlHostSystem> host_;
   kvmail::AccountPtr account_;
   FakeTransferView view_;

@@ -31,7 +31,6 @@ QProcessEnvironment headlessEnvironment() {
   env.remove(QStringLiteral("DISPLAY"));
   env.remove(QStringLiteral("WAYLAND_DISPLAY"));
   env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-  env.remove(QStringLiteral("KVMAIL_POP3_PORT"));
   return env;
 }
 

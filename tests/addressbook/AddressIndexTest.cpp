@@ -1,0 +1,102 @@
+// The address index: the address book's search and the To field's completion, on lists whose
+// history order differs from their case-blind order, and loaded from a real store.
+#include <gtest/gtest.h>
+
+#include "AddressStore.h"
+#include "addressbook/AddressIndex.h"
+#include "store/MailStore.h"
+
+using kvmail::AddressIndex;
+
+namespace {
+
+// In the store's order: a binary sort puts capitals first, so "Zhang" comes before "li".
+const QStringList kHistory = {
+    QStringLiteral("Wang.Fang@Kvmail.test"),            // 0
+    QStringLiteral("Zhang@kvmail.test"),                // 1
+    QStringLiteral("li@kvmail.test;wang@kvmail.test"),  // 2: a composed mail's recipient list
+    QStringLiteral("wang@kvmail.test"),                 // 3
+    QStringLiteral("王经理@公司.cn"),                   // 4
+    QStringLiteral("zhang@other.test"),                 // 5
+    QStringLiteral("Jürgen.MÜLLER@Firma.de"),           // 6: letters beyond ASCII
+};
+
+struct Case {
+  const char16_t* text;
+  qsizetype from;
+  qsizetype row;
+};
+
+}  // namespace
+
+TEST(AddressIndex, SearchFindsTheFirstRowContainingTheTextWhateverItsCase) {
+  const AddressIndex index(kHistory);
+  const Case cases[] = {
+      {u"wang", 0, 0},           // inside, not a full match, first of several
+      {u"WANG@", 0, 2},          // case-blind; the joined recipient list comes first
+      {u"kvmail.test", 0, 0},    // a part every early row has
+      {u"zhang@O", 0, 5},        // capitals in the text
+      {u"经理", 0, 4},           // Chinese
+      {u"müller@f", 0, 6},       // case-blind beyond ASCII too
+      {u"@kvmail.test;", 0, 2},  // across the ";" of a joined list
+      {u"wang", 1, 2},           // from a later row on
+      {u"wang", 4, -1},          // nothing after the last match
+      {u"nobody", 0, -1},        // no match
+      {u"", 0, -1},              // an empty text finds nothing
+      {u"test", 6, -1},          // none in the last row
+      {u"test", 7, -1},          // past the end
+  };
+  for (const Case& c : cases) {
+    const QString text = QString::fromUtf16(c.text);
+    EXPECT_EQ(index.firstContaining(text, c.from), c.row)
+        << text.toStdString() << " from " << c.from;
+  }
+  // Never across the end of one row into the next; the character 0 that ends rows inside the
+  // index is an ordinary character of an address.
+  const QString withZero = QStringLiteral("test") + QChar(0) + QStringLiteral("wang");
+  EXPECT_EQ(index.firstContaining(withZero), -1);
+  EXPECT_EQ(AddressIndex({QStringLiteral("a") + QChar(0) + QStringLiteral("b")})
+                .firstContaining(QChar(0) + QStringLiteral("b")),
+            0);
+  EXPECT_EQ(AddressIndex().firstContaining(QStringLiteral("a")), -1);
+}
+
+TEST(AddressIndex, CompletionTakesTheFirstEntryInHistoryOrderBeginningWithTheWholeText) {
+  const AddressIndex index(kHistory);
+  const Case cases[] = {
+      {u"wang", 0, 0},                  // case-blind: the capitalised entry is first in history
+      {u"WANG@", 0, 3},                 // "Wang.Fang@" does not begin with "wang@"
+      {u"zh", 0, 1},                    // history order, not case-blind order
+      {u"zhang@o", 0, 5},               //
+      {u"li@kvmail.test;w", 0, 2},      // the whole field, ";" and all, is compared
+      {u"wang@kvmail.test;li", 0, -1},  // nothing split off at ";"
+      {u"ang", 0, -1},                  // a beginning, not a part
+      {u"王", 0, 4},                    //
+      {u"jÜRGEN.m", 0, 6},              //
+      {u"", 0, -1},                     // an empty field completes nothing
+  };
+  for (const Case& c : cases) {
+    const QString text = QString::fromUtf16(c.text);
+    EXPECT_EQ(index.firstStartingWith(text), c.row) << text.toStdString();
+    EXPECT_EQ(index.completion(text), c.row < 0 ? QString() : kHistory.at(c.row));
+  }
+  EXPECT_EQ(AddressIndex().completion(QStringLiteral("a")), QString());
+}
+
+TEST(AddressIndex, LoadsSendersOfReceivedAndRecipientsOfComposedMailOnceInOrder) {
+  kvtest::AddressStore store;
+  store.received(QStringLiteral("zhao@kvmail.test"));
+  store.received(QStringLiteral("qian@kvmail.test"));
+  store.received(QStringLiteral("zhao@kvmail.test"));   // twice a sender
+  store.composed(QStringLiteral("qian@kvmail.test"));   // sender and recipient
+  store.composed(QStringLiteral("a@x.test;b@x.test"));  // a recipient list stays one entry
+  store.composed(QString());                            // no recipient: left out
+  store.mail(kvtest::Direction::Composed, QStringLiteral("sent-by-me@kvmail.test"),
+             QStringLiteral("Sun@kvmail.test"));
+  QString error = QStringLiteral("untouched");
+  const auto index = AddressIndex::load(kvmail::MailStore(*store.host), &error);
+  EXPECT_EQ(error, QString());
+  EXPECT_EQ(index->addresses(), (QStringList{"Sun@kvmail.test", "a@x.test;b@x.test",
+                                             "qian@kvmail.test", "zhao@kvmail.test"}));
+  EXPECT_EQ(index->completion(QStringLiteral("SUN")), QStringLiteral("Sun@kvmail.test"));
+}

@@ -1,0 +1,40 @@
+#pragma once
+// A fresh SQLite store in a scratch folder with mail rows reduced to what the address book
+// reads: the key, the direction, the sender and the recipients.
+#include <QTemporaryDir>
+
+#include <memory>
+
+#include "HostStore.h"
+
+namespace kvtest {
+
+enum class Direction { Received = 1, Composed = 2 };
+
+struct AddressStore {
+  QTemporaryDir dir;
+  std::shared_ptr<kvmail::host::SqlHostSystem> host;
+  long nextId = 1;
+
+  AddressStore() {
+    const QString db = dir.filePath(QStringLiteral("store.db"));
+    kvmail::host::createStore(db);
+    host = std::make_shared<kvmail::host::SqlHostSystem>(kvmail::host::HostOptions::sqlite(db));
+    host->open();
+  }
+
+  void mail(Direction direction, const QString& from, const QString& to) {
+    host->executeBound(
+        QStringLiteral(
+            "insert into msgmail(邮件ID,CshgnsID,发件人邮箱,收件人邮箱) values(?,?,?,?)"),
+        {qlonglong(nextId++), int(direction), from, to});
+  }
+  void received(const QString& from) {
+    mail(Direction::Received, from, QStringLiteral("me@kvmail.test"));
+  }
+  void composed(const QString& to) {
+    mail(Direction::Composed, QStringLiteral("me@kvmail.test"), to);
+  }
+};
+
+}  // namespace kvtest

@@ -1,0 +1,220 @@
+// A transfer run on a view of plain fields: how each task ends, what the user is told, and that a
+// request made during a run is neither dropped nor sends a mail twice.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QSignalSpy>
+#include <QTcpServer>
+
+#include "FakePop3Server.h"
+#include "TransferRig.h"
+#include "model/IBundle.h"
+#include "store/MailStore.h"
+#include "transfer/TransferRun.h"
+
+using kvtest::FakePop3Server;
+using kvtest::TransferRig;
+using Commands = QList<QByteArray>;
+
+namespace {
+
+QList<QByteArray> uidls(int n) {
+  QList<QByteArray> ids;
+  for (int i = 1; i <= n; ++i) ids << "uid-" + QByteArray::number(i);
+  return ids;
+}
+
+QList<QByteArray> mails(const QStringList& subjects) {
+  QList<QByteArray> out;
+  for (const QString& s : subjects) out << kvtest::sampleMail(s);
+  return out;
+}
+
+const Commands kLogin{"USER u", "PASS p", "STAT"};
+
+// A port on which nothing listens: taken and given back at once.
+quint16 closedPort() {
+  QTcpServer probe;
+  probe.listen(QHostAddress::LocalHost, 0);
+  return probe.serverPort();
+}
+
+void pumpFor(int ms) {
+  const QDeadlineTimer until(ms);
+  while (!until.hasExpired()) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+}
+
+}  // namespace
+
+TEST(TransferRun, CloseWhenDoneHidesTheWindowAfterAReceiveThatWentWell) {
+  FakePop3Server server;
+  server.setHandler(FakePop3Server::mailbox(mails({QStringLiteral("好")}), uidls(1)));
+  TransferRig rig;
+  rig.view().closeChecked = true;
+  rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+  ASSERT_TRUE(rig.receive(10000));
+  EXPECT_TRUE(rig.lastOk());
+  EXPECT_TRUE(rig.view().hidden);
+
+  // Not after a run that failed: the user must see why.
+  rig.view().hidden = false;
+  rig.usePop3(closedPort(), QStringLiteral("u"), QStringLiteral("p"));
+  ASSERT_TRUE(rig.receive(10000));
+  EXPECT_FALSE(rig.lastOk());
+  EXPECT_FALSE(rig.view().hidden);
+}
+
+TEST(TransferRun, ASocketErrorEndsTheRunAndTheWindowSaysSo) {
+  TransferRig rig;
+  rig.usePop3(closedPort(), QStringLiteral("u"), QStringLiteral("p"));
+  ASSERT_TRUE(rig.receive(10000));  // the run ends: nothing waits for ever
+  EXPECT_FALSE(rig.lastOk());
+  // The row keeps the text it always kept; the animation stops and the error is listed.
+  EXPECT_EQ(rig.taskState(1), QStringLiteral("正在执行"));
+  EXPECT_EQ(rig.view().animations.last(), QStringLiteral("-"));
+  ASSERT_EQ(rig.view().errors.size(), 1);
+  EXPECT_TRUE(rig.view().errors.first().startsWith(QStringLiteral("10061 : ")));
+  EXPECT_EQ(rig.view().captionText,
+            QStringLiteral("处理请求的任务时出错。请复查下列错误列表以获取详细信息"));
+  EXPECT_TRUE(rig.view().errorPage);
+  EXPECT_FALSE(rig.view().stopEnabled);
+}
+
+TEST(TransferRun, TheSilenceGuardSaysWhatHappened) {
+  struct Case {
+    const char* what;
+    QList<QByteArray> retr;  // the server's answer to RETR, then silence
+    QString reason;          // how the error row begins
+  };
+  const QByteArray mail = kvtest::sampleMail(QStringLiteral("半"), QByteArray(4000, 'h') + "\r\n");
+  const QList<Case> cases = {
+      {"refused",
+       {"-ERR message is locked\r\n"},
+       QStringLiteral("服务器拒绝发送第1封邮件：-ERR message is locked")},
+      {"half a message",
+       {"+OK 4200 octets\r\n" + mail.left(1500)},
+       QStringLiteral("接收第1封邮件时，服务器0.4秒内没有继续发送")},
+      {"no answer", {}, QStringLiteral("服务器0.4秒内没有响应")},
+  };
+  for (const Case& c : cases) {
+    FakePop3Server server;
+    const auto mailbox = FakePop3Server::mailbox({mail}, uidls(1));
+    server.setHandler([&](const QByteArray& command) -> QList<QByteArray> {
+      return command.startsWith("RETR") ? c.retr : mailbox(command);
+    });
+    TransferRig rig;
+    rig.run().setPop3StallTimeout(400);
+    rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+    ASSERT_TRUE(rig.receive(10000)) << c.what;
+    EXPECT_EQ(rig.taskState(1), QStringLiteral("失败")) << c.what;
+    ASSERT_EQ(rig.view().errors.size(), 1) << c.what;
+    EXPECT_TRUE(rig.view().errors.first().startsWith(c.reason))
+        << c.what << ": " << rig.view().errors.first().toStdString();
+    EXPECT_EQ(rig.count(), 0) << c.what;
+  }
+}
+
+TEST(TransferRun, AStoreThatRefusesAMailKeepsItOnTheServerForNextTime) {
+  const QStringList subjects{"one", "two", "third", "four", "five"};
+  TransferRig rig;
+  rig.account().bIsDelete = true;
+  ASSERT_TRUE(rig.addTrigger(
+      QStringLiteral("create trigger refuse_third before insert on msgmail when new.主题='third' "
+                     "begin select raise(abort, 'third refused'); end")));
+  // The user leaves the error box open well past the silence guard: the session lives on.
+  rig.run().setPop3StallTimeout(300);
+  rig.view().whileAsked = [] { pumpFor(900); };
+  {
+    FakePop3Server server;
+    server.setHandler(FakePop3Server::mailbox(mails(subjects), uidls(5)));
+    rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+    ASSERT_TRUE(rig.receive(15000));
+    EXPECT_FALSE(rig.lastOk());  // the task tells that a mail did not arrive this time
+    ASSERT_EQ(rig.view().errors.size(), 1);
+    EXPECT_TRUE(rig.view().errors.first().contains(QStringLiteral("third refused")));
+    EXPECT_EQ(rig.view().captionText,
+              QStringLiteral("处理请求的任务时出错。请复查下列错误列表以获取详细信息"));
+    const Commands expected{"UIDL 1", "RETR 1", "DELE 1", "UIDL 2", "RETR 2",
+                            "DELE 2", "UIDL 3", "RETR 3", "UIDL 4", "RETR 4",
+                            "DELE 4", "UIDL 5", "RETR 5", "DELE 5", "QUIT"};
+    EXPECT_EQ(server.commands(), kLogin + expected);
+    EXPECT_EQ(rig.count(), 4);
+    EXPECT_EQ(rig.count(QStringLiteral("主题='third'")), 0);
+    ASSERT_EQ(rig.prompt().messages().size(), 1);
+    EXPECT_TRUE(rig.prompt().messages().first().contains(QStringLiteral("third refused")));
+  }
+  // Next session, the store takes it: only the third is fetched again.
+  rig.host().execute(QStringLiteral("drop trigger refuse_third"));
+  rig.view().whileAsked = nullptr;
+  FakePop3Server server;
+  server.setHandler(FakePop3Server::mailbox(mails(subjects), uidls(5)));
+  rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+  ASSERT_TRUE(rig.receive(10000));
+  const Commands again{"UIDL 1", "UIDL 2", "UIDL 3", "RETR 3",
+                       "DELE 3", "UIDL 4", "UIDL 5", "QUIT"};
+  EXPECT_TRUE(rig.lastOk());
+  EXPECT_EQ(server.commands(), kLogin + again);
+  EXPECT_EQ(rig.count(), 5);
+}
+
+TEST(TransferRun, ADeadStoreShowsOneBoxAndLogsTheRest) {
+  TransferRig rig;
+  ASSERT_TRUE(rig.addTrigger(QStringLiteral(
+      "create trigger refuse_all before insert on msgmail begin select raise(abort, 'disk "
+      "full'); end")));
+  FakePop3Server server;
+  server.setHandler(FakePop3Server::mailbox(mails({"a", "b", "c"}), uidls(3)));
+  rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+  ASSERT_TRUE(rig.receive(10000));
+  EXPECT_EQ(rig.prompt().messages().size(), 1);
+  EXPECT_EQ(rig.log().count(QStringLiteral("disk full")), 2);  // the second and third mail
+  EXPECT_EQ(rig.view().errors.size(), 3);
+  EXPECT_EQ(rig.count(), 0);
+}
+
+TEST(TransferRun, ARequestDuringARunWaitsAndDoesNotSendAMailTwice) {
+  TransferRig rig;
+  rig.account().sSmtp = QStringLiteral("127.0.0.1");
+  rig.account().lSmtpPort = closedPort();  // the send fails, which is enough to see it ran
+  kvmail::OutgoingMail out;
+  out.from = {QString(), QStringLiteral("sender@kvmail.test")};
+  out.to = {{QString(), QStringLiteral("to@kvmail.test")}};
+  out.subject = QStringLiteral("待发");
+  kvmail::StoreFailure failure;
+  const kvmail::MailStore store(rig.host());
+  ASSERT_EQ(
+      store.storeComposed({kvmail::composedMail(out, rig.tempDir() + "/q.eml")}, &failure).size(),
+      1);
+
+  const QByteArray slow = kvtest::sampleMail(QStringLiteral("慢"), QByteArray(6000, 'y') + "\r\n");
+  FakePop3Server server;
+  const auto mailbox = FakePop3Server::mailbox({slow}, uidls(1));
+  server.setHandler([&](const QByteArray& command) -> QList<QByteArray> {
+    if (!command.startsWith("RETR")) return mailbox(command);
+    const QByteArray all = mailbox(command).first();
+    return {all.left(3000), all.mid(3000)};
+  });
+  rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+
+  struct Case {
+    const char* what;
+    bool sentMeanwhile;  // the mail went out (and was marked) before the request's turn came
+    int runs;
+  };
+  for (const Case& c : {Case{"waits and runs", false, 2}, Case{"already sent", true, 1}}) {
+    QSignalSpy ended(&rig.run(), &kvmail::TransferRun::TasksEnded);
+    const auto during = QObject::connect(&rig.run(), &kvmail::TransferRun::EvMailRead, [&] {
+      rig.run().start(store.readSendQueue(), &rig.host(), rig.accountPtr(), true);
+      if (c.sentMeanwhile) store.markSent(QStringLiteral("smtp"), 1);
+    });
+    rig.run().start(nullptr, &rig.host(), rig.accountPtr(), false);
+    while (ended.size() < c.runs) ASSERT_TRUE(ended.wait(10000)) << c.what;
+    QObject::disconnect(during);
+    pumpFor(200);
+    EXPECT_EQ(ended.size(), c.runs) << c.what;
+    if (c.runs == 2)
+      EXPECT_TRUE(rig.view().tasks.first().text.startsWith(QStringLiteral("发送1封邮件")));
+    rig.host().execute(QStringLiteral("delete from msgmail where CshgnsID=1"));
+  }
+}
