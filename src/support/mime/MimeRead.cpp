@@ -37,10 +37,14 @@ bool isSevenBit(const QByteArray& bytes) {
 qsizetype headerStart(const QByteArray& raw) {
   qsizetype start = 0;
   while (start < raw.size() && (raw[start] == '\r' || raw[start] == '\n')) ++start;
-  if (raw.mid(start, 5) == "From ") {
-    const qsizetype end = raw.indexOf('\n', start);
-    start = end < 0 ? raw.size() : end + 1;
-  }
+  const auto nextLine = [&raw](qsizetype at) {
+    const qsizetype end = raw.indexOf('\n', at);
+    return end < 0 ? raw.size() : end + 1;
+  };
+  if (raw.mid(start, 5) == "From ") start = nextLine(start);
+  // A first line that starts with a blank continues nothing: it is skipped, as mail readers do.
+  for (int i = 0; i < 4 && start < raw.size() && (raw[start] == ' ' || raw[start] == '\t'); ++i)
+    start = nextLine(start);
   return start;
 }
 

@@ -89,3 +89,15 @@ TEST(MimeReadHeaders, RawGbkAttachmentNamesOfEvenLengthAreReadOnce) {
   EXPECT_EQ(m.attachments[0].fileName, QStringLiteral("会议纪要.doc"));  // unquoted filename=
   EXPECT_EQ(m.attachments[1].fileName, QStringLiteral("会议纪要.doc"));  // quoted name=
 }
+
+TEST(MimeReadHeaders, AFirstLineStartingWithABlankIsSkippedNotTakenForABody) {
+  const QByteArray raw =
+      " From: Broken <b@x.cn>\r\nSubject: plain text\r\nTo: t@x.cn\r\n\r\nbody\r\n";
+  const ParsedMail m = readMailBytes(raw);
+  EXPECT_EQ(m.subject, QStringLiteral("plain text"));
+  EXPECT_TRUE(m.from.address.isEmpty());
+  ASSERT_EQ(m.to.size(), 1);
+  EXPECT_EQ(m.textBody.trimmed(), QStringLiteral("body"));
+  // Text that only starts indented is still a mail without headers, read whole.
+  EXPECT_TRUE(readMailBytes("  indented\r\nsecond line\r\n").textBody.startsWith(u"  indented"));
+}
