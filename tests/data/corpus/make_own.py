@@ -75,6 +75,7 @@ save("gb-family-labels.eml", [
 save("nul-and-null-sender.eml", [
     b"From: MAILER DAEMON <>",
     b"To: " + "张三".encode() + b" <zhang@example.cn>",
+    b"Cc: Nobody <>, copy@example.cn",
     b"Subject: Undelivered\x00 mail returned",
     DATE, b"MIME-Version: 1.0", b"Content-Type: text/plain; charset=utf-8",
 ])

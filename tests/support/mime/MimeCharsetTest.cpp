@@ -5,14 +5,20 @@
 
 using namespace kvmail::mime;
 
-TEST(MimeCharset, Gb2312FamilyLabelsMapToGb18030) {
-  for (const char* label :
-       {"gb2312", "GB2312", "GB_2312-80", "gbk", "CP936", "\"gb2312\"", " x-gbk "})
-    EXPECT_EQ(converterName(QString::fromLatin1(label)), QByteArray("GB18030")) << label;
-  EXPECT_EQ(converterName(QStringLiteral("utf8")), QByteArray("UTF-8"));
-  EXPECT_EQ(converterName(QStringLiteral("ISO-8859-1")), QByteArray("ISO-8859-1"));
-  EXPECT_TRUE(converterName(QString()).isEmpty());
-  EXPECT_TRUE(converterName(QStringLiteral("x-unknown")).isEmpty());
+TEST(MimeCharset, LabelsAsMailProgramsSpellThemMapToOneConverter) {
+  // "label>converter" pairs; an empty converter for an empty or meaningless label.
+  const QByteArray cases =
+      "gb2312>GB18030 GB_2312-80>GB18030 x-gbk>GB18030 CP936>GB18030 \"gb2312\">GB18030 "
+      "koi8_r>KOI8-R ks_c_5601-1987>CP949 euc-kr>CP949 x-sjis>CP932 big5>BIG5-HKSCS "
+      "win-1251>CP1251 x-cp1252>CP1252 iso_8859-5>ISO-8859-5 ISO8859-15>ISO-8859-15 "
+      "latin1>ISO-8859-1 utf8>UTF-8 UTF-8*en>UTF-8 x-mac-cyrillic>MAC-CYRILLIC x-unknown> >";
+  for (const QByteArray& c : cases.split(' ')) {
+    const QList<QByteArray> pair = c.split('>');
+    EXPECT_EQ(converterName(QString::fromLatin1(pair[0])), pair[1]) << c.constData();
+  }
+  EXPECT_EQ(converterName(QStringLiteral(" x-gbk ")), QByteArray("GB18030"));
+  EXPECT_TRUE(knownConverter("CP949"));
+  EXPECT_FALSE(knownConverter("NO-SUCH-CHARSET"));
 }
 
 TEST(MimeCharset, DecodingPrefersTheLabelThenFallsBack) {
