@@ -126,18 +126,26 @@ QByteArray delimited(const QByteArray& s, qsizetype i, char open, char close, qs
   return text;
 }
 
+// The length of the encoded word "=?charset?X?payload?=" that starts at i, or 0 when none does.
+// Scanned by hand: a regular expression anchored at each position would rescan the whole value.
+qsizetype encodedWordAt(const QByteArray& s, qsizetype i) {
+  if (i + 1 >= s.size() || s[i] != '=' || s[i + 1] != '?') return 0;
+  qsizetype j = i + 2;
+  while (j < s.size() && s[j] != '?' && !isBlank(s[j]) && s[j] != '\r' && s[j] != '\n') ++j;
+  if (j == i + 2 || j + 2 >= s.size() || s[j] != '?' ||
+      !QByteArrayView("BbQq").contains(s[j + 1]) || s[j + 2] != '?')
+    return 0;
+  const qsizetype close = s.indexOf('?', j + 3);  // the payload holds no "?"
+  return close < 0 || close + 1 >= s.size() || s[close + 1] != '=' ? 0 : close + 2 - i;
+}
+
 QList<Token> tokenize(const QByteArray& s) {
   QList<Token> tokens;
-  const QString latin = QString::fromLatin1(s);
   bool blank = false;
   qsizetype i = 0;
   auto push = [&](Kind kind, QByteArray text) {
     tokens.append(Token{kind, std::move(text), blank});
     blank = false;
-  };
-  auto wordAt = [&](qsizetype at) {
-    return encodedWord().match(latin, at, QRegularExpression::NormalMatch,
-                               QRegularExpression::AnchorAtOffsetMatchOption);
   };
   while (i < s.size()) {
     const char c = s[i];
@@ -154,9 +162,9 @@ QList<Token> tokenize(const QByteArray& s) {
       push(c == ',' ? Kind::Comma : c == ';' ? Kind::Semicolon : Kind::Colon, {});
     } else if (c == '>') {
       // a stray closing bracket says nothing
-    } else if (const auto m = wordAt(i); m.hasMatch()) {
-      end = m.capturedEnd();
-      push(Kind::Word, s.mid(i, end - i));
+    } else if (const qsizetype length = encodedWordAt(s, i)) {
+      end = i + length;
+      push(Kind::Word, s.mid(i, length));
     } else {
       // An atom, dots and "@" included, a domain literal taken whole; it stops where an encoded
       // word begins, as senders glue them to other text.
@@ -167,7 +175,7 @@ QList<Token> tokenize(const QByteArray& s) {
           end = close < 0 ? s.size() : close + 1;
           continue;
         }
-        if (end > i && s[end] == '=' && wordAt(end).hasMatch()) break;
+        if (end > i && encodedWordAt(s, end)) break;
         ++end;
       }
       push(Kind::Word, s.mid(i, end - i));
