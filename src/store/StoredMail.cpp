@@ -10,14 +10,6 @@
 namespace kvmail {
 namespace {
 
-// The addresses of a list as one text; entries without an address ("Name <>") are left out.
-QString addressText(const QList<MimeAddress>& list) {
-  QStringList addresses;
-  for (const MimeAddress& a : list)
-    if (!a.address.trimmed().isEmpty()) addresses << a.address;
-  return addresses.join(QLatin1Char(';'));
-}
-
 // The recipients' names as one text: each name, or the address when there is no name.
 QString recipientNames(const QList<MimeAddress>& list) {
   QStringList names;
@@ -49,9 +41,9 @@ ReceivedFields receivedFields(const ParsedMail& mail) {
   f.fromAddress = mail.from.address;
   f.subject = mail.subject;
   f.sentTime = mail.date;
-  f.toAddresses = addressText(mail.to);
+  f.toAddresses = joinAddresses(mail.to);
   f.toNames = recipientNames(mail.to);
-  f.email = addressText(mail.cc);
+  f.email = joinAddresses(mail.cc);
   f.hasAttachments = hasRealAttachment(mail);
   f.priority = mail.priority > 0 ? mail.priority : 3;  // no X-Priority header means normal
   return f;
