@@ -1,6 +1,9 @@
 #include "transfer/Pop3Link.h"
 
-#include <QTcpSocket>
+#include <QSslConfiguration>
+#include <QSslSocket>
+
+#include "transfer/TlsTrust.h"
 
 namespace kvmail {
 
@@ -32,19 +35,26 @@ int socketErrorNumber(int qtSocketError) {
   }
 }
 
-Pop3Link::Pop3Link(QObject* parent) : QObject(parent), socket_(new QTcpSocket(this)) {
+Pop3Link::Pop3Link(QObject* parent) : QObject(parent), socket_(new QSslSocket(this)) {
   socket_->setObjectName(QStringLiteral("wskMail"));
-  connect(socket_, &QTcpSocket::readyRead, this, &Pop3Link::onReadyRead);
-  connect(socket_, &QTcpSocket::errorOccurred, this, [this](QAbstractSocket::SocketError error) {
-    if (!reading_) return;
-    Q_EMIT failed(socketErrorNumber(int(error)), socket_->errorString());
-  });
-  connect(socket_, &QTcpSocket::connected, this,
+  connect(socket_, &QSslSocket::readyRead, this, &Pop3Link::onReadyRead);
+  connect(socket_, &QSslSocket::errorOccurred, this,
+          [this](QAbstractSocket::SocketError error) { onSocketError(int(error)); });
+  connect(socket_, &QSslSocket::connected, this,
           [this] { socket_->setSocketOption(QAbstractSocket::LowDelayOption, 1); });
+  connect(socket_, &QSslSocket::sslErrors, this, &Pop3Link::onSslErrors);
+  connect(socket_, &QSslSocket::encrypted, this, [this] {
+    if (reading_) Q_EMIT encrypted();
+  });
 }
 
 Pop3Link::~Pop3Link() {
   socket_->abort();
+}
+
+void Pop3Link::setSecurity(long mode, QList<QSslCertificate> pinned) {
+  mode_ = mode;
+  pinned_ = std::move(pinned);
 }
 
 void Pop3Link::connectTo(const QString& host, quint16 port) {
@@ -52,10 +62,34 @@ void Pop3Link::connectTo(const QString& host, quint16 port) {
   joiner_.reset();
   raw_ = false;
   reading_ = true;
-  socket_->connectToHost(host, port);
+  host_ = host;
+  port_ = port;
+  QSslConfiguration config = QSslConfiguration::defaultConfiguration();
+  config.setPeerVerifyMode(QSslSocket::VerifyPeer);  // the system's trust store unless pinned
+  if (!pinned_.isEmpty()) config.setCaCertificates(pinned_);
+  socket_->setSslConfiguration(config);
+  if (mode_ == long(tls::Mode::Implicit))
+    socket_->connectToHostEncrypted(host, port);
+  else
+    socket_->connectToHost(host, port);
+}
+
+void Pop3Link::startTls() {
+  joiner_.reset();
+  socket_->startClientEncryption();
+}
+
+bool Pop3Link::isEncrypted() const {
+  return socket_->isEncrypted();
 }
 
 void Pop3Link::send(const QString& command) {
+  if (mode_ != long(tls::Mode::None) && !socket_->isEncrypted() && command != u"STLS") {
+    // Only the command's name is named: its argument may be the password.
+    refuse(QStringLiteral("与POP3服务器 %1 的连接尚未加密，为保护密码，没有发送 %2 命令。")
+               .arg(peer(), command.section(u' ', 0, 0)));
+    return;
+  }
   socket_->write(command.toUtf8() + "\r\n");
   socket_->flush();  // out now rather than on the next pass of the event loop
 }
@@ -66,6 +100,37 @@ void Pop3Link::close() {
 
 void Pop3Link::abort() {
   socket_->abort();
+}
+
+void Pop3Link::refuse(const QString& reason) {
+  socket_->abort();
+  if (reading_) Q_EMIT tlsFailed(reason);
+}
+
+void Pop3Link::onSslErrors(const QList<QSslError>& errors) {
+  if (tls::pinnedLeafAccepted(errors, socket_->peerCertificate(), pinned_))
+    socket_->ignoreSslErrors(errors);
+}
+
+void Pop3Link::onSocketError(int error) {
+  if (!reading_) return;
+  const auto e = QAbstractSocket::SocketError(error);
+  if (e != QAbstractSocket::SslHandshakeFailedError && e != QAbstractSocket::SslInternalError &&
+      e != QAbstractSocket::SslInvalidUserDataError) {
+    Q_EMIT failed(socketErrorNumber(error), socket_->errorString());
+    return;
+  }
+  const QList<QSslError> problems = socket_->sslHandshakeErrors();
+  const QString tail = QStringLiteral("为保护密码，没有登录。");
+  if (!problems.isEmpty())
+    Q_EMIT tlsFailed(QStringLiteral("无法验证POP3服务器 %1 的证书：%2。")
+                         .arg(peer(), tls::problemOf(problems, host_, !pinned_.isEmpty())) +
+                     tail);
+  else
+    Q_EMIT tlsFailed(
+        QStringLiteral("无法与POP3服务器 %1 建立加密连接（%2），请检查端口和加密方式。")
+            .arg(peer(), socket_->errorString()) +
+        tail);
 }
 
 void Pop3Link::onReadyRead() {

@@ -1,10 +1,13 @@
 #include "transfer/Pop3Session.h"
 
 #include <QCoreApplication>
+#include <QSslCipher>
+#include <QSslSocket>
 
 #include "transfer/MailboxPolicy.h"
 #include "transfer/Pop3Link.h"
 #include "transfer/Pop3Text.h"
+#include "transfer/TlsTrust.h"
 #include "transfer/TransferView.h"
 
 namespace kvmail {
@@ -31,6 +34,8 @@ Pop3Session::Pop3Session(ITransferView& view, IMailboxPolicy& mailbox, const cls
   connect(&stallTimer_, &QTimer::timeout, this, &Pop3Session::onStalled);
   link_->setHandler([this](const QByteArray& arrival) { handleArrival(arrival); });
   connect(link_, &Pop3Link::failed, this, &Pop3Session::onLinkFailed);
+  connect(link_, &Pop3Link::encrypted, this, &Pop3Session::onEncrypted);
+  connect(link_, &Pop3Link::tlsFailed, this, &Pop3Session::onTlsFailed);
 }
 
 Pop3Session::~Pop3Session() = default;
@@ -48,13 +53,39 @@ void Pop3Session::ConnectPop3() {
   view_.WriteLog(QStringLiteral("开始服务器") + account_.sPop3 + QStringLiteral("连接"), 1);
   view_.setCaption(QStringLiteral("正在连接到") + account_.sName + QStringLiteral("...") + kCrLf +
                    kCrLf + QStringLiteral("已连接..."));
+  if (const QString reason = prepareSecurity(); !reason.isEmpty()) {
+    // Told like a socket error, after the caller has finished starting the session.
+    QTimer::singleShot(0, this, [this, reason] { onTlsFailed(reason); });
+    return;
+  }
   if (stallMs_ > 0) stallTimer_.start(stallMs_);
-  // The account's port when its table carries one, else the standard one.
-  link_->connectTo(account_.sPop3, account_.lPop3Port > 0 ? quint16(account_.lPop3Port) : 110);
+  // The account's port when its table carries one, else the mode's standard one.
+  const long mode = account_.lPop3Security;
+  link_->connectTo(account_.sPop3, account_.lPop3Port > 0 ? quint16(account_.lPop3Port)
+                                                          : quint16(tls::pop3Port(mode)));
+}
+
+QString Pop3Session::prepareSecurity() {
+  const long mode = account_.lPop3Security;
+  if (!tls::isKnownMode(mode)) return tls::unknownModeReason(QStringLiteral("POP3"), mode);
+  QList<QSslCertificate> pinned;
+  if (mode != long(tls::Mode::None)) {
+    if (!QSslSocket::supportsSsl())
+      return QStringLiteral("本机无法加载 TLS 加密组件，不能建立加密连接；没有连接服务器。");
+    QString error;
+    if (!account_.sCertFile.isEmpty()) pinned = tls::loadPinned(account_.sCertFile, &error);
+    if (!error.isEmpty()) return error + QStringLiteral("没有连接服务器。");
+  }
+  link_->setSecurity(mode, pinned);
+  return {};
 }
 
 void Pop3Session::handleArrival(const QByteArray& reply) {
   if (stallMs_ > 0) stallTimer_.start(stallMs_);
+  if (plStage_ == Pop3Stage::Stls) {
+    stageStls(reply);
+    return;
+  }
   if (!reply.startsWith('+') && plStage_ != Pop3Stage::MessageText) {
     link_->close();
     const QString text = QStringLiteral("POP3 Error: ") + QString::fromUtf8(reply);
@@ -66,6 +97,12 @@ void Pop3Session::handleArrival(const QByteArray& reply) {
   }
   switch (plStage_) {
     case Pop3Stage::Greeting:
+      if (account_.lPop3Security == long(tls::Mode::Upgrade) && !link_->isEncrypted()) {
+        setStage(Pop3Stage::Stls);
+        send(QStringLiteral("STLS"));
+        view_.WriteLog(QStringLiteral("STLS"), 1);
+        break;
+      }
       stageGreeting();
       break;
     case Pop3Stage::User:
@@ -98,8 +135,47 @@ void Pop3Session::handleArrival(const QByteArray& reply) {
       endSession(Pop3End::Finished);
       break;
     case Pop3Stage::Unused:
+    case Pop3Stage::Stls:
       break;
   }
+}
+
+void Pop3Session::stageStls(const QByteArray& reply) {
+  const QString peer = link_->peer();
+  const qsizetype eol = reply.indexOf('\n');
+  if (!reply.startsWith('+')) {
+    onTlsFailed(
+        QStringLiteral("POP3服务器 %1 不支持 STLS 加密（服务器回复：%2）。为保护密码，没有登录；"
+                       "请向服务器管理员确认加密方式，或改用 SSL/TLS（端口 995）。")
+            .arg(peer, QString::fromUtf8(reply.left(eol < 0 ? 200 : eol)).trimmed()));
+    return;
+  }
+  // Anything after the reply would be taken for what the encrypted server said: someone on the
+  // way may have put it there.
+  if (eol >= 0 && eol + 1 < reply.size()) {
+    onTlsFailed(QStringLiteral("POP3服务器 %1 在开始加密之前多发送了数据，连接可能被篡改，已断开。"
+                               "为保护密码，没有登录。")
+                    .arg(peer));
+    return;
+  }
+  link_->startTls();
+}
+
+void Pop3Session::onEncrypted() {
+  if (!running_) return;
+  const QSslCipher cipher = link_->socket()->sessionCipher();
+  view_.WriteLog(QStringLiteral("已建立加密连接（%1，%2），服务器证书已验证")
+                     .arg(cipher.protocolString(), cipher.name()),
+                 1);
+  // After STLS the session goes on as after the greeting; over TLS the greeting is still due.
+  if (plStage_ == Pop3Stage::Stls) stageGreeting();
+}
+
+void Pop3Session::onTlsFailed(const QString& reason) {
+  if (!running_) return;
+  link_->abort();
+  view_.WriteLog(reason, 1);
+  endSession(Pop3End::Insecure, reason);
 }
 
 void Pop3Session::stageGreeting() {

@@ -26,6 +26,8 @@ enum class Pop3Stage : int {
   MessageText = 6,  // the RETR reply, in pieces; any first character
   Dele = 7,         // reply to DELE; the next UIDL or QUIT
   Quit = 8,         // reply to QUIT; the session is over
+  // Added for accounts that ask for STLS; a plain session never enters it.
+  Stls = 9,  // reply to STLS, then the handshake; sends USER once encrypted
 };
 
 // The mailbox counters; 16-bit like the protocol handler they come from.
@@ -42,6 +44,7 @@ enum class Pop3End {
   Refused,      // a negative reply outside the message text
   SocketError,  // the connection failed or broke
   Stalled,      // the server was silent too long
+  Insecure,     // the encrypted connection asked for could not be made; nothing went out in clear
 };
 
 class Pop3Session : public QObject {
@@ -71,6 +74,12 @@ class Pop3Session : public QObject {
   void handleArrival(const QByteArray& reply);
   void onLinkFailed(int number, const QString& description);
   void onStalled();
+  void onEncrypted();
+  void onTlsFailed(const QString& reason);
+  // Checks the account's security settings and readies the link; the reason when they cannot
+  // be used.
+  QString prepareSecurity();
+  void stageStls(const QByteArray& reply);
   void pauseStallGuard();
   // Why a silent session ended, by what had happened: a refused retrieval, a message that
   // stopped half-way, or no answer at all.
