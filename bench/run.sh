@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # The benchmarks, each against its reference, on loopback servers of their own:
-#   bash bench/run.sh [receive|send|createnew|addressbook|all]      (default: all)
+#   bash bench/run.sh [receive|send|createnew|addressbook|viewer|all]      (default: all)
 # receive: 1,000 mails of about 20 KB against a bare poplib loop, then one 50 MB mail's memory;
 # send: 500 queued mails against smtplib over one session; createnew: a 1,000-record batch;
-# addressbook: the address book and the recipient history on 100,000 distinct addresses.
+# addressbook: the address book and the recipient history on 100,000 distinct addresses;
+# viewer: showing a 20 KB and a 10 MB mail, and next over 1,000 stored mails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 WHAT="${1:-all}"
@@ -27,4 +28,7 @@ if [ "$WHAT" = createnew ] || [ "$WHAT" = all ]; then
 fi
 if [ "$WHAT" = addressbook ] || [ "$WHAT" = all ]; then
   "$BUILD_DIR/bench/addressbook/bench_addressbook" --addresses "${ADDRESSES:-100000}"
+fi
+if [ "$WHAT" = viewer ] || [ "$WHAT" = all ]; then
+  "$BUILD_DIR/bench/viewer/bench_viewer" --mails "${VIEW_COUNT:-1000}"
 fi

@@ -31,6 +31,11 @@ bash "$SERVERS" start "$STATE" --pop3-port 11210 --smtp-port 2525 --find-free
 . "$STATE/env"
 /usr/bin/python3 scripts/servers/seed.py "$KV_MAILDIR_ROOT/demo" 3 --size 6000 --gb2312
 /usr/bin/python3 scripts/servers/seed.py "$KV_MAILDIR_ROOT/demo" 1 --size 40000
+# The viewer's picture: a Chinese HTML mail with an inline picture and two attachments.
+VIEWED="$KV_MAILDIR_ROOT/demo/new/$(date +%s).kvviewer.eml"
+cp tests/data/viewer/gb2312_html.eml "$VIEWED"
+chown --reference="$KV_MAILDIR_ROOT/demo/new" "$VIEWED"
+chmod 644 "$VIEWED"
 
 DB="$SCRATCH/kvhost.db"
 export TMPDIR="$SCRATCH"

@@ -22,15 +22,22 @@ PromptAnswer ConsolePrompt::defaultAnswer(PromptButtons buttons) {
 
 PromptAnswer ConsolePrompt::messageBox(const QString& text, const QString& title, PromptIcon,
                                        PromptButtons buttons, QWidget*) {
-  const PromptAnswer answer = defaultAnswer(buttons);
-  say(QStringLiteral("[消息框] %1 %2 [%3]")
-          .arg(title, text,
-               answer == PromptAnswer::Yes ? QStringLiteral("是") : QStringLiteral("确定")));
+  const PromptAnswer answer = answers_.isEmpty() ? defaultAnswer(buttons) : answers_.dequeue();
+  const QString pressed = answer == PromptAnswer::Yes      ? QStringLiteral("是")
+                          : answer == PromptAnswer::No     ? QStringLiteral("否")
+                          : answer == PromptAnswer::Cancel ? QStringLiteral("取消")
+                                                           : QStringLiteral("确定");
+  say(QStringLiteral("[消息框] %1 %2 [%3]").arg(title, text, pressed));
   return answer;
 }
 
 QStringList ConsolePrompt::openFiles(const QString& title, const QString&, const QString&, bool,
                                      QWidget*) {
+  if (!openFiles_.isEmpty()) {
+    const QStringList chosen = openFiles_.dequeue();
+    say(QStringLiteral("[对话框] %1 [%2]").arg(title, chosen.join(QStringLiteral("; "))));
+    return chosen;
+  }
   say(QStringLiteral("[对话框] %1 [取消]").arg(title));
   return {};
 }

@@ -24,8 +24,9 @@ bool readPort(const QString& text, int* port) {
 }  // namespace
 
 QStringList scriptedCommands() {
-  return {QStringLiteral("list"), QStringLiteral("send"), QStringLiteral("receive"),
-          QStringLiteral("send-receive"), QStringLiteral("queue")};
+  return {QStringLiteral("list"),         QStringLiteral("send"),  QStringLiteral("receive"),
+          QStringLiteral("send-receive"), QStringLiteral("queue"), QStringLiteral("show"),
+          QStringLiteral("compose")};
 }
 
 QString defaultStorePath() {
@@ -62,6 +63,7 @@ QString parseOptions(const QStringList& args, DemoOptions* out) {
     *value = args.at(++*i);
     return true;
   };
+  bool composing = false;
   for (qsizetype i = 0; i < args.size(); ++i) {
     const QString& arg = args.at(i);
     QString value;
@@ -84,6 +86,25 @@ QString parseOptions(const QStringList& args, DemoOptions* out) {
       bool ok = false;
       if (valueOf(&i, &value)) o.timeoutSeconds = value.toInt(&ok);
       if (!ok || o.timeoutSeconds < 1) return QStringLiteral("--timeout 需要一个正的秒数。");
+    } else if (arg == QLatin1String("--save-attachments")) {
+      if (!valueOf(&i, &value) || value.isEmpty())
+        return QStringLiteral("--save-attachments 需要一个文件夹。");
+      o.saveAttachmentsDir = value;
+    } else if (o.command == QLatin1String("show") && o.showId == 0 && !arg.startsWith(u'-')) {
+      bool ok = false;
+      o.showId = arg.toLong(&ok);
+      if (!ok || o.showId < 1) return QStringLiteral("show 需要一个邮件ID，而不是“%1”。").arg(arg);
+    } else if (arg == QLatin1String("--to") || arg == QLatin1String("--subject") ||
+               arg == QLatin1String("--body-file") || arg == QLatin1String("--attach")) {
+      if (!valueOf(&i, &value)) return QStringLiteral("%1 需要一个值。").arg(arg);
+      if (arg == QLatin1String("--to")) o.compose.to = value;
+      if (arg == QLatin1String("--subject")) o.compose.subject = value;
+      if (arg == QLatin1String("--body-file")) o.compose.bodyFile = value;
+      if (arg == QLatin1String("--attach")) o.compose.attachments << value;
+      composing = true;
+    } else if (arg == QLatin1String("--send")) {
+      o.compose.send = true;
+      composing = true;
     } else if (arg.startsWith(u'-')) {
       return QStringLiteral("未知的选项：%1").arg(arg);
     } else if (o.command.isEmpty() && scriptedCommands().contains(arg)) {
@@ -93,6 +114,12 @@ QString parseOptions(const QStringList& args, DemoOptions* out) {
           .arg(arg, scriptedCommands().join(QStringLiteral("、")));
     }
   }
+  if (o.command == QLatin1String("show") && o.showId == 0)
+    return QStringLiteral("show 需要一个邮件ID，例如：kvhost show 12");
+  if (!o.saveAttachmentsDir.isEmpty() && o.command != QLatin1String("show"))
+    return QStringLiteral("--save-attachments 只用于 show 命令。");
+  if (composing && o.command != QLatin1String("compose"))
+    return QStringLiteral("--to、--subject、--body-file、--attach 和 --send 只用于 compose 命令。");
   *out = o;
   return {};
 }
@@ -107,12 +134,20 @@ QString usageText() {
              "  receive        接收邮件\n"
              "  send-receive   发送并接收\n"
              "  queue          放入一封演示邮件等待发送\n"
+             "  show 邮件ID    在邮件查看窗口中打开一封邮件，打印它显示的内容\n"
+             "  compose        在写邮件窗口中填好一封邮件，保存到待发队列（加 --send 则发送）\n"
              "\n"
              "选项：\n"
              "  --db 文件        SQLite 数据库文件（默认 %1）\n"
              "  --pop3-port N    把帐户的 POP3 端口改为 N（默认 110）\n"
              "  --smtp-port N    把帐户的 SMTP 端口改为 N\n"
              "  --timeout 秒     脚本运行的最长时间（默认 300）\n"
+             "  --save-attachments 文件夹  show 时把每个附件另存到该文件夹\n"
+             "  --to 地址        compose：收件人（多个用 ; 分隔）\n"
+             "  --subject 主题   compose：主题\n"
+             "  --body-file 文件 compose：正文（HTML 或纯文本文件）\n"
+             "  --attach 文件    compose：附件，可重复\n"
+             "  --send           compose：保存后立即发送\n"
              "  -h, --help       显示本说明\n")
       .arg(defaultStorePath());
 }

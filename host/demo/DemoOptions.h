@@ -7,6 +7,15 @@
 
 namespace kvmail::demo {
 
+// What the compose command writes into the compose window.
+struct ComposeOptions {
+  QString to;
+  QString subject;
+  QString bodyFile;
+  QStringList attachments;
+  bool send = false;  // press 发送; otherwise the mail is saved to the queue on closing
+};
+
 struct DemoOptions {
   host::HostOptions store;   // the host's database
   QString command;           // empty: open the main window
@@ -14,6 +23,9 @@ struct DemoOptions {
   int smtpPort = 0;          // 0: leave the account's SMTP port as stored
   int timeoutSeconds = 300;  // a scripted run that has not ended by then stops and fails
   bool help = false;
+  long showId = 0;             // show: the mail to open in the viewer
+  QString saveAttachmentsDir;  // show: save every attachment there through 附件另存为
+  ComposeOptions compose;
 };
 
 // The commands of a scripted run.

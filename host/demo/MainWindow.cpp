@@ -200,6 +200,7 @@ void MainWindow::onRecordMove(long direction, long* mailId) {
   if (row < 0 || target < 0 || target >= list_->rowCount()) return;  // stays on the shown mail
   list_->selectRow(target);
   *mailId = currentMailId();
+  markRead(*mailId);  // the viewer shows it next
 }
 
 void MainWindow::onDelete(long* mailId) {
@@ -220,6 +221,7 @@ void MainWindow::onDelete(long* mailId) {
   }
   list_->selectRow(qMin(row, list_->rowCount() - 1));
   *mailId = currentMailId();
+  markRead(*mailId);
 }
 
 long MainWindow::selectedOrAsk() {
@@ -262,7 +264,34 @@ bool MainWindow::sendReceiveMail() {
 bool MainWindow::displayMail() {
   if (!ready()) return false;
   const long id = selectedOrAsk();
-  return id > 0 && mail_->DisPlayMail(id, QStringLiteral("查看邮件"));
+  return id > 0 && displayMail(id);
+}
+
+bool MainWindow::displayMail(long mailId) {
+  if (!started_) startMail();  // viewing needs no account: the viewer exists either way
+  markRead(mailId);
+  return mail_->DisPlayMail(mailId, QStringLiteral("查看邮件"));
+}
+
+void MainWindow::markRead(long mailId) {
+  if (mailId <= 0) return;
+  const QString error = host_->executeBound(
+      QStringLiteral(
+          "update msgmail set 是否已读=1 where 邮件ID=? and (是否已读 is null or 是否已读<>1)"),
+      {qlonglong(mailId)});
+  if (!error.isEmpty()) return showError(error);
+  // Only the row's "已读" cell and its bold type change; the selection stays where it is.
+  for (int r = 0; r < list_->rowCount(); ++r) {
+    if (list_->item(r, 0)->data(Qt::UserRole).toLongLong() != mailId) continue;
+    for (int c = 0; c < list_->columnCount(); ++c) {
+      QTableWidgetItem* item = list_->item(r, c);
+      QFont font = item->font();
+      font.setBold(false);
+      item->setFont(font);
+    }
+    const int readColumn = int(mailListHeaders().indexOf(QStringLiteral("已读")));
+    if (QTableWidgetItem* read = list_->item(r, readColumn)) read->setText(QStringLiteral("已读"));
+  }
 }
 
 bool MainWindow::replyMail() {

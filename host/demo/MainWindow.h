@@ -43,6 +43,8 @@ class MainWindow : public QMainWindow {
   bool receiveMail();
   bool sendReceiveMail();
   bool displayMail();
+  // Shows one mail in the module's viewer and marks it read in the host's own table.
+  bool displayMail(long mailId);
   bool replyMail();
   bool transmitMail();
   void editAccount();
@@ -59,6 +61,8 @@ class MainWindow : public QMainWindow {
   bool ready();
   long selectedOrAsk();
   void showError(const QString& text);
+  // The host's own bookkeeping of a mail its user has seen.
+  void markRead(long mailId);
 
   std::shared_ptr<host::SqlHostSystem> host_;
   long progId_;

@@ -24,6 +24,8 @@ void printTree(const QWidget& window, const QString& name, const QString& headin
         << Qt::endl;
 }
 
+}  // namespace
+
 void printTransfer(const QWidget& window, QTextStream& out) {
   out << "---- 传输日志 ----" << Qt::endl;
   if (const auto* log = window.findChild<QPlainTextEdit*>(QStringLiteral("Txt")))
@@ -54,6 +56,8 @@ bool waitForEnd(clsMail& mail, const bool& ended, int timeoutSeconds, QTextStrea
   if (!ended) loop.exec();
   return false;
 }
+
+namespace {
 
 int runTransfer(MainWindow& window, const QString& command, int timeoutSeconds, QTextStream& out) {
   QWidget* transfer = window.mail().transferWidget();
@@ -114,7 +118,8 @@ void printMailList(MainWindow& window, QTextStream& out) {
   out << "共 " << rows.size() << " 封邮件" << Qt::endl;
 }
 
-int runScripted(MainWindow& window, const QString& command, int timeoutSeconds, QTextStream& out) {
+int runScripted(MainWindow& window, const QString& command, int timeoutSeconds, QTextStream& out,
+                const ComposeOptions& compose) {
   if (command == QLatin1String("list")) {
     printMailList(window, out);
     return ExitOk;
@@ -125,6 +130,7 @@ int runScripted(MainWindow& window, const QString& command, int timeoutSeconds, 
     return ExitNoAccount;
   }
   if (command == QLatin1String("queue")) return queueDemoMail(window, out);
+  if (command == QLatin1String("compose")) return runCompose(window, compose, timeoutSeconds, out);
   return runTransfer(window, command, timeoutSeconds, out);
 }
 

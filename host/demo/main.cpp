@@ -11,6 +11,7 @@
 #include "DemoStore.h"
 #include "MainWindow.h"
 #include "ScriptedRun.h"
+#include "ShowMail.h"
 #include "support/Prompt.h"
 
 using namespace kvmail;
@@ -87,7 +88,10 @@ int main(int argc, char** argv) {
   }
 
   MainWindow window(host, kDemoProgId);
-  if (scripted) return runScripted(window, options.command, options.timeoutSeconds, out);
+  if (options.command == QLatin1String("show"))
+    return runShow(window, options.showId, options.saveAttachmentsDir, out);
+  if (scripted)
+    return runScripted(window, options.command, options.timeoutSeconds, out, options.compose);
 
   QObject::connect(&window, &MainWindow::closed, &app, &QApplication::quit);
   window.show();

@@ -1,10 +1,14 @@
 // Renders every window of the demo into PNG files for the README, each under a drawn title bar
 // (grabbing a widget shows no frame). Run by scripts/screenshots.sh against the loopback servers.
 //   kvhost_screenshots <store> <output folder>
+#include <QAction>
 #include <QApplication>
 #include <QDir>
+#include <QFile>
+#include <QLineEdit>
 #include <QPainter>
 #include <QPlainTextEdit>
+#include <QTextEdit>
 #include <QTextStream>
 #include <QTimer>
 
@@ -13,6 +17,7 @@
 #include "DemoStore.h"
 #include "MainWindow.h"
 #include "ScriptedRun.h"
+#include "store/HostSystem.h"
 
 using namespace kvmail;
 using namespace kvmail::demo;
@@ -38,6 +43,50 @@ bool save(QWidget* window, const QString& path) {
   return shot.save(path);
 }
 
+// The viewer on the Chinese HTML mail with an inline picture and two attachments that the
+// script drops into the mailbox (any mail when that one is missing).
+bool saveViewer(MainWindow& window, IHostSystem& host, const QString& path) {
+  const auto rs = host.openQuery(
+      QStringLiteral("select 邮件ID from msgmail where 主题='第二季度报价单及合同'"));
+  const long id = rs && !rs->atEnd() ? rs->text(0).toLong() : window.currentMailId();
+  window.displayMail(id);
+  QWidget* viewer = window.mail().viewerWidget();
+  viewer->resize(760, 620);
+  return save(viewer, path);
+}
+
+void press(QWidget* window, const char* key) {
+  if (auto* action = window->findChild<QAction*>(QLatin1String(key))) action->trigger();
+}
+
+// The compose window with a mail a user might write: recipients, subject, body, two attachments
+// and high priority.
+void fillCompose(QWidget* compose, ConsolePrompt& console, const QString& folder) {
+  compose->findChild<QLineEdit*>(QStringLiteral("Txt(1)"))
+      ->setText(QStringLiteral("王经理<wang@customer.example>"));
+  compose->findChild<QLineEdit*>(QStringLiteral("Txt(2)"))
+      ->setText(QStringLiteral("finance@kvmail.test"));
+  compose->findChild<QLineEdit*>(QStringLiteral("Txt(3)"))
+      ->setText(QStringLiteral("十一月对账单及报价"));
+  compose->findChild<QTextEdit*>(QStringLiteral("Body"))
+      ->setHtml(QStringLiteral(
+          "<p>王经理：您好！</p><p>附件是贵公司十一月的<b>对账单</b>和新产品的报价单，"
+          "请查收。如有疑问，请随时与我联系。</p><p>此致<br>敬礼</p><p>销售部 李四</p>"));
+  for (const char* name : {"十一月对账单.xlsx", "产品报价单.pdf"}) {
+    const QString path = folder + u'/' + QString::fromUtf8(name);
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly)) file.write(QByteArray(2048, 'x'));
+    console.answerOpenFiles({path});
+    press(compose, "TBTattach");
+  }
+  press(compose, "mnuTool_H");
+}
+
+void closeWithoutSaving(QWidget* compose, ConsolePrompt& console) {
+  console.answerMessageBox(PromptAnswer::No);
+  press(compose, "TBClose");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -49,7 +98,8 @@ int main(int argc, char** argv) {
   }
   const QString dir = QString::fromLocal8Bit(argv[2]);
   QDir().mkpath(dir);
-  setPrompt(std::make_shared<ConsolePrompt>());
+  auto console = std::make_shared<ConsolePrompt>();
+  setPrompt(console);
   auto options = host::HostOptions::sqlite(QString::fromLocal8Bit(argv[1]));
   options.userId = QStringLiteral("1");
   options.operatorName = QStringLiteral("演示用户");
@@ -70,13 +120,17 @@ int main(int argc, char** argv) {
   ok = save(&dialog, dir + QStringLiteral("/account.png")) && ok;
   dialog.hide();
 
+  QWidget* compose = window.mail().composeWidget();
   window.newMail();
-  window.mail().composeWidget()->resize(640, 420);
-  ok = save(window.mail().composeWidget(), dir + QStringLiteral("/compose.png")) && ok;
-  window.mail().composeWidget()->hide();
-  window.displayMail();
-  window.mail().viewerWidget()->resize(640, 420);
-  ok = save(window.mail().viewerWidget(), dir + QStringLiteral("/viewer.png")) && ok;
+  fillCompose(compose, *console, QDir::tempPath());
+  compose->resize(760, 560);
+  ok = save(compose, dir + QStringLiteral("/compose.png")) && ok;
+  closeWithoutSaving(compose, *console);
+  window.batchNew();
+  press(compose, "TBNext");
+  ok = save(compose, dir + QStringLiteral("/compose-batch.png")) && ok;
+  closeWithoutSaving(compose, *console);
+  ok = saveViewer(window, *host, dir + QStringLiteral("/viewer.png")) && ok;
   out << (ok ? "screenshots written to " : "could not write every screenshot to ") << dir
       << Qt::endl;
   return ok && code == ExitOk ? 0 : 1;

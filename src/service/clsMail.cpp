@@ -171,9 +171,10 @@ void clsMail::openSend(const BundlePtr& bundle, bool sendOnly, const QString& ca
   mFrmSend->py_Init(bundle, mSystem.get(), mAccount, sendOnly, caption);
 }
 
-void clsMail::openCompose(const BundlePtr& bundle, const QString& caption, long mailId) {
+void clsMail::openCompose(const BundlePtr& bundle, const QString& caption, long mailId,
+                          bool forward) {
   if (!mFrmNewMail) return;
-  mFrmNewMail->py_Init(bundle, mSystem.get(), mAccount, caption, mailId);
+  mFrmNewMail->py_Init(bundle, mSystem.get(), mAccount, caption, mailId, forward);
 }
 
 std::shared_ptr<IclsError> clsMail::Error() const {
@@ -212,7 +213,7 @@ bool clsMail::TransmitMail(long plMailID) {
   BundlePtr bundle = ReplyBundle(plMailID, false);
   if (!bundle) bundle = std::make_shared<clsBundle>();
   // A forward keeps the reply caption, as it always has.
-  openCompose(bundle, QStringLiteral("答复邮件"), plMailID);
+  openCompose(bundle, QStringLiteral("答复邮件"), plMailID, true);
   return false;
 }
 

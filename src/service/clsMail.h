@@ -63,7 +63,8 @@ class clsMail : public QObject, public IMail {
   BundlePtr GetSendMail();
   BundlePtr ReplyBundle(long mailId, bool reply);
   void openSend(const BundlePtr& bundle, bool sendOnly, const QString& caption);
-  void openCompose(const BundlePtr& bundle, const QString& caption, long mailId);
+  void openCompose(const BundlePtr& bundle, const QString& caption, long mailId,
+                   bool forward = false);
   void showErrMessage(const QString& message, long kind, const QString& title);
   void releaseWindows(bool unload);
   void connectWindows();

@@ -29,7 +29,8 @@ class IPrompt {
   virtual QString saveFile(const QString& title, const QString& filter,
                            const QString& suggestedPath, QWidget* parent = nullptr) = 0;
   virtual std::optional<QColor> pickColour(const QColor& initial, QWidget* parent = nullptr) = 0;
-  // Opens a file with the desktop's associated program; true when it was started.
+  // Opens a file with the desktop's associated program, or a web or mail link ("https://...",
+  // "mailto:...") with the user's browser or mail program; true when it was started.
   virtual bool openWithDesktop(const QString& path) = 0;
   // Prints a text or HTML file: through the print dialog on a desktop; with no display, into a
   // PDF beside the file. Answers where it went (the printer's name or the PDF's path), or ""

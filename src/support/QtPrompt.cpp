@@ -109,6 +109,12 @@ std::optional<QColor> QtPrompt::pickColour(const QColor& initial, QWidget* paren
 }
 
 bool QtPrompt::openWithDesktop(const QString& path) {
+  // A web or mail link goes to the user's browser or mail program as it is.
+  const QUrl url(path, QUrl::StrictMode);
+  static const QStringList links = {QStringLiteral("http"), QStringLiteral("https"),
+                                    QStringLiteral("ftp"), QStringLiteral("mailto")};
+  if (url.isValid() && links.contains(url.scheme().toLower()))
+    return QDesktopServices::openUrl(url);
   return QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()));
 }
 

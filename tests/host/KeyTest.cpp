@@ -1,14 +1,9 @@
 // Keys from the host: rising, above every stored key, never handed out twice, also when two
 // processes take them from one store at once.
-#include "HostBackend.h"
-#include "store/Statements.h"
+#include "HostStoreTest.h"
 
 #include <QProcess>
 #include <QSet>
-
-using kvtest::HostStoreTest;
-using kvtest::insertOne;
-namespace sql = kvmail::sql;
 
 namespace {
 
@@ -22,46 +17,46 @@ long takeKey(kvmail::IHostSystem& host, const QString& table = QStringLiteral("m
 
 }  // namespace
 
-using Keys = HostStoreTest;
+using Keys = kvtest::HostStoreTest;
 
 TEST_F(Keys, RiseAboveStoredKeysAndAreNotReusedAfterDeletes) {
-  EXPECT_EQ(takeKey(*host_), 1);
-  EXPECT_EQ(takeKey(*host_), 2);
-  ASSERT_EQ(host_->execute(insertOne(40)), QString());
-  EXPECT_EQ(takeKey(*host_), 41);
-  ASSERT_EQ(host_->execute(QStringLiteral("delete msgmail where 邮件ID=40")), QString());
-  EXPECT_EQ(takeKey(*host_), 42);
+  EXPECT_EQ(takeKey(*rig.host), 1);
+  EXPECT_EQ(takeKey(*rig.host), 2);
+  ASSERT_EQ(rig.host->execute(insertOne(40)), QString());
+  EXPECT_EQ(takeKey(*rig.host), 41);
+  ASSERT_EQ(rig.host->execute(QStringLiteral("delete msgmail where 邮件ID=40")), QString());
+  EXPECT_EQ(takeKey(*rig.host), 42);
   // Each table and key column counts on its own; names are case-blind.
-  EXPECT_EQ(takeKey(*host_, QStringLiteral("MailTemplet"), QStringLiteral("progID")), 1);
-  EXPECT_EQ(takeKey(*host_, QStringLiteral("msgMail"), QStringLiteral("邮件id")), 43);
+  EXPECT_EQ(takeKey(*rig.host, QStringLiteral("MailTemplet"), QStringLiteral("progID")), 1);
+  EXPECT_EQ(takeKey(*rig.host, QStringLiteral("msgMail"), QStringLiteral("邮件id")), 43);
   // Another connection continues where this one stopped.
-  EXPECT_EQ(takeKey(*connect()), 44);
+  EXPECT_EQ(takeKey(*rig.connect()), 44);
 }
 
 TEST_F(Keys, InsideTheCallersTransaction) {
-  ASSERT_EQ(host_->beginTransaction(), QString());
-  const long first = takeKey(*host_);
-  ASSERT_EQ(host_->execute(insertOne(first)), QString());
-  const long second = takeKey(*host_);
+  ASSERT_EQ(rig.host->beginTransaction(), QString());
+  const long first = takeKey(*rig.host);
+  ASSERT_EQ(rig.host->execute(insertOne(first)), QString());
+  const long second = takeKey(*rig.host);
   EXPECT_EQ(second, first + 1);
-  ASSERT_EQ(host_->commitTransaction(), QString());
-  EXPECT_EQ(takeKey(*host_), second + 1);
+  ASSERT_EQ(rig.host->commitTransaction(), QString());
+  EXPECT_EQ(takeKey(*rig.host), second + 1);
 }
 
 TEST_F(Keys, BadNamesGiveAnErrorText) {
-  QString error;
-  EXPECT_EQ(host_->nextKey(QStringLiteral("msgmail;drop"), QStringLiteral("邮件ID"), &error), 0);
-  EXPECT_FALSE(error.isEmpty());
-  EXPECT_EQ(host_->nextKey(QStringLiteral("nosuchtable"), QStringLiteral("id"), &error), 0);
-  EXPECT_FALSE(error.isEmpty());
-  EXPECT_EQ(takeKey(*host_), 1);
+  for (const auto& [table, key] : {std::pair{"msgmail;drop", "邮件ID"}, {"nosuchtable", "id"}}) {
+    QString error;
+    EXPECT_EQ(rig.host->nextKey(QString::fromUtf8(table), QString::fromUtf8(key), &error), 0);
+    EXPECT_FALSE(error.isEmpty()) << table;
+  }
+  EXPECT_EQ(takeKey(*rig.host), 1);
 }
 
 TEST_F(Keys, TwoProcessesAtOnceNeverGetTheSameKey) {
   constexpr int kEach = 200;
   const QStringList args =
-      isSqlite() ? QStringList{QStringLiteral("sqlite"), options().sqlitePath}
-                 : QStringList{QStringLiteral("postgres"), QString::number(kvtest::postgresPort())};
+      rig.isSqlite() ? QStringList{QStringLiteral("sqlite"), rig.options().sqlitePath}
+                     : QStringList{QStringLiteral("postgres"), QString::number(rig.options().port)};
   QProcess a, b;
   for (QProcess* p : {&a, &b}) {
     p->start(QStringLiteral(KV_KEYTAKER), args + QStringList{QString::number(kEach)});
@@ -96,5 +91,5 @@ TEST_F(Keys, TwoProcessesAtOnceNeverGetTheSameKey) {
     if (!perProcess.value(1).isEmpty() && key > perProcess[1].first() && key < perProcess[1].last())
       ++overlap;
   EXPECT_GT(overlap, 0) << "the two takers did not run at the same time";
-  EXPECT_EQ(countRows(*host_, QStringLiteral("msgmail")), 2 * kEach);
+  EXPECT_EQ(rig.count(), 2 * kEach);
 }

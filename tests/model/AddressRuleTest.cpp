@@ -1,48 +1,21 @@
-// The address rule: what passes, what does not, and the first-character test that never rejects.
+// The address rule: only the allowed characters around an "@", and the last character no dot.
+// It checks nothing else: the number and place of "@" and empty parts are free, and its
+// first-character test joins its ranges with "and", so it never rejects ("-a@b" passes).
+// Every non-ASCII character fails, the full-width "＠" too.
 #include <gtest/gtest.h>
 
 #include "model/bMail.h"
 
 using kvmail::bMail::IsMail;
 
-TEST(AddressRule, AcceptsOnlyTheAllowedCharactersAroundAnAt) {
-  EXPECT_TRUE(IsMail("a@b"));
-  EXPECT_TRUE(IsMail("a@b.example"));
-  EXPECT_TRUE(IsMail("First.Last_9-x@Host-1.example"));
-  EXPECT_FALSE(IsMail(""));
-  EXPECT_FALSE(IsMail("abc"));
-  EXPECT_FALSE(IsMail("a b@c"));
-  EXPECT_FALSE(IsMail("a+b@c"));
-  EXPECT_FALSE(IsMail("<a@b>"));
-  EXPECT_FALSE(IsMail("\"a\"@b"));
-  EXPECT_FALSE(IsMail(" a@b"));
-  EXPECT_FALSE(IsMail("a@b\t"));
-}
-
-TEST(AddressRule, ChecksNothingButCharactersAndTheLastDot) {
-  // The number and place of "@", empty parts and a dot in the domain are all left free.
-  EXPECT_TRUE(IsMail("@"));
-  EXPECT_TRUE(IsMail("a@@b"));
-  EXPECT_TRUE(IsMail("@b"));
-  EXPECT_TRUE(IsMail("a@"));
-  EXPECT_TRUE(IsMail("a@b-"));
-  EXPECT_FALSE(IsMail("a@b."));
-  EXPECT_FALSE(IsMail("."));
-}
-
-TEST(AddressRule, FirstCharacterIsJudgedOnlyByTheWalk) {
-  // The first-character test joins its ranges with "and" and so never rejects: these pass.
-  EXPECT_TRUE(IsMail("-a@b"));
-  EXPECT_TRUE(IsMail(".a@b"));
-  EXPECT_TRUE(IsMail("_a@b"));
-  EXPECT_TRUE(IsMail("9@b"));
-  EXPECT_TRUE(IsMail("@a"));
-}
-
-TEST(AddressRule, RejectsEveryNonAsciiCharacter) {
-  EXPECT_FALSE(IsMail(QString::fromUtf8("张三@example.com")));
-  EXPECT_FALSE(IsMail(QString::fromUtf8("a@例子.com")));
-  EXPECT_FALSE(IsMail(QString::fromUtf8("é@b")));
-  EXPECT_FALSE(IsMail(QString::fromUtf8("a\xef\xbc\xa0") + "b@c"));  // full-width "＠"
+TEST(AddressRule, AllowedCharactersOnly) {
+  // clang-format off
+  const char* valid[] = {"a@b", "a@b.example", "First.Last_9-x@Host-1.example", "@", "a@@b", "@b",
+                         "a@", "a@b-", "-a@b", ".a@b", "_a@b", "9@b", "@a"};
+  const char* invalid[] = {"", "abc", "a b@c", "a+b@c", "<a@b>", "\"a\"@b", " a@b", "a@b\t",
+                           "a@b.", ".", "张三@example.com", "a@例子.com", "é@b", "a＠b@c"};
+  // clang-format on
+  for (const char* address : valid) EXPECT_TRUE(IsMail(QString::fromUtf8(address))) << address;
+  for (const char* address : invalid) EXPECT_FALSE(IsMail(QString::fromUtf8(address))) << address;
   EXPECT_FALSE(IsMail(QString(QChar(0)) + "a@b"));
 }

@@ -1,20 +1,15 @@
 // Stored-file columns to files and back, chunk by chunk, with the behaviours kept on purpose.
-#include "HostStore.h"
 #include "RecordingHost.h"
-#include "TestEnv.h"
-#include "store/Statements.h"
+#include "StoreRig.h"
 #include "store/StoredFile.h"
 
-#include <gtest/gtest.h>
-
 #include <QFile>
-#include <QTemporaryDir>
 
 using kvmail::columnToFile;
 using kvmail::fileToColumn;
-using kvmail::host::HostOptions;
-using kvmail::host::SqlHostSystem;
+using kvtest::readAll;
 using kvtest::RecordingHost;
+using kvtest::writeAll;
 namespace sql = kvmail::sql;
 
 namespace {
@@ -25,136 +20,96 @@ QByteArray pattern(qsizetype size, char seed = 0) {
   return bytes;
 }
 
-class StoredFile : public ::testing::Test {
+class StoredFile : public kvtest::StoreTest {
  protected:
   void SetUp() override {
-    host_ = std::make_unique<SqlHostSystem>(
-        HostOptions::sqlite(dir_.filePath(QStringLiteral("store.db"))));
-    ASSERT_EQ(host_->open(), QString());
-    sql::ComposedRow row;
-    row.mailId = 1;
-    row.replyId = 1;
-    ASSERT_EQ(host_->execute(sql::insertComposed(row)), QString());
-    ASSERT_EQ(host_->execute(sql::insertTemplate(12, QString(), QString(), QString())), QString());
+    StoreTest::SetUp();
+    ASSERT_EQ(rig.host->execute(sql::insertComposed(kvtest::composedRow(1))), QString());
+    ASSERT_EQ(rig.host->execute(sql::insertTemplate(12, QString(), QString(), QString())),
+              QString());
   }
-
-  QString file(const QString& name) const { return dir_.filePath(name); }
-
-  // Stores bytes into msgmail.消息 of row 1 through a file.
-  void store(const QByteArray& bytes) {
-    ASSERT_TRUE(kvtest::writeAll(file(QStringLiteral("in.eml")), bytes));
-    ASSERT_TRUE(fileToColumn(1, file(QStringLiteral("in.eml")), QStringLiteral("消息"), *host_,
-                             QStringLiteral("msgmail"), QStringLiteral("邮件ID")));
+  // The message column of mail 1 to and from a file.
+  bool store(const QString& path, kvmail::IHostSystem* host = nullptr) {
+    return fileToColumn(1, path, sql::messageColumn(), host ? *host : *rig.host, sql::mailTable(),
+                        sql::mailKey());
   }
-
-  bool load(const QString& path, RecordingHost* recorder = nullptr) {
-    kvmail::IHostSystem& host = recorder ? static_cast<kvmail::IHostSystem&>(*recorder) : *host_;
-    return columnToFile(1, path, QStringLiteral("消息"), host, QStringLiteral("msgmail"),
-                        QStringLiteral("邮件ID"));
+  bool load(const QString& path, kvmail::IHostSystem* host = nullptr, long key = 1) {
+    return columnToFile(key, path, sql::messageColumn(), host ? *host : *rig.host, sql::mailTable(),
+                        sql::mailKey());
   }
-
-  QTemporaryDir dir_;
-  std::unique_ptr<SqlHostSystem> host_;
 };
 
 }  // namespace
 
-TEST_F(StoredFile, ExactlyOneChunkIsReadAsOneFullChunkAndAnEmptyRemainder) {
-  const QByteArray bytes = pattern(16384);
-  store(bytes);
-  RecordingHost recorder(*host_);
-  ASSERT_TRUE(load(file(QStringLiteral("out.eml")), &recorder));
-  EXPECT_EQ(recorder.calls, (QStringList{"get 16384", "get 0"}));
-  EXPECT_EQ(kvtest::readAll(file(QStringLiteral("out.eml"))), bytes);
-}
-
-TEST_F(StoredFile, SmallFileIsStoredAsOneAppend) {
-  ASSERT_TRUE(kvtest::writeAll(file(QStringLiteral("in.eml")), pattern(100)));
-  RecordingHost recorder(*host_);
-  ASSERT_TRUE(fileToColumn(1, file(QStringLiteral("in.eml")), QStringLiteral("消息"), recorder,
-                           QStringLiteral("msgmail"), QStringLiteral("邮件ID")));
-  EXPECT_EQ(recorder.calls, (QStringList{"set ''", "append 100", "update"}));
-  ASSERT_TRUE(load(file(QStringLiteral("out.eml"))));
-  EXPECT_EQ(kvtest::readAll(file(QStringLiteral("out.eml"))), pattern(100));
-}
-
-TEST_F(StoredFile, RemainderIsStoredFirstThenTheFullChunks) {
-  const QByteArray bytes = pattern(2 * 16384 + 7232, 3);
-  ASSERT_TRUE(kvtest::writeAll(file(QStringLiteral("in.eml")), bytes));
-  RecordingHost recorder(*host_);
-  ASSERT_TRUE(fileToColumn(1, file(QStringLiteral("in.eml")), QStringLiteral("消息"), recorder,
-                           QStringLiteral("msgmail"), QStringLiteral("邮件ID")));
-  EXPECT_EQ(recorder.calls,
-            (QStringList{"set ''", "append 7232", "append 16384", "append 16384", "update"}));
-  RecordingHost reader(*host_);
-  ASSERT_TRUE(load(file(QStringLiteral("out.eml")), &reader));
-  EXPECT_EQ(reader.calls, (QStringList{"get 16384", "get 16384", "get 7232"}));
-  EXPECT_EQ(kvtest::readAll(file(QStringLiteral("out.eml"))), bytes);
-
-  // Bytes in memory are stored exactly as a file of them.
-  RecordingHost fromBytes(*host_);
-  ASSERT_TRUE(kvmail::bytesToColumn(1, bytes, QStringLiteral("消息"), fromBytes,
-                                    QStringLiteral("msgmail"), QStringLiteral("邮件ID")));
-  EXPECT_EQ(fromBytes.calls, recorder.calls);
-  ASSERT_TRUE(load(file(QStringLiteral("again.eml"))));
-  EXPECT_EQ(kvtest::readAll(file(QStringLiteral("again.eml"))), bytes);
+// The remainder goes in first, then the full chunks; out come the full chunks, then the
+// remainder (an empty one when there is none). Each store replaces what the column held.
+TEST_F(StoredFile, ChunksGoInRemainderFirstAndComeOutInOrder) {
+  struct Case {
+    qsizetype size;
+    QStringList stored, loaded;
+  };
+  const Case cases[] = {
+      {100, {"set ''", "append 100", "update"}, {"get 100"}},
+      {16384, {"set ''", "append 0", "append 16384", "update"}, {"get 16384", "get 0"}},
+      {2 * 16384 + 7232,
+       {"set ''", "append 7232", "append 16384", "append 16384", "update"},
+       {"get 16384", "get 16384", "get 7232"}},
+  };
+  const QString in = rig.path(QStringLiteral("in.eml"));
+  for (const Case& c : cases) {
+    const QByteArray bytes = pattern(c.size, char(c.size));
+    ASSERT_TRUE(writeAll(in, bytes));
+    RecordingHost fromFile(*rig.host), fromBytes(*rig.host), reader(*rig.host);
+    ASSERT_TRUE(store(in, &fromFile)) << c.size;
+    EXPECT_EQ(fromFile.calls, c.stored) << c.size;
+    // Bytes in memory are stored exactly as a file of them.
+    ASSERT_TRUE(kvmail::bytesToColumn(1, bytes, sql::messageColumn(), fromBytes, sql::mailTable(),
+                                      sql::mailKey()));
+    EXPECT_EQ(fromBytes.calls, c.stored) << c.size;
+    const QString out = rig.path(QStringLiteral("out%1.eml").arg(c.size));
+    ASSERT_TRUE(load(out, &reader)) << c.size;
+    EXPECT_EQ(reader.calls, c.loaded) << c.size;
+    EXPECT_EQ(readAll(out), bytes) << c.size;
+  }
 }
 
 // Kept on purpose: the file is not emptied first, so an older longer file's tail stays.
 TEST_F(StoredFile, ShortColumnOverALongerFileLeavesItsTail) {
+  const QString in = rig.path(QStringLiteral("in.eml")), out = rig.path(QStringLiteral("out.eml"));
+  ASSERT_TRUE(writeAll(in, "0123456789") && store(in));
   const QByteArray old = pattern(50, 1);
-  const QByteArray fresh = QByteArray("0123456789");
-  store(fresh);
-  ASSERT_TRUE(kvtest::writeAll(file(QStringLiteral("out.eml")), old));
-  ASSERT_TRUE(load(file(QStringLiteral("out.eml"))));
-  const QByteArray result = kvtest::readAll(file(QStringLiteral("out.eml")));
-  ASSERT_EQ(result.size(), 50);
-  EXPECT_EQ(result.left(10), fresh);
-  EXPECT_EQ(result.mid(10), old.mid(10));
+  ASSERT_TRUE(writeAll(out, old) && load(out));
+  EXPECT_EQ(readAll(out), "0123456789" + old.mid(10));
 }
 
-TEST_F(StoredFile, MissingRowOrEmptyColumnGivesFalseAndLeavesTheFile) {
-  ASSERT_TRUE(kvtest::writeAll(file(QStringLiteral("out.eml")), "keep"));
-  // Null column.
-  EXPECT_FALSE(load(file(QStringLiteral("out.eml"))));
-  // Missing row.
-  EXPECT_FALSE(columnToFile(99, file(QStringLiteral("out.eml")), QStringLiteral("消息"), *host_,
-                            QStringLiteral("msgmail"), QStringLiteral("邮件ID")));
-  // Empty column.
-  store(QByteArray());
-  EXPECT_FALSE(load(file(QStringLiteral("out.eml"))));
-  EXPECT_EQ(kvtest::readAll(file(QStringLiteral("out.eml"))), QByteArray("keep"));
-  // A query the store refuses.
-  EXPECT_FALSE(columnToFile(1, file(QStringLiteral("out.eml")), QStringLiteral("nosuch"), *host_,
-                            QStringLiteral("msgmail"), QStringLiteral("邮件ID")));
-  EXPECT_EQ(kvtest::readAll(file(QStringLiteral("out.eml"))), QByteArray("keep"));
+TEST_F(StoredFile, MissingRowsFilesAndEmptyColumnsGiveFalseAndLeaveTheFile) {
+  const QString in = rig.path(QStringLiteral("in.eml")), out = rig.path(QStringLiteral("out.eml"));
+  ASSERT_TRUE(writeAll(in, "data"));
+  EXPECT_FALSE(
+      fileToColumn(99, in, sql::messageColumn(), *rig.host, sql::mailTable(), sql::mailKey()));
+  EXPECT_FALSE(store(rig.path(QStringLiteral("nofile.eml"))));
+  EXPECT_FALSE(load(out));  // a null column
+  EXPECT_FALSE(QFile::exists(out));
+
+  ASSERT_TRUE(writeAll(out, "keep"));
+  EXPECT_FALSE(load(out, nullptr, 99));  // no such row
+  ASSERT_TRUE(writeAll(in, QByteArray()) && store(in));
+  EXPECT_FALSE(load(out));  // an empty column
+  EXPECT_FALSE(columnToFile(1, out, QStringLiteral("nosuch"), *rig.host, sql::mailTable(),
+                            sql::mailKey()));  // a query the store refuses
+  EXPECT_EQ(readAll(out), "keep");
 }
 
-TEST_F(StoredFile, StoringNeedsTheRowAndTheFile) {
-  ASSERT_TRUE(kvtest::writeAll(file(QStringLiteral("in.eml")), "data"));
-  EXPECT_FALSE(fileToColumn(99, file(QStringLiteral("in.eml")), QStringLiteral("消息"), *host_,
-                            QStringLiteral("msgmail"), QStringLiteral("邮件ID")));
-  EXPECT_FALSE(fileToColumn(1, file(QStringLiteral("nofile.eml")), QStringLiteral("消息"), *host_,
-                            QStringLiteral("msgmail"), QStringLiteral("邮件ID")));
-  EXPECT_FALSE(load(file(QStringLiteral("out.eml"))));  // still null
-  EXPECT_FALSE(QFile::exists(file(QStringLiteral("out.eml"))));
-}
-
-TEST_F(StoredFile, TemplatesMoveTheSameWay) {
+// The template's file column is written as "Email" and read as "EMail", as it always was.
+TEST_F(StoredFile, TemplatesMoveTheSameWayWhateverTheNameCase) {
   const QByteArray bytes =
       QByteArray("X-Priority: 1\r\nSubject: =?gb2312?B?xOO6ww==?=\r\n\r\n") + pattern(20000, 5);
-  ASSERT_TRUE(kvtest::writeAll(file(QStringLiteral("temp12.eml")), bytes));
-  ASSERT_TRUE(fileToColumn(12, file(QStringLiteral("temp12.eml")), QStringLiteral("EMail"), *host_,
-                           QStringLiteral("MailTemplet"), QStringLiteral("progID")));
-  ASSERT_TRUE(columnToFile(12, file(QStringLiteral("back.eml")), QStringLiteral("EMail"), *host_,
-                           QStringLiteral("MailTemplet"), QStringLiteral("progID")));
-  EXPECT_EQ(kvtest::readAll(file(QStringLiteral("back.eml"))), bytes);
-  // Storing again replaces the column rather than adding to it.
-  ASSERT_TRUE(kvtest::writeAll(file(QStringLiteral("temp12.eml")), "short"));
-  ASSERT_TRUE(fileToColumn(12, file(QStringLiteral("temp12.eml")), QStringLiteral("EMail"), *host_,
-                           QStringLiteral("MailTemplet"), QStringLiteral("progID")));
-  auto rs = host_->openQuery(sql::columnToFileQuery(
-      QStringLiteral("EMail"), QStringLiteral("MailTemplet"), QStringLiteral("progID"), 12));
-  ASSERT_TRUE(rs);
-  EXPECT_EQ(rs->actualSize(QStringLiteral("EMail")), 5);
+  const QString in = rig.path(QStringLiteral("temp12.eml")),
+                out = rig.path(QStringLiteral("b.eml"));
+  ASSERT_TRUE(writeAll(in, bytes));
+  ASSERT_TRUE(fileToColumn(12, in, sql::templateFileWrite(), *rig.host, sql::templateTable(),
+                           sql::templateKey()));
+  ASSERT_TRUE(columnToFile(12, out, sql::templateFileRead(), *rig.host, sql::templateTable(),
+                           sql::templateKey()));
+  EXPECT_EQ(readAll(out), bytes);
 }

@@ -18,28 +18,7 @@ using kvmail::MailError;
 using kvmail::tempFilePath;
 using kvmail::tempFolder;
 
-namespace {
-
-// Points TMPDIR somewhere for one test and puts it back afterwards.
-class TmpDirOverride {
- public:
-  explicit TmpDirOverride(const QByteArray& value)
-      : old_(qgetenv("TMPDIR")), had_(qEnvironmentVariableIsSet("TMPDIR")) {
-    qputenv("TMPDIR", value);
-  }
-  ~TmpDirOverride() {
-    if (had_)
-      qputenv("TMPDIR", old_);
-    else
-      qunsetenv("TMPDIR");
-  }
-
- private:
-  QByteArray old_;
-  bool had_;
-};
-
-}  // namespace
+using kvtest::ScopedEnv;
 
 TEST(SpecialFolders, EveryKnownNameResolvesWithExactCase) {
   const char* names[] = {"Windows",     "System",   "Temp",        "Desktop",   "Sendto",
@@ -58,20 +37,16 @@ TEST(SpecialFolders, EveryKnownNameResolvesWithExactCase) {
   EXPECT_EQ(GetSystemPath(QStringLiteral("Temp ")), QString());
 }
 
-TEST(SpecialFolders, TempIsTheTemporaryFolderWithItsSeparator) {
+// The temporary folder ends in one separator, whether TMPDIR has one or not.
+TEST(SpecialFolders, TempIsTheTemporaryFolderWithOneSeparator) {
   QTemporaryDir dir;
-  TmpDirOverride tmp(dir.path().toLocal8Bit());
-  EXPECT_EQ(tempFolder(), dir.path() + u'/');
-  EXPECT_EQ(GetSystemPath(QStringLiteral("Temp")), dir.path() + u'/');
-  EXPECT_EQ(tempFilePath(QStringLiteral("temp12.eml")), dir.path() + QStringLiteral("/temp12.eml"));
-}
-
-TEST(SpecialFolders, TempGivenWithASeparatorGetsNoSecondOne) {
-  QTemporaryDir dir;
-  TmpDirOverride tmp(dir.path().toLocal8Bit() + '/');
-  EXPECT_TRUE(tempFolder().endsWith(u'/'));
-  EXPECT_FALSE(tempFolder().endsWith(QStringLiteral("//")));
-  EXPECT_EQ(tempFilePath(QStringLiteral("temp.eml")), dir.path() + QStringLiteral("/temp.eml"));
+  for (const QByteArray& tmpdir : {dir.path().toLocal8Bit(), dir.path().toLocal8Bit() + '/'}) {
+    ScopedEnv tmp("TMPDIR", tmpdir);
+    EXPECT_EQ(tempFolder(), dir.path() + u'/') << tmpdir.constData();
+    EXPECT_EQ(GetSystemPath(QStringLiteral("Temp")), dir.path() + u'/');
+    EXPECT_EQ(tempFilePath(QStringLiteral("temp12.eml")),
+              dir.path() + QStringLiteral("/temp12.eml"));
+  }
 }
 
 TEST(SpecialFolders, ASharedTempFolderGivesEachUserAPrivateOne) {
@@ -81,7 +56,7 @@ TEST(SpecialFolders, ASharedTempFolderGivesEachUserAPrivateOne) {
   ASSERT_EQ(::chmod(QFile::encodeName(shared).constData(), 01777), 0);
   const QString mine = shared + QStringLiteral("/kvmail-") + QString::number(::getuid());
   {
-    TmpDirOverride tmp(shared.toLocal8Bit());
+    ScopedEnv tmp("TMPDIR", shared.toLocal8Bit());
     EXPECT_EQ(tempFolder(), mine + u'/');
     EXPECT_EQ(
         QFileInfo(mine).permissions() & (QFile::ReadOther | QFile::WriteOther | QFile::ReadGroup),
@@ -93,36 +68,30 @@ TEST(SpecialFolders, ASharedTempFolderGivesEachUserAPrivateOne) {
   ASSERT_EQ(::chmod(QFile::encodeName(other).constData(), 01777), 0);
   const QString planted = other + QStringLiteral("/kvmail-") + QString::number(::getuid());
   ASSERT_TRUE(QFile::link(other + QStringLiteral("/target"), planted));
-  TmpDirOverride tmp(other.toLocal8Bit());
+  ScopedEnv tmp("TMPDIR", other.toLocal8Bit());
   EXPECT_FALSE(tempFolder().startsWith(planted));
   EXPECT_FALSE(tempFolder().startsWith(other));
 }
 
-// Kept on purpose: the last byte of the file is dropped.
+// Kept on purpose: the last byte of the file is dropped. An empty or missing file raises.
 TEST(FileToText, DropsTheLastByte) {
   QTemporaryDir dir;
   const QString path = dir.filePath(QStringLiteral("body.htm"));
-  ASSERT_TRUE(kvtest::writeAll(path, "<p>你好</p>\r\n"));
-  EXPECT_EQ(fileToText(path), QStringLiteral("<p>你好</p>\r"));
-  ASSERT_TRUE(kvtest::writeAll(path, "x"));
-  EXPECT_EQ(fileToText(path), QString());
-}
-
-TEST(FileToText, EmptyOrMissingFileRaises) {
-  QTemporaryDir dir;
-  const QString path = dir.filePath(QStringLiteral("empty.htm"));
+  const std::pair<QByteArray, QString> cases[] = {{"<p>你好</p>\r\n", "<p>你好</p>\r"}, {"x", ""}};
+  for (const auto& [bytes, text] : cases) {
+    ASSERT_TRUE(kvtest::writeAll(path, bytes));
+    EXPECT_EQ(fileToText(path), text);
+  }
+  const auto errorOf = [](const QString& file) {
+    try {
+      fileToText(file);
+    } catch (const MailError& e) {
+      return e.number();
+    }
+    return 0L;
+  };
   ASSERT_TRUE(kvtest::writeAll(path, QByteArray()));
-  try {
-    fileToText(path);
-    ADD_FAILURE() << "empty file read";
-  } catch (const MailError& e) {
-    EXPECT_EQ(e.number(), MailError::InvalidArgument);
-  }
-  try {
-    fileToText(dir.filePath(QStringLiteral("missing.htm")));
-    ADD_FAILURE() << "missing file read";
-  } catch (const MailError& e) {
-    EXPECT_EQ(e.number(), MailError::FileNotFound);
-  }
+  EXPECT_EQ(errorOf(path), MailError::InvalidArgument);
+  EXPECT_EQ(errorOf(dir.filePath(QStringLiteral("missing.htm"))), MailError::FileNotFound);
   EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("missing.htm"))));
 }

@@ -22,13 +22,8 @@ QStringList ScriptedPrompt::messages() const {
 
 PromptAnswer ScriptedPrompt::messageBox(const QString& text, const QString& title,
                                         kvmail::PromptIcon icon, PromptButtons buttons, QWidget*) {
-  Record r;
-  r.kind = Kind::MessageBox;
-  r.text = text;
-  r.title = title;
-  r.icon = icon;
-  r.buttons = buttons;
-  records_ << r;
+  records_ << Record{
+      .kind = Kind::MessageBox, .text = text, .title = title, .icon = icon, .buttons = buttons};
   if (!answers_.isEmpty()) return answers_.dequeue();
   const bool yesFirst = buttons == PromptButtons::YesNo || buttons == PromptButtons::YesNoCancel;
   return yesFirst ? PromptAnswer::Yes : PromptAnswer::Ok;
@@ -36,40 +31,28 @@ PromptAnswer ScriptedPrompt::messageBox(const QString& text, const QString& titl
 
 QStringList ScriptedPrompt::openFiles(const QString& title, const QString& filter,
                                       const QString& folder, bool multiple, QWidget*) {
-  Record r;
-  r.kind = Kind::OpenFiles;
-  r.title = title;
-  r.filter = filter;
-  r.folder = folder;
-  r.multiple = multiple;
-  records_ << r;
+  records_ << Record{.kind = Kind::OpenFiles,
+                     .title = title,
+                     .filter = filter,
+                     .folder = folder,
+                     .multiple = multiple};
   return openFiles_.isEmpty() ? QStringList() : openFiles_.dequeue();
 }
 
 QString ScriptedPrompt::saveFile(const QString& title, const QString& filter,
                                  const QString& suggestedPath, QWidget*) {
-  Record r;
-  r.kind = Kind::SaveFile;
-  r.title = title;
-  r.filter = filter;
-  r.folder = suggestedPath;
-  records_ << r;
+  records_ << Record{
+      .kind = Kind::SaveFile, .title = title, .filter = filter, .folder = suggestedPath};
   return saveFiles_.isEmpty() ? QString() : saveFiles_.dequeue();
 }
 
 std::optional<QColor> ScriptedPrompt::pickColour(const QColor& initial, QWidget*) {
-  Record r;
-  r.kind = Kind::PickColour;
-  r.colour = initial;
-  records_ << r;
+  records_ << Record{.kind = Kind::PickColour, .colour = initial};
   return colours_.isEmpty() ? std::nullopt : colours_.dequeue();
 }
 
 bool ScriptedPrompt::openWithDesktop(const QString& path) {
-  Record r;
-  r.kind = Kind::OpenWithDesktop;
-  r.text = path;
-  records_ << r;
+  records_ << Record{.kind = Kind::OpenWithDesktop, .text = path};
   return opened_.isEmpty() ? true : opened_.dequeue();
 }
 
@@ -83,10 +66,7 @@ ScopedPrompt::~ScopedPrompt() {
 }
 
 QString ScriptedPrompt::printFile(const QString& path, QWidget*) {
-  Record r;
-  r.kind = Kind::PrintFile;
-  r.text = path;
-  records_ << r;
+  records_ << Record{.kind = Kind::PrintFile, .text = path};
   return kvmail::printFileToPdf(path);
 }
 

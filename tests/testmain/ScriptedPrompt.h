@@ -15,14 +15,14 @@ class ScriptedPrompt : public kvmail::IPrompt {
 
   struct Record {
     Kind kind = Kind::MessageBox;
-    QString text;   // message text, or the path given to openWithDesktop or printFile
-    QString title;  // box or dialog title
+    QString text{};   // message text, or the path given to openWithDesktop or printFile
+    QString title{};  // box or dialog title
     kvmail::PromptIcon icon = kvmail::PromptIcon::None;
     kvmail::PromptButtons buttons = kvmail::PromptButtons::Ok;
-    QString filter;
-    QString folder;  // initial folder or suggested path
+    QString filter{};
+    QString folder{};  // initial folder or suggested path
     bool multiple = false;
-    QColor colour;  // initial colour of the picker
+    QColor colour{};  // initial colour of the picker
   };
 
   // Answers are taken in order; when a queue is empty the default is used: the first button

@@ -11,7 +11,9 @@ QString sourceDir() {
   return env.isEmpty() ? QStringLiteral(KV_SOURCE_DIR_FALLBACK) : env;
 }
 
-QString dataFile(const QString& name) { return sourceDir() + QStringLiteral("/tests/data/") + name; }
+QString dataFile(const QString& name) {
+  return sourceDir() + QStringLiteral("/tests/data/") + name;
+}
 
 QByteArray readAll(const QString& path) {
   QFile f(path);
@@ -24,6 +26,22 @@ bool writeAll(const QString& path, const QByteArray& bytes) {
   QFile f(path);
   if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
   return f.write(bytes) == bytes.size();
+}
+
+}  // namespace kvtest
+
+namespace kvtest {
+
+ScopedEnv::ScopedEnv(const char* name, const QByteArray& value)
+    : name_(name), old_(qgetenv(name)), had_(qEnvironmentVariableIsSet(name)) {
+  qputenv(name, value);
+}
+
+ScopedEnv::~ScopedEnv() {
+  if (had_)
+    qputenv(name_, old_);
+  else
+    qunsetenv(name_);
 }
 
 }  // namespace kvtest

@@ -1,5 +1,6 @@
 #pragma once
-// Small helpers shared by every test: where the sources are, a private scratch folder.
+// Small helpers shared by every test: where the sources are, files, a scoped environment value.
+#include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -13,5 +14,19 @@ QString dataFile(const QString& name);
 QByteArray readAll(const QString& path);
 // Writes bytes to a file, creating folders; false on failure.
 bool writeAll(const QString& path, const QByteArray& bytes);
+
+// Sets an environment variable for a scope and puts the old value (or its absence) back.
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const QByteArray& value);
+  ~ScopedEnv();
+  ScopedEnv(const ScopedEnv&) = delete;
+  ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+ private:
+  const char* name_;
+  QByteArray old_;
+  bool had_;
+};
 
 }  // namespace kvtest

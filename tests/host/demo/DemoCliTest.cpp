@@ -212,3 +212,109 @@ TEST_F(KvhostCommandLine, AStoreThatCannotBeOpenedIsReported) {
   EXPECT_EQ(r.exitCode, 3) << r.all().toStdString();
   EXPECT_TRUE(r.err.contains(QStringLiteral("无法打开数据库："))) << r.err.toStdString();
 }
+
+TEST_F(KvhostCommandLine, ShowPrintsWhatTheViewerShowsAndSavesTheAttachments) {
+  seedFixtureAccount();
+  ASSERT_FALSE(kvtest::dropMail(kUser, kvtest::readAll(kvtest::dataFile("viewer/gb2312_html.eml")))
+                   .isEmpty());
+  ASSERT_EQ(kvhost(QStringList{QStringLiteral("receive")} + pop3Port()).exitCode, 0);
+  const QString id = value(QStringLiteral("select 邮件ID from msgmail where CshgnsID=1"));
+  ASSERT_FALSE(id.isEmpty());
+  EXPECT_EQ(value(QStringLiteral("select 是否已读 from msgmail where 邮件ID=") + id), "0");
+
+  const QString folder = dir.filePath(QStringLiteral("附件"));
+  const ProcessResult r =
+      kvhost({QStringLiteral("show"), id, QStringLiteral("--save-attachments"), folder});
+  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  for (const QString& line :
+       {QStringLiteral("主题：第二季度报价单及合同"),
+        QStringLiteral("发件人：陈丽<chenli@example.cn>"),
+        QStringLiteral("优先级：邮件状态：高优先级。"),
+        QStringLiteral("您好！附件是第二季度报价单和合同草案，请查收。"),
+        QStringLiteral("附件：3 个"), QStringLiteral("  1k\t报价单.csv\t"),
+        QStringLiteral("下载文件") + folder + QStringLiteral("/合同草案.pdf成功")})
+    EXPECT_TRUE(r.out.contains(line)) << line.toStdString() << "\n" << r.out.toStdString();
+  EXPECT_TRUE(r.err.contains(QStringLiteral("[对话框] 附件另存为 [") + folder));
+  // Saved byte for byte, and the host marked the mail read when it showed it.
+  EXPECT_EQ(
+      kvtest::readAll(folder + QStringLiteral("/报价单.csv")),
+      QByteArray::fromHex("bcbeb6c82cbdf0b6ee0ad2bbbcbeb6c82c313230300ab6febcbeb6c82c313335300a"));
+  EXPECT_EQ(kvtest::readAll(folder + QStringLiteral("/logo.png")).left(8),
+            QByteArray("\x89PNG\r\n\x1a\n"));
+  EXPECT_EQ(value(QStringLiteral("select 是否已读 from msgmail where 邮件ID=") + id), "1");
+
+  // Without the option nothing is saved; an unknown mail is said to be missing.
+  const ProcessResult plain = kvhost({QStringLiteral("show"), id});
+  EXPECT_EQ(plain.exitCode, 0);
+  EXPECT_FALSE(plain.out.contains(QStringLiteral("下载文件")));
+  const ProcessResult missing = kvhost({QStringLiteral("show"), QStringLiteral("999")});
+  EXPECT_EQ(missing.exitCode, 1);
+  EXPECT_TRUE(missing.out.contains(QStringLiteral("没有找到邮件（邮件ID=999）。")))
+      << missing.out.toStdString();
+}
+
+TEST_F(KvhostCommandLine, ShowNeedsAMailNumber) {
+  ProcessResult r = kvhost({QStringLiteral("show")});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(r.err.contains(QStringLiteral("show 需要一个邮件ID"))) << r.err.toStdString();
+  r = kvhost({QStringLiteral("show"), QStringLiteral("abc")});
+  EXPECT_EQ(r.exitCode, 2);
+  r = kvhost({QStringLiteral("list"), QStringLiteral("--save-attachments"), dir.path()});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(r.err.contains(QStringLiteral("--save-attachments 只用于 show 命令。")));
+}
+
+TEST_F(KvhostCommandLine, ComposeFillsTheWindowAndSendsWithAttachments) {
+  seedFixtureAccount();
+  const QString body = dir.filePath(QStringLiteral("body.html"));
+  const QString quote = dir.filePath(QStringLiteral("报价单.xlsx"));
+  const QString notes = dir.filePath(QStringLiteral("notes.txt"));
+  ASSERT_TRUE(kvtest::writeAll(body, QStringLiteral("<p>您好，请查收报价。</p>").toUtf8()));
+  ASSERT_TRUE(kvtest::writeAll(quote, QByteArray(4000, '\x05')));
+  ASSERT_TRUE(kvtest::writeAll(notes, "notes"));
+  const ProcessResult r =
+      kvhost({QStringLiteral("compose"), QStringLiteral("--to"), kvtest::addressOf(kRecipient),
+              QStringLiteral("--subject"), QStringLiteral("命令行写的信"),
+              QStringLiteral("--body-file"), body, QStringLiteral("--attach"), quote,
+              QStringLiteral("--attach"), notes, QStringLiteral("--send")});
+  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  const QString id = value(QStringLiteral("select 邮件ID from msgmail"));
+  EXPECT_TRUE(r.out.contains(QStringLiteral("EvReturn %1 1").arg(id))) << r.out.toStdString();
+  EXPECT_TRUE(r.out.contains(QStringLiteral("EvReturn %1 2").arg(id)));
+  EXPECT_TRUE(r.out.contains(QStringLiteral("结果：成功")));
+  EXPECT_TRUE(r.err.contains(QStringLiteral("[对话框] 插入附件 [") + quote));
+  EXPECT_EQ(value(QStringLiteral("select 主题||'/'||附件||'/'||messageID from msgmail")),
+            QStringLiteral("命令行写的信/1/127.0.0.1"));
+
+  ASSERT_TRUE(kvtest::waitForMail(kRecipient, 1));
+  const kvmail::ParsedMail got =
+      kvmail::readMailBytes(kvtest::readMail(kvtest::listMails(kRecipient).first()));
+  EXPECT_EQ(got.subject, QStringLiteral("命令行写的信"));
+  EXPECT_TRUE(got.htmlBody.contains(QStringLiteral("请查收报价")));
+  ASSERT_EQ(got.attachments.size(), 2);
+  EXPECT_EQ(got.attachments[0].fileName, QStringLiteral("报价单.xlsx"));
+  EXPECT_EQ(got.attachments[0].data, QByteArray(4000, '\x05'));
+}
+
+TEST_F(KvhostCommandLine, ComposeWithoutSendQueuesAndABadAddressStoresNothing) {
+  seedFixtureAccount();
+  ProcessResult r =
+      kvhost({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("kehu@kvmail.test"),
+              QStringLiteral("--subject"), QStringLiteral("待发")});
+  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  EXPECT_TRUE(r.err.contains(QStringLiteral("[消息框] 提示： 是否保存邮件？ [是]")));
+  EXPECT_EQ(value(QStringLiteral("select 主题||'/'||CshgnsID||'/'||messageID from msgmail")),
+            QStringLiteral("待发/2/"));
+
+  r = kvhost({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("客户 kehu"),
+              QStringLiteral("--subject"), QStringLiteral("不会保存"), QStringLiteral("--send")});
+  EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
+  EXPECT_TRUE(r.err.contains(QStringLiteral("第1封邮件,收件人地址有错误，请检查")));
+  EXPECT_EQ(value(QStringLiteral("select count(*) from msgmail")), QStringLiteral("1"));
+
+  r = kvhost({QStringLiteral("send"), QStringLiteral("--to"), QStringLiteral("a@b")});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(r.err.contains(QStringLiteral("只用于 compose 命令")));
+}

@@ -258,3 +258,28 @@ TEST(DemoConsolePrompt, AnswersEveryBoxWithItsDefaultButton) {
   EXPECT_FALSE(console.pickColour(Qt::red).has_value());
   EXPECT_FALSE(console.openWithDesktop(QStringLiteral("/tmp/x.pdf")));
 }
+
+TEST(DemoMainWindow, ShowingAMailMarksItReadAndSoDoesMovingToAnother) {
+  DemoRig rig;
+  const long first = queueOne(rig);
+  const long second = queueOne(rig);
+  rig.host->execute(QStringLiteral("update msgmail set CshgnsID=1, 是否已读=0"));
+  kvtest::ScopedPrompt prompt;
+  MainWindow window(rig.host, kDemoProgId);
+  ASSERT_TRUE(window.startMail());
+  const QString read = QStringLiteral("select 是否已读 from msgmail where 邮件ID=%1");
+  ASSERT_TRUE(window.displayMail());  // the newest row is selected
+  EXPECT_EQ(window.mail().viewerWindow()->mailId(), second);
+  EXPECT_EQ(rig.value(read.arg(second)), QStringLiteral("1"));
+  EXPECT_EQ(rig.value(read.arg(first)), QStringLiteral("0"));
+  auto* list = child<QTableWidget>(window, "mailList");
+  EXPECT_EQ(list->item(0, list->columnCount() - 1)->text(), QStringLiteral("已读"));
+  EXPECT_FALSE(list->item(0, 0)->font().bold());
+  EXPECT_TRUE(list->item(1, 0)->font().bold());
+
+  // The viewer's next button walks the host's list and the host marks that mail read too.
+  window.mail().viewerWindow()->toolbarClick(QStringLiteral("TBNext"));
+  EXPECT_EQ(window.mail().viewerWindow()->mailId(), first);
+  EXPECT_EQ(rig.value(read.arg(first)), QStringLiteral("1"));
+  EXPECT_TRUE(prompt->messages().isEmpty());
+}

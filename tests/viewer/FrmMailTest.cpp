@@ -1,0 +1,433 @@
+// The viewer window offscreen, opened through the service on mails in a real SQLite store:
+// what it shows, what each command raises, and the words it uses.
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QDir>
+#include <QFile>
+#include <QFrame>
+#include <QLabel>
+#include <QMenu>
+#include <QSignalSpy>
+#include <QToolBar>
+#include <QTreeWidget>
+
+#include "TestEnv.h"
+#include "ViewerRig.h"
+#include "store/HostSystem.h"
+#include "viewer/FrmMail.h"
+
+using kvtest::ScriptedPrompt;
+using kvtest::ViewerRig;
+
+namespace {
+
+QString mixed() {
+  return QStringLiteral("mime/mixed_attachments.eml");
+}
+
+// Passes everything to the real store and keeps the text of every query and statement.
+class LoggingHost : public kvmail::IHostSystem {
+ public:
+  explicit LoggingHost(kvmail::IHostSystem& real) : real_(real) {}
+  QStringList queries, statements;
+  std::shared_ptr<kvmail::IRecordset> openQuery(const QString& sql, QString* error) override {
+    queries << sql;
+    return real_.openQuery(sql, error);
+  }
+  QString execute(const QString& sql) override {
+    statements << sql;
+    return real_.execute(sql);
+  }
+  long nextKey(const QString& t, const QString& k, QString* e) override {
+    statements << QStringLiteral("nextKey");
+    return real_.nextKey(t, k, e);
+  }
+  QString beginTransaction() override { return real_.beginTransaction(); }
+  QString commitTransaction() override { return real_.commitTransaction(); }
+  QString rollbackTransaction() override { return real_.rollbackTransaction(); }
+  QString currentUserId() const override { return real_.currentUserId(); }
+  QString currentOperator() const override { return real_.currentOperator(); }
+
+ private:
+  kvmail::IHostSystem& real_;
+};
+
+}  // namespace
+
+TEST(FrmMailWindow, EveryMenuItemAndToolbarButtonCarriesItsNameAndCaption) {
+  ViewerRig rig;
+  kvmail::FrmMail* w = rig.show(rig.store(kvtest::htmlMail(QStringLiteral("菜单"), "<p>x</p>")));
+  const QList<QPair<QString, QString>> menu = {
+      {QStringLiteral("mnuFile"), QStringLiteral("文件(&F)")},
+      {QStringLiteral("mnuFileDelete"), QStringLiteral("删除")},
+      {QStringLiteral("mnuFilePrint"), QStringLiteral("打印")},
+      {QStringLiteral("mnuFileClose"), QStringLiteral("退出(&X)")},
+      {QStringLiteral("mnuMail"), QStringLiteral("邮件(&M)")},
+      {QStringLiteral("mnuMailRevert"), QStringLiteral("答复")},
+      {QStringLiteral("mnuMailRevertAll"), QStringLiteral("全部答复")},
+      {QStringLiteral("mnuMailTransmit"), QStringLiteral("转发")},
+      {QStringLiteral("mnuMailPrior"), QStringLiteral("上一条")},
+      {QStringLiteral("mnuMailNext"), QStringLiteral("下一条")},
+  };
+  for (const auto& [name, caption] : menu) {
+    const QAction* a = rig.action(name);
+    ASSERT_NE(a, nullptr) << name.toStdString();
+    EXPECT_EQ(a->text(), caption) << name.toStdString();
+  }
+  for (const QString& separator : {QStringLiteral("mnuFile1"), QStringLiteral("mnuMail3")})
+    EXPECT_TRUE(rig.action(separator) && rig.action(separator)->isSeparator());
+
+  // The toolbar, in its order, with its captions (blanks included) and tips.
+  const auto* bar = w->findChild<QToolBar*>(QStringLiteral("cToolbar1"));
+  ASSERT_NE(bar, nullptr);
+  QStringList keys, captions;
+  for (const QAction* a : bar->actions()) {
+    keys << a->objectName();
+    captions << (a->isSeparator() ? QStringLiteral("|") : a->text());
+  }
+  EXPECT_EQ(keys, (QStringList{"TBRevert", "TBRevertAll", "TBTransmit", "TBs4", "TBPrint",
+                               "TBDelete", "TBs5", "TBPrior", "TBNext", "TBs6", "TBClose"}));
+  EXPECT_EQ(captions, (QStringList{QStringLiteral(" 答复 "), QStringLiteral("全部答复"),
+                                   QStringLiteral("转发"), "|", QStringLiteral(" 打印 "),
+                                   QStringLiteral(" 删除 "), "|", QStringLiteral("上一条"),
+                                   QStringLiteral("下一条"), "|", QStringLiteral(" 退出 ")}));
+  EXPECT_EQ(rig.action(QStringLiteral("TBDelete"))->toolTip(), QStringLiteral("删除"));
+  EXPECT_EQ(rig.action(QStringLiteral("TBClose"))->toolTip(), QStringLiteral("退出"));
+  for (const char* name : {"Web", "LView", "PicType", "ImgType", "lblType", "lblAttach",
+                           "StatusBar", "Txt(0)", "Txt(1)", "Txt(2)", "Txt(3)"})
+    EXPECT_NE(w->findChild<QWidget*>(QLatin1String(name)), nullptr) << name;
+  EXPECT_EQ(w->windowTitle(), QStringLiteral("查看邮件"));
+  EXPECT_TRUE(w->isVisible());
+}
+
+TEST(FrmMailWindow, HeaderBoxesFollowTheSenderRule) {
+  struct Case {
+    QString name, address, shown;
+  };
+  const QList<Case> cases = {
+      {QString(), QStringLiteral("wang@kvmail.test"), QStringLiteral("wang@kvmail.test")},
+      {QStringLiteral("王五"), QStringLiteral("wang@kvmail.test"),
+       QStringLiteral("王五<wang@kvmail.test>")},
+      {QStringLiteral("Li Si"), QString(), QStringLiteral("Li Si<>")},
+  };
+  ViewerRig rig;
+  const long id = rig.store(kvtest::htmlMail(QStringLiteral("报价"), "<p>正文</p>"));
+  rig.set(id, QStringLiteral("收件人"), QStringLiteral("李四 <lisi@kvmail.test>"));
+  rig.set(id, QStringLiteral("发送时间"), QStringLiteral("2024-07-01 10:00:00"));
+  for (const Case& c : cases) {
+    rig.set(id, QStringLiteral("发件人"), c.name);
+    rig.set(id, QStringLiteral("发件人邮箱"), c.address);
+    rig.show(id);
+    EXPECT_EQ(rig.box(1), c.shown);
+    EXPECT_EQ(rig.box(0), QStringLiteral("李四 <lisi@kvmail.test>"));
+    EXPECT_EQ(rig.box(2), QStringLiteral("2024-07-01 10:00:00"));
+    EXPECT_EQ(rig.box(3), QStringLiteral("报价"));
+  }
+  rig.set(id, QStringLiteral("收件人"), QVariant());  // a null shows as empty
+  rig.show(id);
+  EXPECT_EQ(rig.box(0), QString());
+}
+
+TEST(FrmMailWindow, PriorityOneAndTwoShowTheStripAnythingElseHidesIt) {
+  const QList<QPair<QVariant, QString>> cases = {
+      {1, QStringLiteral("邮件状态：高优先级。")},
+      {2, QStringLiteral("邮件状态：低优先级。")},
+      {3, QString()},
+      {5, QString()},
+      {0, QString()},
+      {QVariant(), QString()},
+  };
+  ViewerRig rig;
+  const long id = rig.store(kvtest::htmlMail(QStringLiteral("优先级"), "<p>x</p>"));
+  for (const auto& [priority, text] : cases) {
+    rig.set(id, QStringLiteral("优先级"), priority);
+    kvmail::FrmMail* w = rig.show(id);
+    const auto* strip = w->findChild<QFrame*>(QStringLiteral("PicType"));
+    EXPECT_EQ(strip->isVisible(), !text.isEmpty()) << priority.toString().toStdString();
+    EXPECT_EQ(rig.label(QStringLiteral("lblType"))->text(), text);
+  }
+}
+
+TEST(FrmMailWindow, LoadingIssuesTheHeaderQueryAndTheStoredFileCopyAndChangesNothing) {
+  ViewerRig rig;
+  const long id = rig.storeData(mixed());
+  LoggingHost logging(*rig.host);
+  kvmail::FrmMail window;
+  window.py_Init(id, &logging, QStringLiteral("查看"));
+  ASSERT_GE(logging.queries.size(), 2);
+  EXPECT_EQ(logging.queries[0],
+            QStringLiteral("select 收件人,发件人,发件人邮箱,发送时间,主题,优先级,附件 from msgmail "
+                           "where 邮件ID=%1")
+                .arg(id));
+  EXPECT_EQ(logging.queries[1], QStringLiteral("select 消息 from msgmail where 邮件ID=%1").arg(id));
+  EXPECT_TRUE(logging.statements.isEmpty()) << logging.statements.join('\n').toStdString();
+  EXPECT_EQ(window.findChild<QTreeWidget*>(QStringLiteral("LView"))->topLevelItemCount(), 3);
+}
+
+TEST(FrmMailWindow, TheMessageFileIsTheStoredMailUnderItsNumberInTheTempFolder) {
+  ViewerRig rig;
+  const QByteArray message = kvtest::readAll(kvtest::dataFile(mixed()));
+  const long id = rig.store(message);
+  // An older, longer file of the same name must not leave its tail behind the shown mail.
+  const QString file = QDir(rig.tempDir()).filePath(QString::number(id) + ".eml");
+  ASSERT_TRUE(kvtest::writeAll(file, QByteArray(message.size() * 2, 'x')));
+  rig.show(id);
+  EXPECT_EQ(kvtest::readAll(file), message);
+  EXPECT_EQ(rig.box(3), QStringLiteral("季度报表"));
+}
+
+TEST(FrmMailWindow, AttachmentsAreKeyedByTheirNumberAndSavedInTheTempFolder) {
+  ViewerRig rig;
+  const long id = rig.storeData(mixed());
+  kvmail::FrmMail* w = rig.show(id);
+  EXPECT_EQ(rig.rows(),
+            (QStringList{QStringLiteral("0k|合同（草案）.doc"), QStringLiteral("1k|报价单.xls"),
+                         QStringLiteral("2k|很长的文件名_第二季度销售报表汇总.pdf")}));
+  const QStringList paths = rig.rowPaths();
+  const QByteArray doc = kvtest::readAll(paths.value(0));
+  QByteArray binary;
+  for (int i = 0; i < 3; ++i)
+    for (int b = 0; b < 256; ++b) binary += char(b);
+  EXPECT_EQ(doc, binary + "\r\n\n\r" + QByteArray(1, '\0') + "\x1a");
+  EXPECT_EQ(kvtest::readAll(paths.value(1)), QByteArray("xls-bytes"));
+  for (const QString& p : paths) EXPECT_TRUE(p.startsWith(rig.tempDir() + '/')) << p.toStdString();
+  const auto* headers = rig.list()->headerItem();
+  EXPECT_EQ(headers->text(0), QStringLiteral("文件名"));
+  EXPECT_EQ(headers->text(1), QStringLiteral("文件路径"));
+  EXPECT_TRUE(rig.label(QStringLiteral("lblAttach"))->isVisible());
+  EXPECT_TRUE(rig.bodyText().contains(QStringLiteral("请查收附件。")));
+  (void)w;
+}
+
+TEST(FrmMailWindow, AnAttachmentFlagOfZeroShowsNoRowsAndNoCaption) {
+  ViewerRig rig;
+  const long id = rig.storeData(mixed());
+  rig.set(id, QStringLiteral("附件"), 0);
+  rig.show(id);
+  EXPECT_EQ(rig.list()->topLevelItemCount(), 0);
+  EXPECT_FALSE(rig.label(QStringLiteral("lblAttach"))->isVisible());
+  EXPECT_TRUE(rig.bodyText().contains(QStringLiteral("请查收附件。")));  // the body still shows
+
+  // Moving from a mail with rows to one without clears them.
+  const long with = rig.storeData(mixed());
+  rig.show(with);
+  EXPECT_EQ(rig.list()->topLevelItemCount(), 3);
+  rig.show(id);
+  EXPECT_EQ(rig.list()->topLevelItemCount(), 0);
+}
+
+TEST(FrmMailWindow, ReplyReplyToAllForwardAndCloseRaiseTheirEventAndClose) {
+  // Reply and reply to all are deliberately the same: one event, the same mail number.
+  struct Case {
+    QString command;  // an action's name, or a toolbar key as the click handler gets it
+    bool reply, forward;
+  };
+  const QList<Case> cases = {
+      {"TBRevert", true, false},        {"TBRevertAll", true, false},
+      {"mnuMailRevert", true, false},   {"mnuMailRevertAll", true, false},
+      {"TBTransmit", false, true},      {"mnuMailTransmit", false, true},
+      {"TBClose", false, false},        {"mnuFileClose", false, false},
+      {"key:TBREVERTALL", true, false}, {"key:tbclose", false, false},
+      {"frame", false, false},
+  };
+  ViewerRig rig;
+  const long id = rig.store(kvtest::htmlMail(QStringLiteral("答复"), "<p>x</p>"));
+  for (const Case& c : cases) {
+    kvmail::FrmMail* w = rig.show(id);
+    QSignalSpy reply(w, &kvmail::FrmMail::RevertMail);
+    QSignalSpy forward(w, &kvmail::FrmMail::TransmitMail);
+    QSignalSpy unload(w, &kvmail::FrmMail::Unload);
+    if (c.command == QLatin1String("frame"))
+      w->close();
+    else if (c.command.startsWith(QLatin1String("key:")))
+      w->toolbarClick(c.command.mid(4));
+    else
+      rig.action(c.command)->trigger();
+    const std::string what = c.command.toStdString();
+    EXPECT_EQ(reply.size(), c.reply ? 1 : 0) << what;
+    EXPECT_EQ(forward.size(), c.forward ? 1 : 0) << what;
+    for (const QSignalSpy* spy : {&reply, &forward})
+      if (!spy->isEmpty()) {
+        EXPECT_EQ(spy->first().first().toLongLong(), id) << what;
+      }
+    EXPECT_EQ(unload.size(), 1) << what;
+    EXPECT_FALSE(w->isVisible()) << what;
+  }
+  // Unknown keys and menu names in the wrong case do nothing.
+  kvmail::FrmMail* w = rig.show(id);
+  QSignalSpy move(w, &kvmail::FrmMail::RecordMove);
+  w->toolbarClick(QStringLiteral("TBUnknown"));
+  w->menuClick(QStringLiteral("mnumailnext"));
+  EXPECT_TRUE(move.isEmpty());
+  EXPECT_TRUE(w->isVisible());
+}
+
+TEST(FrmMailWindow, PreviousAndNextAskTheHostAndShowTheMailItLeaves) {
+  ViewerRig rig;
+  const long first = rig.store(kvtest::htmlMail(QStringLiteral("第一封"), "<p>一</p>"));
+  const long second = rig.store(kvtest::htmlMail(QStringLiteral("第二封"), "<p>二</p>"));
+  QList<long> directions;
+  QObject::connect(rig.mail.get(), &kvmail::clsMail::EvRecordMove, [&](long direction, long* id) {
+    directions << direction;
+    if (direction > 0 && *id == first) *id = second;
+    if (direction < 0 && *id == second) *id = first;
+  });
+  rig.show(first);
+  rig.action(QStringLiteral("TBNext"))->trigger();
+  EXPECT_EQ(rig.viewer()->mailId(), second);
+  EXPECT_EQ(rig.box(3), QStringLiteral("第二封"));
+  EXPECT_EQ(rig.bodyText(), QStringLiteral("二"));
+  rig.action(QStringLiteral("mnuMailNext"))->trigger();  // the last one: the host leaves it
+  EXPECT_EQ(rig.box(3), QStringLiteral("第二封"));
+  rig.action(QStringLiteral("mnuMailPrior"))->trigger();
+  EXPECT_EQ(rig.box(3), QStringLiteral("第一封"));
+  rig.action(QStringLiteral("TBPrior"))->trigger();
+  EXPECT_EQ(rig.box(3), QStringLiteral("第一封"));
+  EXPECT_EQ(directions, (QList<long>{1, 1, -1, -1}));
+  EXPECT_TRUE(rig.viewer()->isVisible());
+}
+
+TEST(FrmMailWindow, DeleteShowsTheMailTheHostNamesOrClosesWhenNoneIsLeft) {
+  ViewerRig rig;
+  const long first = rig.store(kvtest::htmlMail(QStringLiteral("要删除的"), "<p>一</p>"));
+  const long second = rig.store(kvtest::htmlMail(QStringLiteral("下一封"), "<p>二</p>"));
+  QList<long> asked;
+  long next = second;
+  QObject::connect(rig.mail.get(), &kvmail::clsMail::EvDelete, [&](long* id) {
+    asked << *id;
+    *id = next;
+  });
+  kvmail::FrmMail* w = rig.show(first);
+  QSignalSpy unload(w, &kvmail::FrmMail::Unload);
+  rig.action(QStringLiteral("TBDelete"))->trigger();
+  EXPECT_EQ(w->mailId(), second);
+  EXPECT_EQ(rig.box(3), QStringLiteral("下一封"));
+  EXPECT_TRUE(w->isVisible());
+  next = 0;
+  rig.action(QStringLiteral("mnuFileDelete"))->trigger();
+  EXPECT_FALSE(w->isVisible());
+  EXPECT_EQ(unload.size(), 1);
+  EXPECT_EQ(asked, (QList<long>{first, second}));
+  // The window deletes nothing itself.
+  EXPECT_EQ(rig.value(QStringLiteral("select count(*) from msgmail where del=1")), "0");
+}
+
+TEST(FrmMailWindow, SaveAsCopiesTheAttachmentAndSaysWhereOrThatItWasCancelled) {
+  ViewerRig rig;
+  const long id = rig.storeData(mixed());
+  rig.show(id);
+  const QString target = rig.path(QStringLiteral("下载/合同 副本.doc"));
+  QDir().mkpath(rig.path(QStringLiteral("下载")));
+  // The dialog's answer comes padded with NULs and blanks, as the system's buffer hands it.
+  rig.prompt->answerSaveFile(QStringLiteral("  ") + target + QChar(0) + QChar(0) + u' ');
+  rig.action(QStringLiteral("mnuAttachSaveAs"))->trigger();
+  EXPECT_EQ(rig.status(), QStringLiteral("下载文件") + target + QStringLiteral("成功"));
+  EXPECT_EQ(kvtest::readAll(target), kvtest::readAll(rig.rowPaths().first()));
+  const auto dialogs = rig.prompt->records(ScriptedPrompt::Kind::SaveFile);
+  ASSERT_EQ(dialogs.size(), 1);
+  EXPECT_EQ(dialogs[0].title, QStringLiteral("附件另存为"));
+  EXPECT_EQ(dialogs[0].filter, QStringLiteral("All (*.*)| *.*"));
+  EXPECT_TRUE(dialogs[0].folder.endsWith(QStringLiteral("合同（草案）.doc")));
+
+  // Saving over an existing file replaces it whole.
+  rig.list()->setCurrentItem(rig.list()->topLevelItem(1));
+  rig.prompt->answerSaveFile(target);
+  rig.action(QStringLiteral("mnuAttachSaveAs"))->trigger();
+  EXPECT_EQ(kvtest::readAll(target), QByteArray("xls-bytes"));
+  // The next dialog starts in the folder chosen last.
+  EXPECT_TRUE(rig.prompt->records(ScriptedPrompt::Kind::SaveFile)
+                  .last()
+                  .folder.startsWith(rig.path(QStringLiteral("下载"))));
+
+  rig.action(QStringLiteral("mnuAttachSaveAs"))->trigger();  // no answer: cancelled
+  EXPECT_EQ(rig.status(), QStringLiteral("取消了下载文件"));
+  EXPECT_EQ(QDir(rig.path(QStringLiteral("下载"))).entryList(QDir::Files).size(), 1);
+}
+
+TEST(FrmMailWindow, ASaveThatCannotBeWrittenSaysSoAndKeepsTheOldFile) {
+  ViewerRig rig;
+  rig.show(rig.storeData(mixed()));
+  const QString target = rig.path(QStringLiteral("no-such-folder/x.doc"));
+  rig.prompt->answerSaveFile(target);
+  rig.action(QStringLiteral("mnuAttachSaveAs"))->trigger();
+  EXPECT_EQ(rig.status(), QStringLiteral("下载文件") + target + QStringLiteral("失败"));
+  ASSERT_EQ(rig.prompt->messages().size(), 1);
+  EXPECT_TRUE(rig.prompt->messages().first().startsWith(QStringLiteral("附件另存为：")));
+  EXPECT_FALSE(QFile::exists(target));
+}
+
+TEST(FrmMailWindow, OpeningAnAttachmentUsesTheDesktopAndAFailureSaysWhy) {
+  ViewerRig rig;
+  rig.show(rig.storeData(mixed()));
+  rig.list()->setCurrentItem(rig.list()->topLevelItem(1));
+  rig.action(QStringLiteral("mnuAttachOpen"))->trigger();
+  auto opened = rig.prompt->records(ScriptedPrompt::Kind::OpenWithDesktop);
+  ASSERT_EQ(opened.size(), 1);
+  EXPECT_EQ(opened[0].text, rig.rowPaths().value(1));
+  EXPECT_TRUE(rig.prompt->messages().isEmpty());
+
+  rig.prompt->answerOpenWithDesktop(false);
+  Q_EMIT rig.list()->itemActivated(rig.list()->topLevelItem(0), 0);  // a double-click
+  ASSERT_EQ(rig.prompt->messages().size(), 1);
+  EXPECT_EQ(rig.prompt->messages().first(),
+            QStringLiteral("打开时错误，原因：No application is associated with this file type."));
+  EXPECT_EQ(rig.prompt->records(ScriptedPrompt::Kind::MessageBox).first().title,
+            QStringLiteral("错误："));
+}
+
+TEST(FrmMailWindow, PrintWritesATextFileUnderSelfPrintAndTheServicePrintsIt) {
+  ViewerRig rig;
+  const long id = rig.storeData(mixed());
+  kvmail::FrmMail* w = rig.show(id);
+  QSignalSpy print(w, &kvmail::FrmMail::DoPrint);
+  rig.action(QStringLiteral("TBPrint"))->trigger();
+  ASSERT_EQ(print.size(), 1);
+  const QString path = print.first().first().toString();
+  EXPECT_EQ(path, rig.tempDir() + QStringLiteral("/selfPrint/%1.txt").arg(id));
+  const QString text = QString::fromUtf8(kvtest::readAll(path));
+  EXPECT_TRUE(text.startsWith(QStringLiteral("邮件编号：%1\n").arg(id))) << text.toStdString();
+  EXPECT_TRUE(text.contains(QStringLiteral("主题：季度报表\n")));
+  EXPECT_TRUE(text.contains(QStringLiteral("发件人：Zhang San<zhangsan@example.cn>\n")));
+  EXPECT_TRUE(text.contains(QStringLiteral("附件：合同（草案）.doc；报价单.xls；")));
+  EXPECT_TRUE(text.contains(QStringLiteral("请查收附件。")));
+  const auto printed = rig.prompt->records(ScriptedPrompt::Kind::PrintFile);
+  ASSERT_EQ(printed.size(), 1);
+  EXPECT_EQ(printed[0].text, path);
+  EXPECT_TRUE(QFile::exists(path + QStringLiteral(".pdf")));
+  EXPECT_TRUE(w->isVisible());  // printing leaves the mail shown
+}
+
+TEST(FrmMailWindow, AFailingCommandIsReportedWithItsHandlersPhrase) {
+  ViewerRig rig;
+  rig.show(rig.store(kvtest::htmlMail(QStringLiteral("打印"), "<p>x</p>")));
+  // A file where the print folder should be: the folder cannot be made.
+  ASSERT_TRUE(kvtest::writeAll(rig.path(QStringLiteral("selfPrint")), "not a folder"));
+  rig.action(QStringLiteral("TBPrint"))->trigger();
+  rig.action(QStringLiteral("mnuFilePrint"))->trigger();
+  EXPECT_EQ(rig.prompt->messages(),
+            (QStringList{QStringLiteral("cToolbar1_ButtonClick：Path/File access error"),
+                         QStringLiteral("m_cMenu_Click：Path/File access error")}));
+}
+
+TEST(FrmMailWindow, WithoutAHostTheInitialiserSaysSo) {
+  kvmail::FrmMail window;
+  QSignalSpy error(&window, &kvmail::FrmMail::ErrMessage);
+  window.py_Init(1, nullptr, QStringLiteral("查看"));
+  ASSERT_EQ(error.size(), 1);
+  EXPECT_EQ(error[0][0].toString(),
+            QStringLiteral("初始化时发生错误，原因：Object variable not set"));
+  EXPECT_EQ(error[0][1].toLongLong(), 8);
+  EXPECT_EQ(error[0][2].toString(), QStringLiteral("错误："));
+}
+
+TEST(FrmMailWindow, AnUnknownMailNumberShowsNothingOfAnEarlierMail) {
+  ViewerRig rig;
+  rig.show(rig.storeData(mixed()));
+  rig.show(9999);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(rig.box(i), QString());
+  EXPECT_EQ(rig.bodyText(), QString());
+  EXPECT_EQ(rig.list()->topLevelItemCount(), 0);
+  EXPECT_EQ(rig.status(), QStringLiteral("没有找到邮件（邮件ID=9999）。"));
+  EXPECT_TRUE(rig.prompt->messages().isEmpty());
+}

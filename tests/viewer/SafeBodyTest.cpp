@@ -1,0 +1,246 @@
+// The body is shown without fetching anything: a real HTTP server on 127.0.0.1 counts the
+// requests a mail full of remote references causes (none), local files stay unread, links open
+// only when clicked and only through the desktop.
+#include <gtest/gtest.h>
+
+#include <QBuffer>
+#include <QEventLoop>
+#include <QImage>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QPixmap>
+#include <QScrollBar>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTextBrowser>
+#include <QTimer>
+
+#include "TestEnv.h"
+#include "ViewerRig.h"
+#include "viewer/FrmMail.h"
+#include "viewer/MailBrowser.h"
+
+using kvtest::ScriptedPrompt;
+using kvtest::ViewerRig;
+
+namespace {
+
+// Answers every request with a tiny picture and counts the connections and requests it saw.
+class CountingHttpServer : public QObject {
+ public:
+  CountingHttpServer() {
+    server_.listen(QHostAddress::LocalHost, 0);
+    QObject::connect(&server_, &QTcpServer::newConnection, this, [this] {
+      while (QTcpSocket* socket = server_.nextPendingConnection()) {
+        ++connections;
+        QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
+          if (!socket->readAll().contains("\r\n\r\n")) return;
+          ++requests;
+          socket->write(
+              "HTTP/1.0 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 2\r\n\r\nok");
+          socket->disconnectFromHost();
+        });
+        QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+      }
+    });
+  }
+  QString base() const { return QStringLiteral("http://127.0.0.1:%1").arg(server_.serverPort()); }
+  int connections = 0;
+  int requests = 0;
+
+ private:
+  QTcpServer server_;
+};
+
+QImage imageOf(const QVariant& value) {
+  if (value.userType() == QMetaType::QImage) return value.value<QImage>();
+  if (value.userType() == QMetaType::QPixmap) return value.value<QPixmap>().toImage();
+  if (value.userType() == QMetaType::QByteArray) return QImage::fromData(value.toByteArray());
+  return {};
+}
+
+void pumpEvents(int ms) {
+  QEventLoop loop;
+  QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+  loop.exec();
+}
+
+QString remoteHtml(const QString& base) {
+  return QStringLiteral(
+             "<html><head>"
+             "<link rel=\"stylesheet\" href=\"%1/style.css\">"
+             "<style>@import url(%1/import.css); body { background-image: url(%1/bg.png); }"
+             " p.x { background: url('%1/p.png'); }</style>"
+             "<script src=\"%1/script.js\"></script>"
+             "<script>document.write('<img src=%1/written.png>'); alert('脚本');</script>"
+             "<meta http-equiv=\"refresh\" content=\"0; url=%1/refresh\">"
+             "</head><body background=\"%1/body.png\">"
+             "<p class=\"x\">远程内容测试</p>"
+             "<img src=\"%1/pixel.gif\" width=\"1\" height=\"1\">"
+             "<img src=\"//127.0.0.1:%2/scheme-relative.png\">"
+             "<img srcset=\"%1/srcset.png 2x\">"
+             "<table background=\"%1/table.png\"><tr><td "
+             "background=\"%1/td.png\">格</td></tr></table>"
+             "<div style=\"background-image: url(%1/div.png)\">块</div>"
+             "<iframe src=\"%1/frame.html\"></iframe><frame src=\"%1/frame2.html\">"
+             "<object data=\"%1/object.swf\"></object><embed src=\"%1/embed.swf\">"
+             "<video poster=\"%1/poster.png\" src=\"%1/video.mp4\"></video>"
+             "<audio src=\"%1/audio.mp3\"></audio><input type=\"image\" src=\"%1/input.png\">"
+             "<svg><image href=\"%1/svg.png\"></image></svg>"
+             "<a href=\"%1/link\">链接</a>"
+             "</body></html>")
+      .arg(base, base.section(u':', -1));
+}
+
+}  // namespace
+
+TEST(ViewerSafety, AMailFullOfRemoteReferencesCausesNoRequestAtAll) {
+  CountingHttpServer server;
+  ViewerRig rig;
+  const long id =
+      rig.store(kvtest::htmlMail(QStringLiteral("远程引用"), remoteHtml(server.base())));
+  kvmail::FrmMail* w = rig.show(id);
+  ASSERT_TRUE(rig.bodyText().contains(QStringLiteral("远程内容测试")));
+  // Lay out and paint the whole body, scrolled from top to bottom, as a reader would.
+  w->resize(900, 700);
+  QTextBrowser* web = rig.web();
+  for (int step = 0; step <= 4; ++step) {
+    web->verticalScrollBar()->setValue(web->verticalScrollBar()->maximum() * step / 4);
+    w->grab();
+    pumpEvents(50);
+  }
+  rig.action(QStringLiteral("TBPrint"))->trigger();  // the printed copy fetches nothing either
+  pumpEvents(300);
+  EXPECT_EQ(server.connections, 0);
+  EXPECT_EQ(server.requests, 0);
+  EXPECT_TRUE(rig.prompt->records(ScriptedPrompt::Kind::OpenWithDesktop).isEmpty());
+  // The body did ask for its pictures and style sheets; each was refused.
+  const QStringList refused = static_cast<kvmail::MailBrowser*>(web)->refused();
+  for (const char* name : {"/pixel.gif", "/import.css", "/bg.png", "/table.png", "/div.png"})
+    EXPECT_TRUE(refused.join(' ').contains(name))
+        << name << ": " << refused.join(' ').toStdString();
+
+  // The server does count: the same address fetched on purpose is seen.
+  QNetworkAccessManager manager;
+  QNetworkReply* reply = manager.get(QNetworkRequest(QUrl(server.base() + "/pixel.gif")));
+  QEventLoop loop;
+  QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+  QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+  loop.exec();
+  reply->deleteLater();
+  EXPECT_EQ(server.requests, 1);
+}
+
+TEST(ViewerSafety, ScriptsNeverRunAndTheirTextIsNotShown) {
+  ViewerRig rig;
+  rig.show(rig.store(kvtest::htmlMail(
+      QStringLiteral("脚本"),
+      QStringLiteral("<html><head><title>标题</title><script>var secret='脚本文字';</script>"
+                     "<style>p { color: red; }</style></head>"
+                     "<body onload=\"alert(1)\"><p>正文</p><script>alert('第二段脚本');</script>"
+                     "<noscript>没有脚本</noscript></body></html>"))));
+  const QString text = rig.bodyText();
+  EXPECT_TRUE(text.contains(QStringLiteral("正文")));
+  EXPECT_FALSE(text.contains(QStringLiteral("脚本文字"))) << text.toStdString();
+  EXPECT_FALSE(text.contains(QStringLiteral("第二段脚本"))) << text.toStdString();
+  EXPECT_FALSE(text.contains(QStringLiteral("color"))) << text.toStdString();
+}
+
+TEST(ViewerSafety, LocalFilesAreNeverReadOnlyTheMailsOwnPartsAre) {
+  ViewerRig rig;
+  QImage red(4, 4, QImage::Format_RGB32);
+  red.fill(Qt::red);
+  const QString picture = rig.path(QStringLiteral("local.png"));
+  ASSERT_TRUE(red.save(picture));
+  const long id = rig.storeData(QStringLiteral("viewer/gb2312_html.eml"));
+  rig.show(id);
+  auto* web = static_cast<kvmail::MailBrowser*>(rig.web());
+  // What the body's document gets for a picture, whatever form the browser answers in.
+  const auto image = [web](const QUrl& url) {
+    const QVariant direct = web->loadResource(QTextDocument::ImageResource, url);
+    const QVariant viaDocument = web->document()->resource(QTextDocument::ImageResource, url);
+    for (const QVariant& v : {direct, viaDocument}) {
+      QImage found = imageOf(v);
+      if (!found.isNull()) return found;
+    }
+    return QImage();
+  };
+  EXPECT_TRUE(image(QUrl::fromLocalFile(picture)).isNull());
+  EXPECT_TRUE(image(QUrl(picture)).isNull());
+  EXPECT_TRUE(image(QUrl(QStringLiteral("local.png"))).isNull());
+  EXPECT_TRUE(
+      image(QUrl(QStringLiteral("qrc:/qt-project.org/styles/commonstyle/images/file-16.png")))
+          .isNull());
+  // A refused resource is an empty value, never a null one the document would then load itself.
+  EXPECT_FALSE(
+      web->loadResource(QTextDocument::ImageResource, QUrl::fromLocalFile(picture)).isNull());
+  EXPECT_FALSE(
+      web->loadResource(QTextDocument::StyleSheetResource, QUrl::fromLocalFile(picture)).isNull());
+
+  // The mail's own pictures, by Content-ID, and pictures written into the body as data.
+  EXPECT_EQ(image(QUrl(QStringLiteral("cid:logo@kvmail"))).size(), QSize(200, 52));
+  EXPECT_EQ(image(QUrl(QStringLiteral("cid:LOGO@kvmail"))).size(), QSize(200, 52));
+  EXPECT_EQ(image(QUrl(QStringLiteral("logo.png"))).size(), QSize(200, 52));  // by its name
+  EXPECT_TRUE(image(QUrl(QStringLiteral("cid:other@kvmail"))).isNull());
+  QByteArray png;
+  {
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    red.save(&buffer, "PNG");
+  }
+  EXPECT_EQ(image(QUrl(QStringLiteral("data:image/png;base64,") + png.toBase64())).size(),
+            QSize(4, 4));
+  EXPECT_TRUE(rig.bodyText().contains(QStringLiteral("王经理")));
+}
+
+TEST(ViewerSafety, AnotherMailsPicturesAreNeverReused) {
+  ViewerRig rig;
+  const long related = rig.storeData(QStringLiteral("viewer/gb2312_html.eml"));
+  const long plain = rig.store(kvtest::htmlMail(
+      QStringLiteral("没有图片"), QStringLiteral("<p>x</p><img src=\"cid:logo@kvmail\">")));
+  rig.show(related);
+  auto* web = static_cast<kvmail::MailBrowser*>(rig.web());
+  EXPECT_FALSE(web->document()
+                   ->resource(QTextDocument::ImageResource, QUrl("cid:logo@kvmail"))
+                   .value<QImage>()
+                   .isNull());
+  rig.show(plain);
+  web = static_cast<kvmail::MailBrowser*>(rig.web());
+  EXPECT_TRUE(web->document()
+                  ->resource(QTextDocument::ImageResource, QUrl("cid:logo@kvmail"))
+                  .value<QImage>()
+                  .isNull());
+}
+
+TEST(ViewerSafety, LinksOpenOnlyWhenClickedAndOnlyThroughTheDesktop) {
+  ViewerRig rig;
+  rig.show(rig.store(
+      kvtest::htmlMail(QStringLiteral("链接"),
+                       QStringLiteral("<p><a href=\"https://example.com/报价?a=1&b=2\">报价</a>"
+                                      "<a href=\"javascript:alert(1)\">脚本</a>"
+                                      "<a href=\"file:///etc/passwd\">文件</a>"
+                                      "<a href=\"mailto:wang@kvmail.test\">写信</a></p>"))));
+  EXPECT_TRUE(rig.prompt->records(ScriptedPrompt::Kind::OpenWithDesktop).isEmpty());
+  QTextBrowser* web = rig.web();
+  const QUrl before = web->source();
+  Q_EMIT web->anchorClicked(QUrl(QStringLiteral("https://example.com/报价?a=1&b=2")));
+  Q_EMIT web->anchorClicked(QUrl(QStringLiteral("javascript:alert(1)")));
+  Q_EMIT web->anchorClicked(QUrl(QStringLiteral("file:///etc/passwd")));
+  Q_EMIT web->anchorClicked(QUrl(QStringLiteral("mailto:wang@kvmail.test")));
+  const auto opened = rig.prompt->records(ScriptedPrompt::Kind::OpenWithDesktop);
+  ASSERT_EQ(opened.size(), 2);
+  EXPECT_EQ(QUrl(opened[0].text), QUrl(QStringLiteral("https://example.com/报价?a=1&b=2")));
+  EXPECT_EQ(opened[1].text, QStringLiteral("mailto:wang@kvmail.test"));
+  EXPECT_EQ(web->source(), before);  // the viewer itself never navigates
+  EXPECT_TRUE(rig.bodyText().contains(QStringLiteral("报价")));
+  web->backward();
+  web->home();
+  EXPECT_TRUE(rig.bodyText().contains(QStringLiteral("报价")));
+
+  // A browser that cannot be started is reported with the opening phrase.
+  rig.prompt->answerOpenWithDesktop(false);
+  Q_EMIT web->anchorClicked(QUrl(QStringLiteral("http://example.com/")));
+  EXPECT_EQ(rig.prompt->messages(),
+            QStringList{QStringLiteral("打开时错误，原因：No application is associated with this "
+                                       "file type.")});
+}
