@@ -43,9 +43,7 @@ Pop3Link::Pop3Link(QObject* parent) : QObject(parent), socket_(new QSslSocket(th
   connect(socket_, &QSslSocket::connected, this,
           [this] { socket_->setSocketOption(QAbstractSocket::LowDelayOption, 1); });
   connect(socket_, &QSslSocket::sslErrors, this, &Pop3Link::onSslErrors);
-  connect(socket_, &QSslSocket::encrypted, this, [this] {
-    if (reading_) Q_EMIT encrypted();
-  });
+  connect(socket_, &QSslSocket::encrypted, this, &Pop3Link::onEncrypted);
 }
 
 Pop3Link::~Pop3Link() {
@@ -64,6 +62,8 @@ void Pop3Link::connectTo(const QString& host, quint16 port) {
   reading_ = true;
   host_ = host;
   port_ = port;
+  greeting_.clear();
+  upgrade_ = mode_ == long(tls::Mode::Upgrade) ? Upgrade::Greeting : Upgrade::Off;
   QSslConfiguration config = QSslConfiguration::defaultConfiguration();
   config.setPeerVerifyMode(QSslSocket::VerifyPeer);  // the system's trust store unless pinned
   if (!pinned_.isEmpty()) config.setCaCertificates(pinned_);
@@ -74,17 +74,12 @@ void Pop3Link::connectTo(const QString& host, quint16 port) {
     socket_->connectToHost(host, port);
 }
 
-void Pop3Link::startTls() {
-  joiner_.reset();
-  socket_->startClientEncryption();
-}
-
 bool Pop3Link::isEncrypted() const {
   return socket_->isEncrypted();
 }
 
 void Pop3Link::send(const QString& command) {
-  if (mode_ != long(tls::Mode::None) && !socket_->isEncrypted() && command != u"STLS") {
+  if (mode_ != long(tls::Mode::None) && !socket_->isEncrypted()) {
     // Only the command's name is named: its argument may be the password.
     refuse(QStringLiteral("与POP3服务器 %1 的连接尚未加密，为保护密码，没有发送 %2 命令。")
                .arg(peer(), command.section(u' ', 0, 0)));
@@ -133,13 +128,61 @@ void Pop3Link::onSocketError(int error) {
         tail);
 }
 
+void Pop3Link::onEncrypted() {
+  if (!reading_) return;
+  Q_EMIT encrypted();
+  if (upgrade_ != Upgrade::Handshake) return;
+  // The session now meets the greeting it would have met in clear, and answers it with USER.
+  upgrade_ = Upgrade::Off;
+  inHandler_ = true;
+  handUp(std::exchange(greeting_, QByteArray()));
+  inHandler_ = false;
+  onReadyRead();  // what came while the session answered the greeting
+}
+
+bool Pop3Link::upgradeStep(const QByteArray& arrival) {
+  if (upgrade_ == Upgrade::Greeting) {
+    if (!arrival.startsWith('+')) return false;  // the session reports a refusing server
+    greeting_ = arrival;
+    upgrade_ = Upgrade::StlsReply;
+    socket_->write("STLS\r\n");
+    socket_->flush();
+    Q_EMIT upgrading();
+    return true;
+  }
+  const qsizetype eol = arrival.indexOf('\n');
+  if (!arrival.startsWith('+')) {
+    refuse(QStringLiteral("POP3服务器 %1 不支持 STLS 加密（服务器回复：%2）。为保护密码，没有登录；"
+                          "请向服务器管理员确认加密方式，或改用 SSL/TLS（端口 995）。")
+               .arg(peer(), QString::fromUtf8(arrival.left(eol < 0 ? 200 : eol)).trimmed()));
+    return true;
+  }
+  // Bytes after the reply would be read as if the encrypted server had sent them: someone on the
+  // way may have put them there.
+  if (eol + 1 < arrival.size()) {
+    refuse(QStringLiteral("POP3服务器 %1 在开始加密之前多发送了数据，连接可能被篡改，已断开。"
+                          "为保护密码，没有登录。")
+               .arg(peer()));
+    return true;
+  }
+  upgrade_ = Upgrade::Handshake;
+  joiner_.reset();
+  socket_->startClientEncryption();
+  return true;
+}
+
+void Pop3Link::handUp(const QByteArray& arrival) {
+  if (upgrade_ != Upgrade::Off && upgradeStep(arrival)) return;
+  if (handler_) handler_(arrival);
+}
+
 void Pop3Link::onReadyRead() {
   // Data that arrives while an arrival is handled (the handler yields) is picked up by this loop.
   if (inHandler_) return;
   inHandler_ = true;
   while (reading_ && socket_->bytesAvailable() > 0) {
     QByteArray arrival;
-    if (joiner_.take(socket_->readAll(), raw_, &arrival) && handler_) handler_(arrival);
+    if (joiner_.take(socket_->readAll(), raw_, &arrival)) handUp(arrival);
   }
   inHandler_ = false;
 }

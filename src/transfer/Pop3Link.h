@@ -44,11 +44,9 @@ class Pop3Link : public QObject {
   // the first byte) and the certificates trusted instead of the system's (none: the system's).
   void setSecurity(long mode, QList<QSslCertificate> pinned);
   void connectTo(const QString& host, quint16 port);
-  // After the server agreed to STLS: the handshake; encrypted() or tlsFailed() follow.
-  void startTls();
   bool isEncrypted() const;
-  // Sends one command and its CR LF at once. When TLS was asked for, nothing but STLS goes out
-  // before the connection is encrypted: anything else ends the connection with tlsFailed().
+  // Sends one command and its CR LF at once. When TLS was asked for, nothing goes out before the
+  // connection is encrypted: a command sent earlier ends the connection with tlsFailed().
   void send(const QString& command);
   void close();
   void abort();
@@ -61,6 +59,8 @@ class Pop3Link : public QObject {
  Q_SIGNALS:
   // Winsock's number for the error, and the socket's own description.
   void failed(int number, const QString& description);
+  // STLS went out: the greeting is held back until the connection is encrypted.
+  void upgrading();
   // The connection is encrypted and the server's certificate verified.
   void encrypted();
   // The secure connection asked for could not be made, in the user's words; nothing was sent.
@@ -71,12 +71,18 @@ class Pop3Link : public QObject {
   void onSocketError(int error);
   void onSslErrors(const QList<QSslError>& errors);
   void refuse(const QString& reason);
+  // STLS is done here, below the session: it sees the greeting only once the link is encrypted.
+  bool upgradeStep(const QByteArray& arrival);
+  void onEncrypted();
+  void handUp(const QByteArray& arrival);
 
   QSslSocket* socket_;
   QString host_;
   quint16 port_ = 0;
   long mode_ = 0;
   QList<QSslCertificate> pinned_;
+  enum class Upgrade { Off, Greeting, StlsReply, Handshake } upgrade_ = Upgrade::Off;
+  QByteArray greeting_;
   Handler handler_;
   Pop3ReplyJoiner joiner_;
   bool raw_ = false;

@@ -34,6 +34,7 @@ Pop3Session::Pop3Session(ITransferView& view, IMailboxPolicy& mailbox, const cls
   connect(&stallTimer_, &QTimer::timeout, this, &Pop3Session::onStalled);
   link_->setHandler([this](const QByteArray& arrival) { handleArrival(arrival); });
   connect(link_, &Pop3Link::failed, this, &Pop3Session::onLinkFailed);
+  connect(link_, &Pop3Link::upgrading, this, [this] { view_.WriteLog(QStringLiteral("STLS"), 1); });
   connect(link_, &Pop3Link::encrypted, this, &Pop3Session::onEncrypted);
   connect(link_, &Pop3Link::tlsFailed, this, &Pop3Session::onTlsFailed);
 }
@@ -82,10 +83,6 @@ QString Pop3Session::prepareSecurity() {
 
 void Pop3Session::handleArrival(const QByteArray& reply) {
   if (stallMs_ > 0) stallTimer_.start(stallMs_);
-  if (plStage_ == Pop3Stage::Stls) {
-    stageStls(reply);
-    return;
-  }
   if (!reply.startsWith('+') && plStage_ != Pop3Stage::MessageText) {
     link_->close();
     const QString text = QStringLiteral("POP3 Error: ") + QString::fromUtf8(reply);
@@ -97,12 +94,6 @@ void Pop3Session::handleArrival(const QByteArray& reply) {
   }
   switch (plStage_) {
     case Pop3Stage::Greeting:
-      if (account_.lPop3Security == long(tls::Mode::Upgrade) && !link_->isEncrypted()) {
-        setStage(Pop3Stage::Stls);
-        send(QStringLiteral("STLS"));
-        view_.WriteLog(QStringLiteral("STLS"), 1);
-        break;
-      }
       stageGreeting();
       break;
     case Pop3Stage::User:
@@ -135,30 +126,8 @@ void Pop3Session::handleArrival(const QByteArray& reply) {
       endSession(Pop3End::Finished);
       break;
     case Pop3Stage::Unused:
-    case Pop3Stage::Stls:
       break;
   }
-}
-
-void Pop3Session::stageStls(const QByteArray& reply) {
-  const QString peer = link_->peer();
-  const qsizetype eol = reply.indexOf('\n');
-  if (!reply.startsWith('+')) {
-    onTlsFailed(
-        QStringLiteral("POP3服务器 %1 不支持 STLS 加密（服务器回复：%2）。为保护密码，没有登录；"
-                       "请向服务器管理员确认加密方式，或改用 SSL/TLS（端口 995）。")
-            .arg(peer, QString::fromUtf8(reply.left(eol < 0 ? 200 : eol)).trimmed()));
-    return;
-  }
-  // Anything after the reply would be taken for what the encrypted server said: someone on the
-  // way may have put it there.
-  if (eol >= 0 && eol + 1 < reply.size()) {
-    onTlsFailed(QStringLiteral("POP3服务器 %1 在开始加密之前多发送了数据，连接可能被篡改，已断开。"
-                               "为保护密码，没有登录。")
-                    .arg(peer));
-    return;
-  }
-  link_->startTls();
 }
 
 void Pop3Session::onEncrypted() {
@@ -167,8 +136,6 @@ void Pop3Session::onEncrypted() {
   view_.WriteLog(QStringLiteral("已建立加密连接（%1，%2），服务器证书已验证")
                      .arg(cipher.protocolString(), cipher.name()),
                  1);
-  // After STLS the session goes on as after the greeting; over TLS the greeting is still due.
-  if (plStage_ == Pop3Stage::Stls) stageGreeting();
 }
 
 void Pop3Session::onTlsFailed(const QString& reason) {

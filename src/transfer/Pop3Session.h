@@ -26,8 +26,6 @@ enum class Pop3Stage : int {
   MessageText = 6,  // the RETR reply, in pieces; any first character
   Dele = 7,         // reply to DELE; the next UIDL or QUIT
   Quit = 8,         // reply to QUIT; the session is over
-  // Added for accounts that ask for STLS; a plain session never enters it.
-  Stls = 9,  // reply to STLS, then the handshake; sends USER once encrypted
 };
 
 // The mailbox counters; 16-bit like the protocol handler they come from.
@@ -79,7 +77,6 @@ class Pop3Session : public QObject {
   // Checks the account's security settings and readies the link; the reason when they cannot
   // be used.
   QString prepareSecurity();
-  void stageStls(const QByteArray& reply);
   void pauseStallGuard();
   // Why a silent session ended, by what had happened: a refused retrieval, a message that
   // stopped half-way, or no answer at all.
