@@ -7,6 +7,7 @@
 
 #include <QFile>
 
+#include "FakePop3Server.h"
 #include "LoopbackServers.h"
 #include "SenderProbe.h"
 #include "TestEnv.h"
@@ -161,6 +162,23 @@ TEST_F(Tls, Pop3RefusalsFailTheTaskBeforeTheLogin) {
     EXPECT_EQ(rig.count(), 0) << c.what;
   }
   EXPECT_EQ(listMails(kUser).size(), 1);  // every refusal left the mail on the server
+}
+
+// Bytes after the STLS answer would be read as the encrypted server's: someone on the way put them.
+TEST(TlsScripted, BytesInjectedBeforeTheHandshakeEndTheSession) {
+  FakePop3Server server;
+  server.setHandler([](const QByteArray& command) -> QList<QByteArray> {
+    if (command == "STLS") return {QByteArrayLiteral("+OK Begin TLS\r\n+OK mailbox ready\r\n")};
+    return {QByteArrayLiteral("+OK\r\n")};
+  });
+  TransferRig rig;
+  rig.usePop3(server.port(), kUser, QStringLiteral("secret-pass"));
+  rig.account().lPop3Security = kUpgrade;
+  ASSERT_TRUE(rig.receive(15000));
+  EXPECT_EQ(rig.taskState(1), QStringLiteral("失败"));
+  ASSERT_EQ(rig.view().errors.size(), 1);
+  EXPECT_TRUE(rig.view().errors.first().contains(QStringLiteral("多发送了数据")));
+  EXPECT_EQ(server.commands(), QList<QByteArray>{"STLS"});
 }
 
 struct SmtpCase {
