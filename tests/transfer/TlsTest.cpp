@@ -21,57 +21,37 @@ namespace {
 const QString kUser = QStringLiteral("t05");
 constexpr long kNone = 0, kUpgrade = 1, kImplicit = 2;
 
-// The fixture's env files: KEY=value lines.
-QMap<QString, QString> readEnv(const QString& path) {
-  QMap<QString, QString> env;
-  for (const QByteArray& line : readAll(path).split('\n'))
-    if (const int eq = line.indexOf('='); eq > 0)
-      env.insert(QString::fromUtf8(line.left(eq)), QString::fromUtf8(line.mid(eq + 1)));
-  return env;
+const TlsServers& tls() {
+  return tlsServers();
 }
 
-struct TlsServers {
-  QMap<QString, QString> tls, good, plain;
-  quint16 port(const QMap<QString, QString>& env, const char* key) const {
-    return env.value(QLatin1String(key)).toUShort();
-  }
+// The plain servers of the "mailservers" fixture: no STLS, no STARTTLS. Only their ports are
+// needed; the mailbox helpers are turned to the TLS Dovecot's Maildirs.
+struct PlainPorts {
+  quint16 pop3Port = 0, smtpPort = 0;
 };
-
-const TlsServers& servers() {
-  static const TlsServers s = [] {
-    const QString build = qEnvironmentVariable("KV_BUILD_DIR");
-    TlsServers s;
-    s.tls = readEnv(build + QStringLiteral("/servers/tls/env"));
-    s.good = readEnv(s.tls.value(QStringLiteral("KV_TLS_GOOD_DIR")) + QStringLiteral("/env"));
-    s.plain = readEnv(build + QStringLiteral("/servers/mail/env"));
-    return s;
+const PlainPorts& plain() {
+  static const PlainPorts ports = [] {
+    PlainPorts p;
+    const QByteArray env = readAll(qEnvironmentVariable("KV_BUILD_DIR") + "/servers/mail/env");
+    for (const QByteArray& line : env.split('\n')) {
+      if (line.startsWith("KV_POP3_PORT=")) p.pop3Port = line.mid(13).trimmed().toUShort();
+      if (line.startsWith("KV_SMTP_PORT=")) p.smtpPort = line.mid(13).trimmed().toUShort();
+    }
+    return p;
   }();
-  return s;
-}
-
-QString file(const char* key) {
-  return servers().tls.value(QLatin1String(key));
-}
-quint16 goodPort(const char* key) {
-  return servers().port(servers().good, key);
-}
-quint16 tlsPort(const char* key) {
-  return servers().port(servers().tls, key);
-}
-quint16 plainPort(const char* key) {
-  return servers().port(servers().plain, key);
+  return ports;
 }
 
 class Tls : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     // The mailbox helpers work on the TLS Dovecot's Maildirs.
-    qputenv("KV_MAILSERVERS_DIR", file("KV_TLS_GOOD_DIR").toUtf8());
+    qputenv("KV_MAILSERVERS_DIR", tls().dir.toUtf8());
   }
   void SetUp() override {
-    ASSERT_TRUE(goodPort("KV_POP3S_PORT") && tlsPort("KV_TLS_EXPIRED_TLS_PORT") &&
-                plainPort("KV_POP3_PORT"))
-        << "the tlsservers or mailservers fixture did not start";
+    ASSERT_TRUE(tls().ok()) << tls().error.toStdString();
+    ASSERT_TRUE(plain().pop3Port && plain().smtpPort) << "the mailservers fixture did not start";
     ASSERT_TRUE(loopbackServers().ok()) << loopbackServers().error.toStdString();
     ASSERT_TRUE(clearMailbox(kUser));
   }
@@ -93,10 +73,9 @@ struct Pop3Case {
 
 TEST_F(Tls, Pop3ReceivesOverStlsAndImplicitTls) {
   const Pop3Case cases[] = {
-      {"STLS, the CA pinned", kUpgrade, goodPort("KV_POP3_PORT"), file("KV_TLS_CA")},
-      {"TLS, the CA pinned", kImplicit, goodPort("KV_POP3S_PORT"), file("KV_TLS_CA")},
-      {"TLS, the server's own certificate pinned", kImplicit, goodPort("KV_POP3S_PORT"),
-       file("KV_TLS_GOOD_CERT")},
+      {"STLS, the CA pinned", kUpgrade, tls().pop3Port, tls().caFile},
+      {"TLS, the CA pinned", kImplicit, tls().pop3sPort, tls().caFile},
+      {"TLS, the server's own certificate pinned", kImplicit, tls().pop3sPort, tls().goodCertFile},
   };
   for (const Pop3Case& c : cases) {
     ASSERT_TRUE(clearMailbox(kUser));
@@ -125,26 +104,25 @@ struct Pop3Refusal {
 };
 
 TEST_F(Tls, Pop3RefusalsFailTheTaskBeforeTheLogin) {
-  const QString ca = file("KV_TLS_CA");
+  const QString ca = tls().caFile;
   const Pop3Refusal cases[] = {
       {"the system's store does not know the test CA",
        kImplicit,
-       goodPort("KV_POP3S_PORT"),
+       tls().pop3sPort,
        {},
        QStringLiteral("服务器证书不是由本机信任的证书机构签发的")},
-      {"another CA pinned, after STLS", kUpgrade, goodPort("KV_POP3_PORT"), file("KV_TLS_OTHER_CA"),
+      {"another CA pinned, after STLS", kUpgrade, tls().pop3Port, tls().otherCaFile,
        QStringLiteral("服务器证书与帐户指定的证书文件不符")},
-      {"certificate for another host", kImplicit, tlsPort("KV_TLS_WRONGNAME_TLS_PORT"), ca,
+      {"certificate for another host", kImplicit, tls().wrongNameTlsPort, ca,
        QStringLiteral("服务器证书不是签发给“127.0.0.1”的")},
-      {"expired certificate", kImplicit, tlsPort("KV_TLS_EXPIRED_TLS_PORT"), ca,
+      {"expired certificate", kImplicit, tls().expiredTlsPort, ca,
        QStringLiteral("服务器证书已过期")},
-      {"server without STLS", kUpgrade, plainPort("KV_POP3_PORT"), ca,
-       QStringLiteral("不支持 STLS 加密")},
-      {"a server in clear on the TLS port", kImplicit, plainPort("KV_POP3_PORT"), ca,
+      {"server without STLS", kUpgrade, plain().pop3Port, ca, QStringLiteral("不支持 STLS 加密")},
+      {"a server in clear on the TLS port", kImplicit, plain().pop3Port, ca,
        QStringLiteral("建立加密连接")},
-      {"pinned file missing", kUpgrade, goodPort("KV_POP3_PORT"), ca + QStringLiteral(".gone"),
+      {"pinned file missing", kUpgrade, tls().pop3Port, ca + QStringLiteral(".gone"),
        QStringLiteral("文件不存在")},
-      {"unknown mode", 7, goodPort("KV_POP3_PORT"), ca, QStringLiteral("无法识别")},
+      {"unknown mode", 7, tls().pop3Port, ca, QStringLiteral("无法识别")},
   };
   ASSERT_FALSE(dropMail(kUser, sampleMail(QStringLiteral("留在服务器上"))).isEmpty());
   for (const Pop3Refusal& c : cases) {
@@ -190,34 +168,34 @@ struct SmtpCase {
 };
 
 TEST_F(Tls, SmtpSendsOnlyOverAVerifiedConnection) {
-  const QString ca = file("KV_TLS_CA");
+  const QString ca = tls().caFile;
   const SmtpCase cases[] = {
-      {"STARTTLS, the CA pinned", kUpgrade, goodPort("KV_SMTP_PORT"), ca, {}},
-      {"TLS, the CA pinned", kImplicit, goodPort("KV_SMTPS_PORT"), ca, {}},
+      {"STARTTLS, the CA pinned", kUpgrade, tls().smtpPort, ca, {}},
+      {"TLS, the CA pinned", kImplicit, tls().smtpsPort, ca, {}},
       {"TLS, the server's own certificate pinned",
        kImplicit,
-       goodPort("KV_SMTPS_PORT"),
-       file("KV_TLS_GOOD_CERT"),
+       tls().smtpsPort,
+       tls().goodCertFile,
        {}},
-      {"no mode: STARTTLS because the server offers it", kNone, goodPort("KV_SMTP_PORT"), ca, {}},
+      {"no mode: STARTTLS because the server offers it", kNone, tls().smtpPort, ca, {}},
       {"the system's store does not know the test CA",
        kImplicit,
-       goodPort("KV_SMTPS_PORT"),
+       tls().smtpsPort,
        {},
        QStringLiteral("服务器证书不是由本机信任的证书机构签发的")},
-      {"another CA pinned", kUpgrade, goodPort("KV_SMTP_PORT"), file("KV_TLS_OTHER_CA"),
+      {"another CA pinned", kUpgrade, tls().smtpPort, tls().otherCaFile,
        QStringLiteral("服务器证书与帐户指定的证书文件不符")},
-      {"certificate for another host", kUpgrade, tlsPort("KV_TLS_WRONGNAME_STARTTLS_PORT"), ca,
+      {"certificate for another host", kUpgrade, tls().wrongNameStarttlsPort, ca,
        QStringLiteral("服务器证书不是签发给“127.0.0.1”的")},
-      {"expired certificate", kImplicit, tlsPort("KV_TLS_EXPIRED_TLS_PORT"), ca,
+      {"expired certificate", kImplicit, tls().expiredTlsPort, ca,
        QStringLiteral("服务器证书已过期")},
-      {"server without STARTTLS", kUpgrade, plainPort("KV_SMTP_PORT"), ca,
+      {"server without STARTTLS", kUpgrade, plain().smtpPort, ca,
        QStringLiteral("不支持 STARTTLS 加密")},
-      {"a server in clear on the TLS port", kImplicit, plainPort("KV_SMTP_PORT"), ca,
+      {"a server in clear on the TLS port", kImplicit, plain().smtpPort, ca,
        QStringLiteral("建立加密连接")},
-      {"pinned file missing", kUpgrade, goodPort("KV_SMTP_PORT"), ca + QStringLiteral(".gone"),
+      {"pinned file missing", kUpgrade, tls().smtpPort, ca + QStringLiteral(".gone"),
        QStringLiteral("文件不存在")},
-      {"unknown mode", 3, goodPort("KV_SMTP_PORT"), ca, QStringLiteral("无法识别")},
+      {"unknown mode", 3, tls().smtpPort, ca, QStringLiteral("无法识别")},
   };
   for (const SmtpCase& c : cases) {
     ASSERT_TRUE(clearMailbox(kUser));
