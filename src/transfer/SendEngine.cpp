@@ -157,6 +157,8 @@ void SendEngine::SendOne(const QString& to, const QString& subject, const QStrin
   s.setHeaderPriority(headerPriority(priority));
   s.setAuthenticate(true);
   s.setPort(int(account_.lSmtpPort));
+  s.setSecurity(account_.lSmtpSecurity);
+  s.setCertificateFile(account_.sCertFile);
   s.Send();
 }
 

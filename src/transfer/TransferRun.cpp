@@ -148,7 +148,7 @@ void TransferRun::StartReceive() {
 
 void TransferRun::onReceiveEnded(Pop3End how, const QString& reason) {
   if (how == Pop3End::Finished) FinishReceive();
-  if (how == Pop3End::Stalled) FailReceive(reason);
+  if (how == Pop3End::Stalled || how == Pop3End::Insecure) FailReceive(reason);
   if (how == Pop3End::SocketError || how == Pop3End::Refused) showBrokenReceive(reason);
   receiving_ = false;
   // A mail the store refused stays on the server for next time, but this run did not get it.

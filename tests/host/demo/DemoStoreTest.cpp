@@ -198,6 +198,8 @@ TEST(DemoAccountRecord, InvalidFieldsAreRefusedAndChangeNothing) {
   refused([](AccountRecord& r) { r.pop3.clear(); });
   refused([](AccountRecord& r) { r.userName.clear(); });
   refused([](AccountRecord& r) { r.smtpPort = 0; });
+  refused([](AccountRecord& r) { r.pop3Security = 3; });
+  refused([](AccountRecord& r) { r.certFile = QStringLiteral("/no/such/ca.pem"); });
   EXPECT_EQ(rig.value(QStringLiteral("select maname||mafromemailaddress||masmtpservername from "
                                      "mailaccount")),
             before);

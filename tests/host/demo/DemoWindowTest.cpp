@@ -4,11 +4,13 @@
 
 #include <QAction>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTableView>
+#include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
 
@@ -86,6 +88,28 @@ TEST(DemoAccountDialog, OkWritesTheFieldsAndLeavesAnUntouchedPasswordAlone) {
                                      "maisafterdaydelete||madeleteday||maisout from mailaccount")),
             QStringLiteral("客服邮箱|2526|11141"));
   EXPECT_EQ(passwordColumn(rig), QStringLiteral("kvpass"));
+}
+
+TEST(DemoAccountDialog, SecurityModesMoveStandardPortsAndAreSaved) {
+  DemoRig rig;
+  AccountDialog dialog(*rig.host);
+  auto* pop3Port = child<QSpinBox>(dialog, "spnPop3Port");
+  auto* smtpPort = child<QSpinBox>(dialog, "spnSmtpPort");
+  pop3Port->setValue(110);
+  child<QComboBox>(dialog, "cmbPop3Security")->setCurrentIndex(2);
+  EXPECT_EQ(pop3Port->value(), 995);  // the standard port follows the mode
+  child<QComboBox>(dialog, "cmbSmtpSecurity")->setCurrentIndex(1);
+  EXPECT_EQ(smtpPort->value(), 2525);  // a port of the user's own stays
+  QTemporaryFile pinned;
+  ASSERT_TRUE(pinned.open());
+  child<QLineEdit>(dialog, "txtCertFile")->setText(pinned.fileName());
+  child<QPushButton>(dialog, "cmdOk")->click();
+  EXPECT_EQ(rig.value(QStringLiteral("select mapop3port||'|'||mapop3security||'|'||masmtpsecurity"
+                                     "||'|'||macertfile from mailaccount")),
+            QStringLiteral("995|2|1|") + pinned.fileName());
+  AccountDialog again(*rig.host);
+  EXPECT_EQ(child<QComboBox>(again, "cmbPop3Security")->currentIndex(), 2);
+  EXPECT_EQ(child<QSpinBox>(again, "spnPop3Port")->value(), 995);
 }
 
 TEST(DemoAccountDialog, ATypedPasswordReplacesTheStoredOne) {
