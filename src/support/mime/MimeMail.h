@@ -58,7 +58,8 @@ QStringList saveAttachments(const ParsedMail& mail, const QString& folder);
 // leave the attachment list. Everything else of the mail is unchanged.
 ParsedMail withLocalPictures(const ParsedMail& mail, const QString& folder);
 
-// The joined text forms used by the store: "a@x;b@y" and "Name <a@x>;b@y".
+// The joined text forms used by the store: "a@x;b@y" (entries without an address left out) and
+// "Name <a@x>;b@y".
 QString joinAddresses(const QList<MimeAddress>& list);
 QString joinDisplay(const QList<MimeAddress>& list);
 
