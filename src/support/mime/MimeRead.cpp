@@ -119,7 +119,8 @@ class Reader {
     const QByteArray head = file.peek(64 * 1024);
     if (head.trimmed().isEmpty()) return {};
     const qsizetype start = headerStart(head);
-    if (!looksLikeHeaders(head, start)) return readHeaderless(file.readAll());
+    if (!looksLikeHeaders(head, start))
+      return readHeaderless(withContent_ ? file.readAll() : QByteArray());
     file.close();
     GRef<GMimeStream> whole(
         g_mime_stream_fs_open(QFile::encodeName(path).constData(), O_RDONLY, 0, nullptr));
@@ -159,6 +160,7 @@ class Reader {
   ParsedMail readHeaderless(const QByteArray& raw) {
     ParsedMail mail;
     mail.ok = true;
+    if (!withContent_) return mail;  // text without headers is all body
     mail.textBody = normaliseLineEnds(mime::decodeText(raw, {}, defaultCharset_));
     mail.htmlBody = textToHtml(mail.textBody);
     return mail;
