@@ -1,5 +1,11 @@
 // The MIME reader on a whole message, parts' content included. What the headers say must not
 // depend on whether the content was read: the store reads structure only, the viewer everything.
+// The attachments are saved as the viewer saves them: whatever their names, inside the folder.
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
 #include "FuzzInput.h"
 #include "support/mime/MimeMail.h"
 
@@ -22,5 +28,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   KV_FUZZ_CHECK(whole.priority == outline.priority);
   KV_FUZZ_CHECK(whole.attachments.size() == outline.attachments.size());
   for (const MimeAttachment& a : outline.attachments) KV_FUZZ_CHECK(a.data.isEmpty());
+
+  static const QTemporaryDir folder;
+  const QStringList saved = saveAttachments(whole, folder.path());
+  KV_FUZZ_CHECK(saved.size() == whole.attachments.size());
+  for (const QString& path : saved) {
+    KV_FUZZ_CHECK(QFileInfo(path).absolutePath() == QDir(folder.path()).absolutePath());
+    QFile::remove(path);
+  }
   return 0;
 }
