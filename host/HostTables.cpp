@@ -22,6 +22,9 @@ QStringList hostTableStatements(SqlEngine engine) {
           "create index if not exists msgmail_senders on msgmail (发件人邮箱, cshgnsid)"),
       QStringLiteral(
           "create index if not exists msgmail_recipients on msgmail (收件人邮箱, cshgnsid)"),
+      // The mail list's totals: counted in the index, never through the message files.
+      QStringLiteral(
+          "create index if not exists msgmail_list on msgmail (del, cshgnsid, messageid)"),
       QStringLiteral(
           "create table if not exists mailaccount ("
           "maid integer not null, masmtptype integer not null default 0, maname text, "

@@ -3,16 +3,19 @@
 measured against. Logs in, STAT, then for n in 1..count: UIDL n and RETR n, writing each mail to
 <out>/<n>.eml. Prints the elapsed seconds (login to QUIT) on stdout.
 
-With --store, each mail is instead stored the least way the receive order allows: look its UIDL
-up in an SQLite file (WAL, as the host keeps it), write it to a temporary file, insert a row with
-the file in one transaction, delete the temporary file; one command outstanding at a time. That
-is the floor for a receiver that must store each mail before asking for the next one.
+With --store it is the host peer: each mail is stored the way a short host program would, in the
+order a receiver that must store before it asks for the next one keeps: look its UIDL up in an
+SQLite file (WAL, as the host keeps it), RETR, parse its header (subject, sender, recipients,
+date), write it to a temporary file, insert a row with the fields and the bytes in one
+transaction, delete the temporary file; one command outstanding at a time.
 
     pop3_reference.py --port 11110 --user t05 --password kvpass --out /tmp/mails [--count N]
                       [--store]
 """
 
 import argparse
+import email.parser
+import email.policy
 import os
 import poplib
 import sqlite3
@@ -29,10 +32,15 @@ def open_store(path):
     return db
 
 
+HEADERS = email.parser.BytesHeaderParser(policy=email.policy.default)
+
+
 def store(db, n, uidl, text):
+    head = HEADERS.parsebytes(text)
     db.execute("begin immediate")
     db.execute("insert into mail values(?,?,?,?,?,?,?,?)",
-               (n, uidl, "sender", "subject", "2026-11-22 09:00:00", time.ctime(), len(text), text))
+               (n, uidl, str(head.get("From", "")), str(head.get("Subject", "")),
+                str(head.get("Date", "")), time.ctime(), len(text), text))
     db.execute("commit")
 
 

@@ -14,30 +14,46 @@ QString person(const QString& name, const QString& address) {
 
 }  // namespace
 
-QList<MailRow> readMailList(IHostSystem& host, QString* error) {
+QList<MailRow> readMailRows(IHostSystem& host, const QString& condition, int limit,
+                            QString* error) {
   QList<MailRow> list;
-  const auto rs = host.openQuery(
-      QStringLiteral("select 邮件ID,CshgnsID,发件人,发件人邮箱,收件人,收件人邮箱,主题,发送时间,"
-                     "接收时间,附件,是否已读,messageID from msgmail where del is null or del<>1 "
-                     "order by 邮件ID desc"),
-      error);
+  QString sql = QStringLiteral(
+      "select 邮件ID,CshgnsID,发件人,发件人邮箱,收件人,收件人邮箱,主题,发送时间,接收时间,附件,"
+      "是否已读,messageID from msgmail where (del is null or del<>1)");
+  if (!condition.isEmpty()) sql += QStringLiteral(" and ") + condition;
+  sql += QStringLiteral(" order by 邮件ID desc");
+  if (limit > 0) sql += QStringLiteral(" limit %1").arg(limit);
+  const auto rs = host.openQuery(sql, error);
   if (!rs) return list;
   for (; !rs->atEnd(); rs->moveNext()) {
     MailRow row;
-    row.id = rs->text(QStringLiteral("邮件ID")).toLong();
-    row.direction = rs->text(QStringLiteral("CshgnsID")).toInt();
-    row.from = person(rs->text(QStringLiteral("发件人")), rs->text(QStringLiteral("发件人邮箱")));
-    const QString toText = rs->text(QStringLiteral("收件人"));
-    row.to = toText.isEmpty() ? rs->text(QStringLiteral("收件人邮箱")) : toText;
-    row.subject = rs->text(QStringLiteral("主题"));
-    row.sentTime = rs->text(QStringLiteral("发送时间"));
-    row.receivedTime = rs->text(QStringLiteral("接收时间"));
-    row.attachment = rs->text(QStringLiteral("附件")).toInt() != 0;
-    row.read = rs->text(QStringLiteral("是否已读")).toInt() != 0;
-    row.queued = row.direction == 2 && rs->text(QStringLiteral("messageID")).isEmpty();
+    row.id = rs->text(0).toLong();
+    row.direction = rs->text(1).toInt();
+    row.from = person(rs->text(2), rs->text(3));
+    const QString toText = rs->text(4);
+    row.to = toText.isEmpty() ? rs->text(5) : toText;
+    row.subject = rs->text(6);
+    row.sentTime = rs->text(7);
+    row.receivedTime = rs->text(8);
+    row.attachment = rs->text(9).toInt() != 0;
+    row.read = rs->text(10).toInt() != 0;
+    row.queued = row.direction == 2 && rs->text(11).isEmpty();
     list.append(row);
   }
   return list;
+}
+
+QList<MailRow> readMailList(IHostSystem& host, QString* error) {
+  return readMailRows(host, {}, 0, error);
+}
+
+MailTotals readMailTotals(IHostSystem& host, QString* error) {
+  const auto rs = host.openQuery(
+      QStringLiteral("select count(*), sum(case when CshgnsID=2 and (messageID is null or "
+                     "messageID='') then 1 else 0 end) from msgmail where del is null or del<>1"),
+      error);
+  if (!rs || rs->atEnd()) return {};
+  return {rs->text(0).toInt(), rs->text(1).toInt()};
 }
 
 QString directionText(const MailRow& row) {
@@ -51,16 +67,35 @@ QStringList mailListHeaders() {
           QStringLiteral("接收时间"), QStringLiteral("附件"), QStringLiteral("已读")};
 }
 
+QString mailListText(const MailRow& row, int column) {
+  switch (column) {
+    case 0:
+      return QString::number(row.id);
+    case 1:
+      return directionText(row);
+    case 2:
+      return row.from;
+    case 3:
+      return row.to;
+    case 4:
+      return row.subject;
+    case 5:
+      return row.sentTime;
+    case 6:
+      return row.receivedTime;
+    case 7:
+      return row.attachment ? QStringLiteral("有") : QString();
+    case 8:
+      return row.read ? QStringLiteral("已读") : QStringLiteral("未读");
+    default:
+      return {};
+  }
+}
+
 QStringList mailListTexts(const MailRow& row) {
-  return {QString::number(row.id),
-          directionText(row),
-          row.from,
-          row.to,
-          row.subject,
-          row.sentTime,
-          row.receivedTime,
-          row.attachment ? QStringLiteral("有") : QString(),
-          row.read ? QStringLiteral("已读") : QStringLiteral("未读")};
+  QStringList texts;
+  for (int c = 0; c < kMailListColumns; ++c) texts << mailListText(row, c);
+  return texts;
 }
 
 }  // namespace kvmail::demo

@@ -6,7 +6,8 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QStatusBar>
-#include <QTableWidget>
+#include <QTableView>
+#include <QTimer>
 #include <QToolBar>
 
 #include <functional>
@@ -14,6 +15,7 @@
 #include "AccountDialog.h"
 #include "DemoStore.h"
 #include "MailList.h"
+#include "MailListModel.h"
 #include "service/IclsError.h"
 #include "support/Prompt.h"
 
@@ -35,19 +37,28 @@ MainWindow::MainWindow(std::shared_ptr<host::SqlHostSystem> host, long progId, Q
   setObjectName(QStringLiteral("MainWindow"));
   setWindowTitle(QStringLiteral("kvHost 业务系统 — 邮件"));
 
-  list_ = new QTableWidget(this);
+  model_ = new MailListModel(*host_, this);
+  list_ = new QTableView(this);
   list_->setObjectName(QStringLiteral("mailList"));
-  list_->setColumnCount(int(mailListHeaders().size()));
-  list_->setHorizontalHeaderLabels(mailListHeaders());
+  list_->setModel(model_);
   list_->setSelectionBehavior(QAbstractItemView::SelectRows);
   list_->setSelectionMode(QAbstractItemView::SingleSelection);
   list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
   list_->verticalHeader()->hide();
+  list_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
   list_->setWordWrap(false);
-  list_->horizontalHeader()->setStretchLastSection(false);
+  // Fixed widths: measuring the contents would read every row of a large store.
+  const int widths[] = {70, 50, 220, 220, 0, 140, 140, 40, 50};
+  for (int c = 0; c < model_->columnCount(); ++c)
+    if (widths[c] > 0) list_->setColumnWidth(c, widths[c]);
   list_->horizontalHeader()->setSectionResizeMode(4, QHeaderView::Stretch);
   setCentralWidget(list_);
-  connect(list_, &QTableWidget::cellDoubleClicked, this, [this] { displayMail(); });
+  connect(list_, &QTableView::doubleClicked, this, [this] { displayMail(); });
+  connect(model_, &MailListModel::totalsChanged, this, &MainWindow::showTotals);
+  changes_ = new QTimer(this);
+  changes_->setSingleShot(true);
+  changes_->setInterval(100);
+  connect(changes_, &QTimer::timeout, this, &MainWindow::applyChanges);
 
   status_ = new QLabel(this);
   status_->setObjectName(QStringLiteral("lblStatus"));
@@ -55,8 +66,11 @@ MainWindow::MainWindow(std::shared_ptr<host::SqlHostSystem> host, long progId, Q
   buildActions();
 
   // The module reports back only through these events.
-  connect(mail_.get(), &clsMail::EvReturn, this, [this](const QString&, long) { refresh(); });
-  connect(mail_.get(), &clsMail::EvMailRead, this, [this](long) { refresh(); });
+  connect(mail_.get(), &clsMail::EvReturn, this, [this](const QString& ids, long type) {
+    if (type != 2) return noteChanged(0);  // stored: new rows on top
+    for (const QString& id : ids.split(u',', Qt::SkipEmptyParts)) noteChanged(id.toLong());
+  });
+  connect(mail_.get(), &clsMail::EvMailRead, this, [this](long) { noteChanged(0); });
   connect(mail_.get(), &clsMail::EvRecordMove, this, &MainWindow::onRecordMove);
   connect(mail_.get(), &clsMail::EvDelete, this, &MainWindow::onDelete);
   resize(1100, 520);
@@ -142,71 +156,60 @@ void MainWindow::showError(const QString& text) {
 
 void MainWindow::refresh() {
   const long keep = currentMailId();
-  QString error;
-  const QList<MailRow> rows = readMailList(*host_, &error);
-  list_->setRowCount(int(rows.size()));
-  int queued = 0;
-  for (int r = 0; r < rows.size(); ++r) {
-    const QStringList texts = mailListTexts(rows[r]);
-    for (int c = 0; c < texts.size(); ++c) {
-      auto* item = new QTableWidgetItem(texts[c]);
-      item->setData(Qt::UserRole, qlonglong(rows[r].id));
-      if (!rows[r].read && rows[r].direction == 1) {
-        QFont bold = item->font();
-        bold.setBold(true);
-        item->setFont(bold);
-      }
-      list_->setItem(r, c, item);
-    }
-    if (rows[r].queued) ++queued;
-  }
-  list_->resizeColumnsToContents();
-  for (int c = 0; c < list_->columnCount(); ++c)  // long addresses must not squeeze the subject
-    list_->setColumnWidth(c, qMin(list_->columnWidth(c), 220));
-  list_->horizontalHeader()->setSectionResizeMode(4, QHeaderView::Stretch);
-  if (!selectMail(keep) && !rows.isEmpty()) list_->selectRow(0);
-  status_->setText(error.isEmpty()
-                       ? QStringLiteral("共 %1 封邮件，%2 封待发").arg(rows.size()).arg(queued)
-                       : error);
+  changes_->stop();
+  changed_.clear();
+  model_->reload();
+  if (!selectMail(keep) && model_->rowCount() > 0) list_->selectRow(0);
   Q_EMIT listRefreshed();
+}
+
+void MainWindow::noteChanged(long mailId) {
+  if (!changed_.contains(mailId)) changed_.append(mailId);
+  if (!changes_->isActive()) changes_->start();
+}
+
+void MainWindow::applyChanges() {
+  QList<long> changed = std::exchange(changed_, {});
+  if (changed.removeAll(0) > 0) model_->addNewer();
+  if (!changed.isEmpty()) model_->refreshMails(changed);
+  if (!list_->selectionModel()->hasSelection() && model_->rowCount() > 0) list_->selectRow(0);
+}
+
+void MainWindow::showTotals() {
+  status_->setText(
+      model_->error().isEmpty()
+          ? QStringLiteral("共 %1 封邮件，%2 封待发").arg(model_->total()).arg(model_->queued())
+          : model_->error());
 }
 
 long MainWindow::currentMailId() const {
   const auto selected = list_->selectionModel()->selectedRows();
-  if (selected.isEmpty()) return 0;
-  return list_->item(selected.first().row(), 0)->data(Qt::UserRole).toLongLong();
+  return selected.isEmpty() ? 0 : model_->mailId(selected.first().row());
 }
 
 bool MainWindow::selectMail(long mailId) {
-  if (mailId <= 0) return false;
-  for (int r = 0; r < list_->rowCount(); ++r) {
-    if (list_->item(r, 0)->data(Qt::UserRole).toLongLong() == mailId) {
-      list_->selectRow(r);
-      return true;
-    }
-  }
-  return false;
+  const int row = model_->rowOf(mailId);
+  if (row < 0) return false;
+  list_->selectRow(row);
+  return true;
 }
 
 int MainWindow::rowCount() const {
-  return list_->rowCount();
+  return model_->total();
 }
 
 void MainWindow::onRecordMove(long direction, long* mailId) {
-  int row = -1;
-  for (int r = 0; r < list_->rowCount() && row < 0; ++r)
-    if (list_->item(r, 0)->data(Qt::UserRole).toLongLong() == *mailId) row = r;
+  const int row = model_->rowOf(*mailId);
   const int target = row + (direction < 0 ? -1 : 1);
-  if (row < 0 || target < 0 || target >= list_->rowCount()) return;  // stays on the shown mail
+  if (target >= model_->rowCount() && model_->canFetchMore({})) model_->fetchMore({});
+  if (row < 0 || target < 0 || target >= model_->rowCount()) return;  // stays on the shown mail
   list_->selectRow(target);
   *mailId = currentMailId();
   markRead(*mailId);  // the viewer shows it next
 }
 
 void MainWindow::onDelete(long* mailId) {
-  int row = 0;
-  for (int r = 0; r < list_->rowCount(); ++r)
-    if (list_->item(r, 0)->data(Qt::UserRole).toLongLong() == *mailId) row = r;
+  const int row = qMax(model_->rowOf(*mailId), 0);
   const QString error = host_->executeBound(
       QStringLiteral("update msgmail set del=1 where 邮件ID=?"), {qlonglong(*mailId)});
   if (!error.isEmpty()) {
@@ -214,12 +217,13 @@ void MainWindow::onDelete(long* mailId) {
     return;  // the mail stays shown
   }
   list_->clearSelection();
-  refresh();
-  if (list_->rowCount() == 0) {
+  model_->refreshMail(*mailId);
+  if (row >= model_->rowCount() && model_->canFetchMore({})) model_->fetchMore({});
+  if (model_->rowCount() == 0) {
     *mailId = 0;
     return;
   }
-  list_->selectRow(qMin(row, list_->rowCount() - 1));
+  list_->selectRow(qMin(row, model_->rowCount() - 1));
   *mailId = currentMailId();
   markRead(*mailId);
 }
@@ -280,18 +284,7 @@ void MainWindow::markRead(long mailId) {
           "update msgmail set 是否已读=1 where 邮件ID=? and (是否已读 is null or 是否已读<>1)"),
       {qlonglong(mailId)});
   if (!error.isEmpty()) return showError(error);
-  // Only the row's "已读" cell and its bold type change; the selection stays where it is.
-  for (int r = 0; r < list_->rowCount(); ++r) {
-    if (list_->item(r, 0)->data(Qt::UserRole).toLongLong() != mailId) continue;
-    for (int c = 0; c < list_->columnCount(); ++c) {
-      QTableWidgetItem* item = list_->item(r, c);
-      QFont font = item->font();
-      font.setBold(false);
-      item->setFont(font);
-    }
-    const int readColumn = int(mailListHeaders().indexOf(QStringLiteral("已读")));
-    if (QTableWidgetItem* read = list_->item(r, readColumn)) read->setText(QStringLiteral("已读"));
-  }
+  model_->refreshMail(mailId);  // only that row changes; the selection stays where it is
 }
 
 bool MainWindow::replyMail() {
