@@ -31,8 +31,8 @@ QStringList hostTableStatements(SqlEngine engine) {
           "mausername text, mapassword text, masmtpservername text, mareplyemailaddress text, "
           "masmtpport integer, mafromname text, mafromemailaddress text, mapop3servername text, "
           "maisnotdelete integer, maisafterdaydelete integer, madeleteday integer, "
-          "maisout integer, maisdefault integer, mapop3port integer, "
-          "primary key (maid, masmtptype))"),
+          "maisout integer, maisdefault integer, mapop3port integer, mapop3security integer, "
+          "masmtpsecurity integer, macertfile text, primary key (maid, masmtptype))"),
       QStringLiteral("create table if not exists mailaccountuser ("
                      "maid integer not null, masmtptype integer not null default 0, "
                      "userid integer not null)"),
@@ -49,7 +49,10 @@ QStringList hostTableStatements(SqlEngine engine) {
 }
 
 QList<OptionalColumn> hostOptionalColumns() {
-  return {{"mailaccount", "mapop3port", "integer"}};
+  return {{"mailaccount", "mapop3port", "integer"},
+          {"mailaccount", "mapop3security", "integer"},
+          {"mailaccount", "masmtpsecurity", "integer"},
+          {"mailaccount", "macertfile", "text"}};
 }
 
 }  // namespace kvmail::host

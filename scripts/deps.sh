@@ -7,7 +7,7 @@ PACKAGES=(
   qt6-base-dev libqt6sql6-sqlite libqt6sql6-psql libgl-dev libsqlite3-dev
   libgmime-3.0-dev libcurl4-openssl-dev
   libgtest-dev libbenchmark-dev
-  dovecot-core dovecot-pop3d python3 python3-aiosmtpd
+  dovecot-core dovecot-pop3d python3 python3-aiosmtpd openssl ca-certificates
   postgresql
   fonts-wqy-zenhei xvfb xauth
   clang libclang-rt-dev llvm

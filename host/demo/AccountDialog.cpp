@@ -1,12 +1,15 @@
 #include "AccountDialog.h"
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QVBoxLayout>
+
+#include <tuple>
 
 #include "support/Prompt.h"
 
@@ -49,9 +52,19 @@ AccountDialog::AccountDialog(host::SqlHostSystem& host, QWidget* parent)
   smtp_ = addLine(QStringLiteral("txtSmtp"), QStringLiteral("SMTP 服务器："));
   smtpPort_ =
       addSpin(this, form_, QStringLiteral("spnSmtpPort"), QStringLiteral("SMTP 端口："), 65535);
+  smtpSecurity_ = addSecurity(
+      QStringLiteral("cmbSmtpSecurity"), QStringLiteral("SMTP 加密："),
+      {QStringLiteral("按端口自动"), QStringLiteral("STARTTLS"), QStringLiteral("SSL/TLS")},
+      smtpPort_, {25, 587, 465});
   pop3_ = addLine(QStringLiteral("txtPop3"), QStringLiteral("POP3 服务器："));
   pop3Port_ =
       addSpin(this, form_, QStringLiteral("spnPop3Port"), QStringLiteral("POP3 端口："), 65535);
+  pop3Security_ =
+      addSecurity(QStringLiteral("cmbPop3Security"), QStringLiteral("POP3 加密："),
+                  {QStringLiteral("不加密"), QStringLiteral("STLS"), QStringLiteral("SSL/TLS")},
+                  pop3Port_, {110, 110, 995});
+  certFile_ = addLine(QStringLiteral("txtCertFile"), QStringLiteral("信任的证书文件："));
+  certFile_->setPlaceholderText(QStringLiteral("留空：使用系统信任的证书机构"));
   userName_ = addLine(QStringLiteral("txtUserName"), QStringLiteral("登录用户名："));
   password_ = addLine(QStringLiteral("txtPassword"), QStringLiteral("密码："));
   password_->setEchoMode(QLineEdit::Password);
@@ -90,6 +103,24 @@ QLineEdit* AccountDialog::addLine(const QString& name, const QString& label) {
   return line;
 }
 
+QComboBox* AccountDialog::addSecurity(const QString& name, const QString& label,
+                                      const QStringList& modes, QSpinBox* port,
+                                      QList<int> standardPorts) {
+  auto* box = new QComboBox(this);
+  box->setObjectName(name);
+  box->addItems(modes);
+  form_->addRow(label, box);
+  // A port left at the old mode's standard follows the mode; a port the user typed stays.
+  connect(box, &QComboBox::currentIndexChanged, this,
+          [port, standardPorts, previous = 0](int index) mutable {
+            if (index < 0 || index >= standardPorts.size()) return;
+            if (port->value() == standardPorts.value(previous))
+              port->setValue(standardPorts[index]);
+            previous = index;
+          });
+  return box;
+}
+
 void AccountDialog::fill(const AccountRecord& r) {
   name_->setText(r.name);
   fromName_->setText(r.fromName);
@@ -99,6 +130,14 @@ void AccountDialog::fill(const AccountRecord& r) {
   smtpPort_->setValue(r.smtpPort);
   pop3_->setText(r.pop3);
   pop3Port_->setValue(r.pop3Port);
+  // The ports as stored: the modes are set without moving them.
+  for (auto [box, mode, port] : {std::tuple{smtpSecurity_, r.smtpSecurity, smtpPort_},
+                                 std::tuple{pop3Security_, r.pop3Security, pop3Port_}}) {
+    const int keep = port->value();
+    box->setCurrentIndex(mode >= 0 && mode < box->count() ? mode : 0);
+    port->setValue(keep);
+  }
+  certFile_->setText(r.certFile);
   userName_->setText(r.userName);
   password_->setText(r.hasPassword ? kPasswordMask : QString());  // setText clears "modified"
   keepOnServer_->setChecked(r.keepOnServer);
@@ -119,6 +158,9 @@ AccountRecord AccountDialog::record() const {
   r.smtpPort = smtpPort_->value();
   r.pop3 = pop3_->text().trimmed();
   r.pop3Port = pop3Port_->value();
+  r.smtpSecurity = smtpSecurity_->currentIndex();
+  r.pop3Security = pop3Security_->currentIndex();
+  r.certFile = certFile_->text().trimmed();
   r.userName = userName_->text();
   r.passwordChanged = password_->isModified();
   r.newPassword = r.passwordChanged ? password_->text() : QString();

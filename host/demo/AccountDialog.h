@@ -7,6 +7,7 @@
 #include "AccountRecord.h"
 
 class QCheckBox;
+class QComboBox;
 class QFormLayout;
 class QLineEdit;
 class QSpinBox;
@@ -26,6 +27,8 @@ class AccountDialog : public QDialog {
  private:
   void fill(const AccountRecord& record);
   QLineEdit* addLine(const QString& name, const QString& label);
+  QComboBox* addSecurity(const QString& name, const QString& label, const QStringList& modes,
+                         QSpinBox* port, QList<int> standardPorts);
 
   host::SqlHostSystem& host_;
   AccountRecord loaded_;
@@ -37,6 +40,9 @@ class AccountDialog : public QDialog {
   QSpinBox* smtpPort_ = nullptr;
   QLineEdit* pop3_ = nullptr;
   QSpinBox* pop3Port_ = nullptr;
+  QComboBox* smtpSecurity_ = nullptr;
+  QComboBox* pop3Security_ = nullptr;
+  QLineEdit* certFile_ = nullptr;
   QLineEdit* userName_ = nullptr;
   QLineEdit* password_ = nullptr;
   QCheckBox* keepOnServer_ = nullptr;

@@ -1,5 +1,6 @@
 #include "AccountRecord.h"
 
+#include <QFileInfo>
 #include <QRegularExpression>
 
 namespace kvmail::demo {
@@ -7,9 +8,9 @@ namespace {
 
 const QString kColumns = QStringLiteral(
     "A.maid,A.masmtptype,maname,mausername,masmtpservername,mareplyemailaddress,masmtpport,"
-    "mafromname,mafromemailaddress,mapop3servername,mapop3port,maisnotdelete,maisafterdaydelete,"
-    "madeleteday,"
-    "maisout,maisdefault,case when coalesce(mapassword,'')='' then 0 else 1 end as haspassword");
+    "mafromname,mafromemailaddress,mapop3servername,mapop3port,mapop3security,masmtpsecurity,"
+    "macertfile,maisnotdelete,maisafterdaydelete,madeleteday,maisout,maisdefault,case when "
+    "coalesce(mapassword,'')='' then 0 else 1 end as haspassword");
 
 bool isHostName(const QString& text) {
   static const QRegularExpression shape(
@@ -41,6 +42,9 @@ AccountRecord fromRow(const IRecordset& rs) {
   r.pop3 = rs.text(QStringLiteral("mapop3servername"));
   const int pop3Port = int(number(rs, QStringLiteral("mapop3port")));
   r.pop3Port = pop3Port > 0 ? pop3Port : 110;
+  r.pop3Security = int(number(rs, QStringLiteral("mapop3security")));
+  r.smtpSecurity = int(number(rs, QStringLiteral("masmtpsecurity")));
+  r.certFile = rs.text(QStringLiteral("macertfile"));
   r.keepOnServer = number(rs, QStringLiteral("maisnotdelete")) == 1;  // the module's own test
   r.deleteAfterDays = number(rs, QStringLiteral("maisafterdaydelete")) != 0;
   r.deleteDays = int(number(rs, QStringLiteral("madeleteday")));
@@ -87,6 +91,10 @@ QString validateAccount(const AccountRecord& r) {
   if (!isHostName(r.pop3)) return QStringLiteral("POP3 服务器“%1”不是有效的主机名！").arg(r.pop3);
   if (r.pop3Port < 1 || r.pop3Port > 65535)
     return QStringLiteral("POP3 端口应在 1 到 65535 之间！");
+  if (r.pop3Security < 0 || r.pop3Security > 2 || r.smtpSecurity < 0 || r.smtpSecurity > 2)
+    return QStringLiteral("加密方式应为 0、1 或 2！");
+  if (!r.certFile.trimmed().isEmpty() && !QFileInfo(r.certFile.trimmed()).isFile())
+    return QStringLiteral("证书文件“%1”不存在！").arg(r.certFile.trimmed());
   if (r.userName.trimmed().isEmpty()) return QStringLiteral("请输入登录用户名！");
   if (r.deleteDays < 0) return QStringLiteral("保留天数不能为负数！");
   return {};
@@ -112,6 +120,9 @@ QString saveAccountRecord(host::SqlHostSystem& host, const AccountRecord& r) {
                                r.fromAddress,
                                r.pop3,
                                r.pop3Port,
+                               r.pop3Security,
+                               r.smtpSecurity,
+                               r.certFile.trimmed(),
                                r.keepOnServer ? 1 : 0,
                                r.deleteAfterDays ? 1 : 0,
                                r.deleteDays,
@@ -127,15 +138,17 @@ QString saveAccountRecord(host::SqlHostSystem& host, const AccountRecord& r) {
   if (r.exists) {
     run(QStringLiteral("update mailaccount set maname=?,mausername=?,masmtpservername=?,"
                        "mareplyemailaddress=?,masmtpport=?,mafromname=?,mafromemailaddress=?,"
-                       "mapop3servername=?,mapop3port=?,maisnotdelete=?,maisafterdaydelete=?,"
-                       "madeleteday=?,maisout=?,maisdefault=? where maid=? and masmtptype=?"),
+                       "mapop3servername=?,mapop3port=?,mapop3security=?,masmtpsecurity=?,"
+                       "macertfile=?,maisnotdelete=?,maisafterdaydelete=?,madeleteday=?,maisout=?,"
+                       "maisdefault=? where maid=? and masmtptype=?"),
         fields + key);
   } else {
     run(QStringLiteral("insert into mailaccount(maname,mausername,masmtpservername,"
                        "mareplyemailaddress,masmtpport,mafromname,mafromemailaddress,"
-                       "mapop3servername,mapop3port,maisnotdelete,maisafterdaydelete,madeleteday,"
-                       "maisout,maisdefault,mapassword,maid,masmtptype) values "
-                       "(?,?,?,?,?,?,?,?,?,?,?,?,?,?,'',?,?)"),
+                       "mapop3servername,mapop3port,mapop3security,masmtpsecurity,macertfile,"
+                       "maisnotdelete,maisafterdaydelete,madeleteday,maisout,maisdefault,"
+                       "mapassword,maid,masmtptype) values "
+                       "(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,'',?,?)"),
         fields + key);
   }
   if (r.passwordChanged)

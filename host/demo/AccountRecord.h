@@ -20,6 +20,9 @@ struct AccountRecord {
   QString replyTo;               // mareplyemailaddress
   QString pop3;                  // mapop3servername
   int pop3Port = 110;            // mapop3port
+  int pop3Security = 0;          // mapop3security: 0 none, 1 STLS, 2 TLS from the first byte
+  int smtpSecurity = 0;          // masmtpsecurity: 0 by the port, 1 STARTTLS, 2 TLS
+  QString certFile;              // macertfile: trusted instead of the system's store
   bool keepOnServer = false;     // maisnotdelete = 1
   bool deleteAfterDays = false;  // maisafterdaydelete
   int deleteDays = 0;            // madeleteday

@@ -3,10 +3,16 @@
 # SMTP sink that delivers every accepted message into Dovecot's Maildirs.
 #
 #   mailservers.sh start|stop|status <statedir> [--pop3-port N] [--smtp-port N] [--find-free]
+#                  [--tls CERT KEY [--pop3s-port N] [--smtps-port N]]
 #
 # start writes <statedir>/env (KV_POP3_PORT, KV_SMTP_PORT, KV_MAILDIR_ROOT, KV_MAIL_USERS,
 # KV_MAIL_PASSWORD); a user's Maildir is $KV_MAILDIR_ROOT/<user>. --find-free moves on to the next
 # free port when the asked one is taken (several build folders may run their fixtures at once).
+#
+# --tls makes both servers refuse to work in clear: Dovecot gets "ssl = required" (STLS on the POP3
+# port) and the sink requires STARTTLS before mail or AUTH, both presenting CERT (the server's
+# certificate followed by its chain) with KEY. --pop3s-port and --smtps-port add listeners that
+# speak TLS from the first byte; env then also holds KV_POP3S_PORT and KV_SMTPS_PORT.
 set -euo pipefail
 
 HERE="$(cd "$(dirname "$0")" && pwd)"
@@ -28,14 +34,25 @@ shift 2
 POP3_PORT=11110
 SMTP_PORT=12525
 FIND_FREE=0
+TLS_CERT=""
+TLS_KEY=""
+POP3S_PORT=""
+SMTPS_PORT=""
 while [ $# -gt 0 ]; do
   case "$1" in
     --pop3-port) POP3_PORT="$2"; shift 2 ;;
     --smtp-port) SMTP_PORT="$2"; shift 2 ;;
     --find-free) FIND_FREE=1; shift ;;
+    --tls) TLS_CERT="$(realpath "$2")"; TLS_KEY="$(realpath "$3")"; shift 3 ;;
+    --pop3s-port) POP3S_PORT="$2"; shift 2 ;;
+    --smtps-port) SMTPS_PORT="$2"; shift 2 ;;
     *) usage ;;
   esac
 done
+if [ -z "$TLS_CERT" ] && [ -n "$POP3S_PORT$SMTPS_PORT" ]; then
+  echo "mailservers: --pop3s-port and --smtps-port need --tls" >&2
+  exit 2
+fi
 
 mkdir -p "$STATE"
 STATE="$(cd "$STATE" && pwd)"
@@ -92,10 +109,15 @@ do_status() {
   return $rc
 }
 
+# Ports handed out by this start: not yet listening, but no longer free either.
+PICKED=" "
 pick_port() {
   local port="$1" n
   for n in $(seq 0 49); do
-    if ! port_open $((port + n)); then echo $((port + n)); return 0; fi
+    if ! port_open $((port + n)) && [[ "$PICKED" != *" $((port + n)) "* ]]; then
+      echo $((port + n))
+      return 0
+    fi
     [ "$FIND_FREE" = 1 ] || break
   done
   echo "mailservers: port $port is taken by another program" >&2
@@ -137,8 +159,17 @@ write_config() {
     echo "log_path = $STATE/dovecot.log"
     echo "listen = 127.0.0.1"
     echo "protocols = pop3"
-    echo "ssl = no"
-    echo "disable_plaintext_auth = no"
+    if [ -n "$TLS_CERT" ]; then
+      # Nothing but STLS before the connection is encrypted, and no login in clear.
+      echo "ssl = required"
+      echo "ssl_cert = <$TLS_CERT"
+      echo "ssl_key = <$TLS_KEY"
+      echo "ssl_dh = </usr/share/dovecot/dh.pem"
+      echo "ssl_min_protocol = TLSv1.2"
+    else
+      echo "ssl = no"
+      echo "disable_plaintext_auth = no"
+    fi
     echo "auth_mechanisms = plain login"
     echo "first_valid_uid = 1"
     echo "mail_max_userip_connections = 100"
@@ -169,6 +200,13 @@ write_config() {
     echo "    address = 127.0.0.1"
     echo "    port = $POP3_PORT"
     echo "  }"
+    if [ -n "$POP3S_PORT" ]; then
+      echo "  inet_listener pop3s {"
+      echo "    address = 127.0.0.1"
+      echo "    port = $POP3S_PORT"
+      echo "    ssl = yes"
+      echo "  }"
+    fi
     echo "}"
   } >"$STATE/dovecot.conf"
   MAIL_OWNER="$uid:$gid"
@@ -187,8 +225,17 @@ do_start() {
   do_stop
   rm -f "$STATE/env"
   POP3_PORT="$(pick_port "$POP3_PORT")"
+  PICKED+="$POP3_PORT "
   SMTP_PORT="$(pick_port "$SMTP_PORT")"
+  PICKED+="$SMTP_PORT "
   [ "$POP3_PORT" != "$SMTP_PORT" ] || { echo "mailservers: POP3 and SMTP ports are equal" >&2; exit 1; }
+  local sink_tls=()
+  if [ -n "$POP3S_PORT" ]; then POP3S_PORT="$(pick_port "$POP3S_PORT")"; PICKED+="$POP3S_PORT "; fi
+  if [ -n "$SMTPS_PORT" ]; then SMTPS_PORT="$(pick_port "$SMTPS_PORT")"; PICKED+="$SMTPS_PORT "; fi
+  if [ -n "$TLS_CERT" ]; then
+    sink_tls=(--tls-cert "$TLS_CERT" --tls-key "$TLS_KEY")
+    [ -z "$SMTPS_PORT" ] || sink_tls+=(--smtps-port "$SMTPS_PORT")
+  fi
   write_config
 
   # Dovecot keeps the caller's stdio open after it detaches: hand it files, never our pipes.
@@ -205,11 +252,13 @@ do_start() {
   cp "$BASE_DIR/master.pid" "$DOVECOT_PID" 2>/dev/null || true
 
   setsid "$PY" "$HERE/smtp_sink.py" --port "$SMTP_PORT" --users "$STATE/users" \
-    --maildir-root "$MAILDIRS" --owner "$MAIL_OWNER" --pid-file "$SINK_PID" \
+    --maildir-root "$MAILDIRS" --owner "$MAIL_OWNER" --pid-file "$SINK_PID" "${sink_tls[@]}" \
     </dev/null >"$STATE/smtp-sink.log" 2>&1 &
 
   if ! wait_for "$POP3_PORT" "$DOVECOT_PID" "$STATE/dovecot.conf" ||
-    ! wait_for "$SMTP_PORT" "$SINK_PID" "$SINK_PID"; then
+    ! wait_for "$SMTP_PORT" "$SINK_PID" "$SINK_PID" ||
+    { [ -n "$POP3S_PORT" ] && ! wait_for "$POP3S_PORT" "$DOVECOT_PID" "$STATE/dovecot.conf"; } ||
+    { [ -n "$SMTPS_PORT" ] && ! wait_for "$SMTPS_PORT" "$SINK_PID" "$SINK_PID"; }; then
     echo "mailservers: servers did not come up" >&2
     tail -n 20 "$STATE/dovecot.log" "$STATE/dovecot.out" "$STATE/smtp-sink.log" >&2 2>/dev/null || true
     do_stop
@@ -222,9 +271,11 @@ do_start() {
     echo "KV_MAILDIR_ROOT=$MAILDIRS"
     echo "KV_MAIL_USERS=$(IFS=,; echo "${USERS[*]}")"
     echo "KV_MAIL_PASSWORD=$PASSWORD"
+    [ -z "$POP3S_PORT" ] || echo "KV_POP3S_PORT=$POP3S_PORT"
+    [ -z "$SMTPS_PORT" ] || echo "KV_SMTPS_PORT=$SMTPS_PORT"
   } >"$STATE/env.tmp"
   mv "$STATE/env.tmp" "$STATE/env"
-  echo "mailservers: POP3 on 127.0.0.1:$POP3_PORT, SMTP on 127.0.0.1:$SMTP_PORT, state in $STATE"
+  echo "mailservers: POP3 on 127.0.0.1:$POP3_PORT, SMTP on 127.0.0.1:$SMTP_PORT${TLS_CERT:+ (TLS required)}${POP3S_PORT:+, POP3S on $POP3S_PORT}${SMTPS_PORT:+, SMTPS on $SMTPS_PORT}, state in $STATE"
 }
 
 case "$ACTION" in

@@ -6,6 +6,9 @@ user). Any other address is accepted and delivered to the mailbox named by its l
 that user exists, else to "catchall". AUTH PLAIN/LOGIN is offered without TLS and checked against
 the same passwd-file Dovecot uses; sending without AUTH is allowed.
 
+With --tls-cert and --tls-key the listener on --port offers STARTTLS and refuses mail and AUTH
+until it is done, and --smtps-port adds a listener that speaks TLS from the first byte.
+
 Run with /usr/bin/python3 (Debian's python3-aiosmtpd). Started and stopped by mailservers.sh.
 """
 
@@ -15,6 +18,7 @@ import itertools
 import os
 import signal
 import socket
+import ssl
 import time
 import warnings
 
@@ -109,7 +113,12 @@ def main():
     ap.add_argument("--maildir-root", required=True)
     ap.add_argument("--owner", help="uid:gid that delivered files belong to (when root)")
     ap.add_argument("--pid-file", required=True)
+    ap.add_argument("--tls-cert", help="server certificate and its chain, PEM")
+    ap.add_argument("--tls-key", help="the certificate's private key, PEM")
+    ap.add_argument("--smtps-port", type=int, help="a listener with TLS from the first byte")
     args = ap.parse_args()
+    if bool(args.tls_cert) != bool(args.tls_key) or (args.smtps_port and not args.tls_cert):
+        ap.error("--tls-cert and --tls-key go together, and --smtps-port needs them")
 
     users = read_users(args.users)
     owner = None
@@ -122,13 +131,31 @@ def main():
     loop = asyncio.new_event_loop()
     asyncio.set_event_loop(loop)
 
+    context = None
+    if args.tls_cert:
+        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        context.minimum_version = ssl.TLSVersion.TLSv1_2
+        context.load_cert_chain(args.tls_cert, args.tls_key)
+
     def factory():
+        # With a certificate: STARTTLS first, then AUTH and mail, as a careful server insists.
+        return SMTP(handler, hostname=HOSTNAME, data_size_limit=None,
+                    auth_require_tls=context is not None, tls_context=context,
+                    require_starttls=context is not None, authenticator=authenticator, loop=loop)
+
+    def implicit_factory():
+        # The connection is encrypted already: no STARTTLS to offer, AUTH at once.
         return SMTP(handler, hostname=HOSTNAME, data_size_limit=None, auth_require_tls=False,
                     authenticator=authenticator, loop=loop)
 
-    server = loop.run_until_complete(
-        loop.create_server(factory, host="127.0.0.1", port=args.port, family=socket.AF_INET,
-                           reuse_address=True))
+    def listen(make, port, tls=None):
+        return loop.run_until_complete(
+            loop.create_server(make, host="127.0.0.1", port=port, family=socket.AF_INET,
+                               reuse_address=True, ssl=tls))
+
+    servers = [listen(factory, args.port)]
+    if args.smtps_port:
+        servers.append(listen(implicit_factory, args.smtps_port, context))
     with open(args.pid_file + ".tmp", "w") as f:
         f.write("%d\n" % os.getpid())
     os.rename(args.pid_file + ".tmp", args.pid_file)
@@ -136,10 +163,12 @@ def main():
     stop = loop.create_future()
     for sig in (signal.SIGTERM, signal.SIGINT):
         loop.add_signal_handler(sig, lambda: stop.done() or stop.set_result(None))
-    print("smtp sink listening on 127.0.0.1:%d" % args.port, flush=True)
+    print("smtp sink listening on 127.0.0.1:%d%s" % (
+        args.port, " and SMTPS on %d" % args.smtps_port if args.smtps_port else ""), flush=True)
     loop.run_until_complete(stop)
-    server.close()
-    loop.run_until_complete(server.wait_closed())
+    for server in servers:
+        server.close()
+        loop.run_until_complete(server.wait_closed())
     loop.close()
 
 

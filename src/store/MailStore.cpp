@@ -1,13 +1,15 @@
 // Rows of msgmail: received and composed mail going in, the queue and stored mail coming out.
 #include "store/MailStore.h"
 
+#include "store/QueuedBundle.h"
+
 #include <QFile>
 
 #include "model/IBundle.h"
 #include "model/MailError.h"
-#include "model/clsBundle.h"
 #include "store/FieldText.h"
 #include "store/HostSystem.h"
+#include "store/QueuedBundle.h"
 #include "store/Statements.h"
 #include "store/StoredFile.h"
 #include "support/SpecialFolders.h"
@@ -152,18 +154,17 @@ BundlePtr MailStore::readSendQueue() const {
   QString error;
   const QList<long> ids = queuedMailIds(&error);
   if (!error.isEmpty()) throw MailError(MailError::InvalidArgument, QString(), error);
+  return std::make_shared<QueuedBundle>(*this, ids);
+}
 
-  auto bundle = std::make_shared<clsBundle>();
-  for (const long id : ids) {
-    const QString path =
-        tempFilePath(QStringLiteral("temp") + QString::number(id) + QStringLiteral(".eml"));
-    if (!messageToFile(id, path)) continue;
-    // Each queued mail gets its own attachment folder, so two mails with a file of the same name
-    // never send each other's attachment.
-    const QString folder = tempFilePath(QStringLiteral("kvmail-out-") + QString::number(id));
-    bundle->AddMessage(messageFromParsed(readMailFile(path, QStringLiteral("gb2312")), id, folder));
-  }
-  return bundle;
+MessagePtr MailStore::readQueuedMessage(long mailId) const {
+  const QString path =
+      tempFilePath(QStringLiteral("temp") + QString::number(mailId) + QStringLiteral(".eml"));
+  if (!messageToFile(mailId, path)) return nullptr;
+  // Each queued mail gets its own attachment folder, so two mails with a file of the same name
+  // never send each other's attachment.
+  const QString folder = tempFilePath(QStringLiteral("kvmail-out-") + QString::number(mailId));
+  return messageFromParsed(readMailFile(path, QStringLiteral("gb2312")), mailId, folder);
 }
 
 QString MailStore::markSent(const QString& smtpServer, long mailId) const {

@@ -98,10 +98,13 @@ class MailStore {
   // in one transaction, or none. The new keys in batch order, or nothing and *failure.
   QList<long> storeComposed(const QList<ComposedMail>& mails, StoreFailure* failure) const;
 
-  // The queue of outgoing mail, newest first, each read from its stored file into a message that
-  // carries its key; attachments are saved under a folder of each mail's own. Raises MailError
-  // when the queue cannot be read.
+  // The queue of outgoing mail, newest first, as a bundle that reads each message when it is asked
+  // for (readQueuedMessage). Raises MailError when the queue cannot be read. The host system
+  // must outlive the bundle.
   BundlePtr readSendQueue() const;
+  // A queued mail read from its stored file into a message that carries its key; attachments are
+  // saved under a folder of the mail's own. Nothing when the row or its file cannot be read.
+  MessagePtr readQueuedMessage(long mailId) const;
   // The keys of the queued mail, newest first; nothing (and *error) when the query fails.
   QList<long> queuedMailIds(QString* error = nullptr) const;
   // Marks a mail sent through a server; the host's error text, empty on success.

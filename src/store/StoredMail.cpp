@@ -13,7 +13,10 @@ namespace {
 // The recipients' names as one text: each name, or the address when there is no name.
 QString recipientNames(const QList<MimeAddress>& list) {
   QStringList names;
-  for (const MimeAddress& a : list) names << (a.name.trimmed().isEmpty() ? a.address : a.name);
+  for (const MimeAddress& a : list) {
+    const QString name = a.name.trimmed().isEmpty() ? a.address : a.name;
+    if (!name.trimmed().isEmpty()) names << name;
+  }
   return names.join(QLatin1Char(';'));
 }
 

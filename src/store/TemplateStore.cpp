@@ -42,14 +42,21 @@ bool MailStore::loadAccount(clsAccount& account) const {
 
 void MailStore::readOptionalSettings(const QString& query, clsAccount& account) const {
   account.lPop3Port = 0;
+  account.lPop3Security = 0;
+  account.lSmtpSecurity = 0;
+  account.sCertFile.clear();
   const auto rs = host_.openQuery(query);
   if (!rs || rs->isEmpty()) return;
-  const auto number = [&rs](const char* column) {
+  const auto text = [&rs](const char* column) {
     const QString name = QString::fromLatin1(column);
-    return rs->hasField(name) ? vbLong(rs->text(name)) : 0;
+    return rs->hasField(name) ? rs->text(name) : QString();
   };
-  const long port = number("mapop3port");
+  const long port = vbLong(text("mapop3port"));
   account.lPop3Port = port > 0 && port < 65536 ? port : 0;
+  // Kept as the host wrote them: a number the sessions do not know stops them, never weakens them.
+  account.lPop3Security = vbLong(text("mapop3security"));
+  account.lSmtpSecurity = vbLong(text("masmtpsecurity"));
+  account.sCertFile = text("macertfile").trimmed();
 }
 
 TemplateContent MailStore::readTemplate(long progId) const {

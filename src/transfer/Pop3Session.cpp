@@ -1,10 +1,13 @@
 #include "transfer/Pop3Session.h"
 
 #include <QCoreApplication>
+#include <QSslCipher>
+#include <QSslSocket>
 
 #include "transfer/MailboxPolicy.h"
 #include "transfer/Pop3Link.h"
 #include "transfer/Pop3Text.h"
+#include "transfer/TlsTrust.h"
 #include "transfer/TransferView.h"
 
 namespace kvmail {
@@ -31,6 +34,9 @@ Pop3Session::Pop3Session(ITransferView& view, IMailboxPolicy& mailbox, const cls
   connect(&stallTimer_, &QTimer::timeout, this, &Pop3Session::onStalled);
   link_->setHandler([this](const QByteArray& arrival) { handleArrival(arrival); });
   connect(link_, &Pop3Link::failed, this, &Pop3Session::onLinkFailed);
+  connect(link_, &Pop3Link::upgrading, this, [this] { view_.WriteLog(QStringLiteral("STLS"), 1); });
+  connect(link_, &Pop3Link::encrypted, this, &Pop3Session::onEncrypted);
+  connect(link_, &Pop3Link::tlsFailed, this, &Pop3Session::onTlsFailed);
 }
 
 Pop3Session::~Pop3Session() = default;
@@ -48,9 +54,31 @@ void Pop3Session::ConnectPop3() {
   view_.WriteLog(QStringLiteral("开始服务器") + account_.sPop3 + QStringLiteral("连接"), 1);
   view_.setCaption(QStringLiteral("正在连接到") + account_.sName + QStringLiteral("...") + kCrLf +
                    kCrLf + QStringLiteral("已连接..."));
+  if (const QString reason = prepareSecurity(); !reason.isEmpty()) {
+    // Told like a socket error, after the caller has finished starting the session.
+    QTimer::singleShot(0, this, [this, reason] { onTlsFailed(reason); });
+    return;
+  }
   if (stallMs_ > 0) stallTimer_.start(stallMs_);
-  // The account's port when its table carries one, else the standard one.
-  link_->connectTo(account_.sPop3, account_.lPop3Port > 0 ? quint16(account_.lPop3Port) : 110);
+  // The account's port when its table carries one, else the mode's standard one.
+  const long mode = account_.lPop3Security;
+  link_->connectTo(account_.sPop3, account_.lPop3Port > 0 ? quint16(account_.lPop3Port)
+                                                          : quint16(tls::pop3Port(mode)));
+}
+
+QString Pop3Session::prepareSecurity() {
+  const long mode = account_.lPop3Security;
+  if (!tls::isKnownMode(mode)) return tls::unknownModeReason(QStringLiteral("POP3"), mode);
+  QList<QSslCertificate> pinned;
+  if (mode != long(tls::Mode::None)) {
+    if (!QSslSocket::supportsSsl())
+      return QStringLiteral("本机无法加载 TLS 加密组件，不能建立加密连接；没有连接服务器。");
+    QString error;
+    if (!account_.sCertFile.isEmpty()) pinned = tls::loadPinned(account_.sCertFile, &error);
+    if (!error.isEmpty()) return error + QStringLiteral("没有连接服务器。");
+  }
+  link_->setSecurity(mode, pinned);
+  return {};
 }
 
 void Pop3Session::handleArrival(const QByteArray& reply) {
@@ -100,6 +128,21 @@ void Pop3Session::handleArrival(const QByteArray& reply) {
     case Pop3Stage::Unused:
       break;
   }
+}
+
+void Pop3Session::onEncrypted() {
+  if (!running_) return;
+  const QSslCipher cipher = link_->socket()->sessionCipher();
+  view_.WriteLog(QStringLiteral("已建立加密连接（%1，%2），服务器证书已验证")
+                     .arg(cipher.protocolString(), cipher.name()),
+                 1);
+}
+
+void Pop3Session::onTlsFailed(const QString& reason) {
+  if (!running_) return;
+  link_->abort();
+  view_.WriteLog(reason, 1);
+  endSession(Pop3End::Insecure, reason);
 }
 
 void Pop3Session::stageGreeting() {

@@ -42,6 +42,7 @@ enum class Pop3End {
   Refused,      // a negative reply outside the message text
   SocketError,  // the connection failed or broke
   Stalled,      // the server was silent too long
+  Insecure,     // the encrypted connection asked for could not be made; nothing went out in clear
 };
 
 class Pop3Session : public QObject {
@@ -71,6 +72,11 @@ class Pop3Session : public QObject {
   void handleArrival(const QByteArray& reply);
   void onLinkFailed(int number, const QString& description);
   void onStalled();
+  void onEncrypted();
+  void onTlsFailed(const QString& reason);
+  // Checks the account's security settings and readies the link; the reason when they cannot
+  // be used.
+  QString prepareSecurity();
   void pauseStallGuard();
   // Why a silent session ended, by what had happened: a refused retrieval, a message that
   // stopped half-way, or no answer at all.

@@ -71,7 +71,13 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
       // Sturdier than the original, which sent on regardless: stop ends the run between mails.
       if (!view_.isStopEnabled()) break;
       MessagePtr message = bundle->Item(IndexKey(i));
-      if (!message) throw MailError::invalidArgument();
+      if (!message) {  // deleted or unreadable since the queue was read: it stays where it is
+        ++failed_;
+        const QString reason = QStringLiteral("第%1封邮件无法从数据库读取，未发送。").arg(i);
+        view_.addErrorRow(reason);
+        view_.WriteLog(reason, 1);
+        continue;
+      }
       QStringList files;
       for (const AttachmentPtr& a : message->Attachments()->NewEnum()) files << a->FileName();
       const QString attachments = files.join(QLatin1Char(';'));
@@ -151,6 +157,8 @@ void SendEngine::SendOne(const QString& to, const QString& subject, const QStrin
   s.setHeaderPriority(headerPriority(priority));
   s.setAuthenticate(true);
   s.setPort(int(account_.lSmtpPort));
+  s.setSecurity(account_.lSmtpSecurity);
+  s.setCertificateFile(account_.sCertFile);
   s.Send();
 }
 

@@ -13,6 +13,7 @@
 #include "support/mime/MimeMail.h"
 #include "transfer/SmtpSession.h"
 #include "transfer/SmtpText.h"
+#include "transfer/TlsTrust.h"
 
 namespace kvmail {
 
@@ -65,8 +66,12 @@ bool SmtpSender::fail(const QString& reason) {
 QString SmtpSender::sessionKey() const {
   const QByteArray secret =
       QCryptographicHash::hash(password_.toUtf8(), QCryptographicHash::Sha256);
-  return QStringList{server_.trimmed().toLower(), QString::number(port_),
-                     authenticate_ ? userName_ : QString(), QString::fromLatin1(secret.toHex())}
+  return QStringList{server_.trimmed().toLower(),
+                     QString::number(port_),
+                     QString::number(security_),
+                     certificateFile_,
+                     authenticate_ ? userName_ : QString(),
+                     QString::fromLatin1(secret.toHex())}
       .join(u'\n');
 }
 
@@ -77,9 +82,17 @@ bool SmtpSender::Send() {
 
   smtp::Job job;
   job.host = server_.trimmed();
-  job.port = port_ > 0 ? port_ : 25;
   if (job.host.isEmpty())
     return fail(QStringLiteral("没有设置SMTP服务器，请在邮件帐户中填写SMTP服务器。"));
+  if (!tls::isKnownMode(security_))
+    return fail(tls::unknownModeReason(QStringLiteral("SMTP"), security_));
+  job.security = security_;
+  job.port = port_ > 0 ? port_ : tls::smtpPort(security_);
+  if (!certificateFile_.trimmed().isEmpty()) {
+    QString error;
+    job.trustedPem = tls::toPem(tls::loadPinned(certificateFile_.trimmed(), &error));
+    if (!error.isEmpty()) return fail(error + QStringLiteral("邮件没有发出。"));
+  }
 
   OutgoingMail mail;
   mail.to = smtp::parseRecipients(recipients_, delimiter_);

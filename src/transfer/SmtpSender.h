@@ -22,10 +22,16 @@ class SmtpSender : public QObject {
 
   void setServer(const QString& server) { server_ = server; }
   QString server() const { return server_; }
-  // 465 means implicit TLS (smtps); any other port uses STARTTLS when the server offers it.
-  // 0 or less means 25.
+  // 0 or less means the security mode's standard port: 25, 587 for STARTTLS, 465 for TLS.
   void setPort(int port) { port_ = port; }
   int port() const { return port_; }
+  // 0: as the port says (465 TLS, any other STARTTLS when the server offers it); 1: STARTTLS
+  // required before anything else; 2: TLS from the first byte. The certificate is verified
+  // against the system's trust store, or the certificate file when one is set.
+  void setSecurity(long mode) { security_ = mode; }
+  long security() const { return security_; }
+  void setCertificateFile(const QString& path) { certificateFile_ = path; }
+  QString certificateFile() const { return certificateFile_; }
   void setUserName(const QString& name) { userName_ = name; }
   QString userName() const { return userName_; }
   void setPassword(const QString& password) { password_ = password; }
@@ -91,7 +97,8 @@ class SmtpSender : public QObject {
   QString sessionKey() const;
 
   QString server_, userName_, password_, fromAddress_, fromName_, recipients_, replyTo_;
-  QString subject_, body_, attachments_;
+  QString subject_, body_, attachments_, certificateFile_;
+  long security_ = 0;
   QString delimiter_ = QStringLiteral(";");
   int port_ = 25;
   int headerPriority_ = 3;

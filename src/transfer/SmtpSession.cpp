@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include "transfer/SmtpText.h"
+#include "transfer/TlsTrust.h"
 
 namespace kvmail::smtp {
 
@@ -68,6 +69,9 @@ int onDebug(CURL*, curl_infotype type, char* data, size_t size, void* user) {
   return 0;
 }
 
+// Every TLS failure happens before the login: the password stays at home.
+const QString kNotSent = QStringLiteral("为保护密码，没有登录，邮件也没有发出。");
+
 QString endpoint(const Job& job) {
   return QStringLiteral("%1:%2").arg(job.host).arg(job.port);
 }
@@ -120,11 +124,22 @@ QString failureReason(CURLcode code, const Job& job, const ProtocolLog& log, con
     case CURLE_LOGIN_DENIED:
       return withReply(QStringLiteral("SMTP服务器拒绝了登录，请检查帐户的用户名和密码。"), log);
     case CURLE_USE_SSL_FAILED:
-    case CURLE_SSL_CONNECT_ERROR:
+      return withReply(
+          QStringLiteral("SMTP服务器 %1 不支持 STARTTLS 加密。").arg(endpoint(job)) + kNotSent +
+              QStringLiteral("请向服务器管理员确认加密方式，或改用 SSL/TLS（端口 465）。"),
+          log);
     case CURLE_PEER_FAILED_VERIFICATION:
+      return QStringLiteral("无法验证SMTP服务器 %1 的证书：%2。")
+                 .arg(endpoint(job), tls::problemOfText(QString::fromUtf8(detail), job.host,
+                                                        !job.trustedPem.isEmpty())) +
+             kNotSent;
     case CURLE_SSL_CACERT_BADFILE:
-      return QStringLiteral("无法与SMTP服务器 %1 建立加密连接，请检查端口和服务器证书。")
-          .arg(endpoint(job));
+      return QStringLiteral("无法使用帐户指定的证书文件。") + kNotSent;
+    case CURLE_SSL_CONNECT_ERROR:
+      return QStringLiteral("无法与SMTP服务器 %1 建立加密连接（%2），请检查端口和加密方式。")
+                 .arg(endpoint(job),
+                      log.note(QByteArray(detail && *detail ? detail : curl_easy_strerror(code)))) +
+             kNotSent;
     case CURLE_SEND_ERROR:
     case CURLE_RECV_ERROR:
     case CURLE_GOT_NOTHING:
@@ -177,7 +192,9 @@ Outcome Session::perform(const Job& job, const std::atomic<bool>& cancel, int lo
   curl_easy_reset(c);
   d_->error[0] = '\0';
 
-  const bool implicitTls = job.port == 465;
+  // An account that asks for nothing keeps the old rule: 465 is TLS, others upgrade when offered.
+  const bool implicitTls = job.security == long(tls::Mode::Implicit) ||
+                           (job.security == long(tls::Mode::None) && job.port == 465);
   const QString host = job.host.contains(u':') ? u'[' + job.host + u']' : job.host;
   const QByteArray url = QStringLiteral("%1://%2:%3/")
                              .arg(implicitTls ? QStringLiteral("smtps") : QStringLiteral("smtp"))
@@ -211,7 +228,18 @@ Outcome Session::perform(const Job& job, const std::atomic<bool>& cancel, int lo
   curl_easy_setopt(c, CURLOPT_URL, url.constData());
   curl_easy_setopt(c, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(c, CURLOPT_ERRORBUFFER, d_->error);
-  if (!implicitTls) curl_easy_setopt(c, CURLOPT_USE_SSL, long(CURLUSESSL_TRY));
+  if (!implicitTls)
+    curl_easy_setopt(
+        c, CURLOPT_USE_SSL,
+        long(job.security == long(tls::Mode::Upgrade) ? CURLUSESSL_ALL : CURLUSESSL_TRY));
+  curl_easy_setopt(c, CURLOPT_SSL_VERIFYPEER, 1L);
+  curl_easy_setopt(c, CURLOPT_SSL_VERIFYHOST, 2L);
+  if (!job.trustedPem.isEmpty()) {
+    curl_blob trusted{const_cast<char*>(job.trustedPem.constData()), size_t(job.trustedPem.size()),
+                      CURL_BLOB_COPY};
+    curl_easy_setopt(c, CURLOPT_CAINFO_BLOB, &trusted);
+    curl_easy_setopt(c, CURLOPT_CAPATH, nullptr);  // the pinned file alone, not the system folder
+  }
   curl_easy_setopt(c, CURLOPT_MAIL_FROM, from.constData());
   curl_easy_setopt(c, CURLOPT_MAIL_RCPT, rcpts.get());
   if (!user.isEmpty()) {

@@ -19,6 +19,11 @@ struct Job {
   QStringList recipients;  // bare addresses
   QString userName;        // empty: no AUTH
   QString password;
+  // The account's SMTP security: 0 as the port says (465 TLS, others STARTTLS when offered),
+  // 1 STARTTLS required before anything else, 2 TLS from the first byte.
+  long security = 0;
+  // PEM certificates trusted instead of the system's store; empty: the system's store.
+  QByteArray trustedPem;
   QByteArray payload;  // the whole message, CR LF line ends, not dot-stuffed
   int connectTimeoutSeconds = 30;
   int stallTimeoutSeconds = 60;

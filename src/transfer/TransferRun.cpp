@@ -101,10 +101,10 @@ void TransferRun::wait(Request request) {
   }
   QSet<long> have;
   for (long i = 1; i <= joined.bundle->Count(); ++i)
-    have.insert(joined.bundle->Item(IndexKey(i))->ID());
+    if (const MessagePtr m = joined.bundle->Item(IndexKey(i))) have.insert(m->ID());
   for (long i = 1; i <= request.bundle->Count(); ++i) {
     const MessagePtr m = request.bundle->Item(IndexKey(i));
-    if (m->ID() <= 0 || !have.contains(m->ID())) joined.bundle->AddMessage(m);
+    if (m && (m->ID() <= 0 || !have.contains(m->ID()))) joined.bundle->AddMessage(m);
   }
 }
 
@@ -115,10 +115,11 @@ void TransferRun::startWaiting() {
   // Mail sent by the run that just ended is no longer queued: it must not go out twice.
   BundlePtr bundle = std::make_shared<clsBundle>();
   if (request.bundle && request.bundle->Count() > 0 && request.system) {
-    const QList<long> queued = MailStore(*request.system).queuedMailIds();
+    const QList<long> ids = MailStore(*request.system).queuedMailIds();
+    const QSet<long> queued(ids.begin(), ids.end());
     for (long i = 1; i <= request.bundle->Count(); ++i) {
       const MessagePtr m = request.bundle->Item(IndexKey(i));
-      if (m->ID() <= 0 || queued.contains(m->ID())) bundle->AddMessage(m);
+      if (m && (m->ID() <= 0 || queued.contains(m->ID()))) bundle->AddMessage(m);
     }
   }
   if (bundle->Count() == 0 && request.sendOnly) return;  // nothing left to do
@@ -147,7 +148,7 @@ void TransferRun::StartReceive() {
 
 void TransferRun::onReceiveEnded(Pop3End how, const QString& reason) {
   if (how == Pop3End::Finished) FinishReceive();
-  if (how == Pop3End::Stalled) FailReceive(reason);
+  if (how == Pop3End::Stalled || how == Pop3End::Insecure) FailReceive(reason);
   if (how == Pop3End::SocketError || how == Pop3End::Refused) showBrokenReceive(reason);
   receiving_ = false;
   // A mail the store refused stays on the server for next time, but this run did not get it.

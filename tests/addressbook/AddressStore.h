@@ -1,27 +1,14 @@
 #pragma once
-// A fresh SQLite store in a scratch folder with mail rows reduced to what the address book
+// A fresh store (StoreRig) with mail rows reduced to what the address book
 // reads: the key, the direction, the sender and the recipients.
-#include <QTemporaryDir>
-
-#include <memory>
-
-#include "HostStore.h"
+#include "StoreRig.h"
 
 namespace kvtest {
 
 enum class Direction { Received = 1, Composed = 2 };
 
-struct AddressStore {
-  QTemporaryDir dir;
-  std::shared_ptr<kvmail::host::SqlHostSystem> host;
+struct AddressStore : StoreRig {
   long nextId = 1;
-
-  AddressStore() {
-    const QString db = dir.filePath(QStringLiteral("store.db"));
-    kvmail::host::createStore(db);
-    host = std::make_shared<kvmail::host::SqlHostSystem>(kvmail::host::HostOptions::sqlite(db));
-    host->open();
-  }
 
   void mail(Direction direction, const QString& from, const QString& to) {
     host->executeBound(

@@ -55,6 +55,9 @@ TEST(CollectionX, AddPlacesBeforeOrAfterAPositionOrAKey) {
   EXPECT_EQ(c.CountKey(), 3);
   EXPECT_EQ(c.Item("kd"), "d");
   EXPECT_EQ(c.KeyPosition("kd"), 5);
+  c.setItem("kd", "D");  // replaced in place, the key kept
+  c.setItem(1, "A");
+  EXPECT_EQ(c.Item(5) + c.Key(5) + c.Item(1), "DkdA");
 
   Strings empty;  // an empty collection takes any index as "at the end"
   EXPECT_EQ(empty.Add("x", "", 5), "x");
@@ -241,30 +244,6 @@ TEST(CollectionX, RemoveKeepsKeysAndPositionsConsistent) {
   QStringList byKey;
   for (const QString& key : sortedKeys) byKey << c.Item(key);
   EXPECT_EQ(walkKeys(c), byKey);
-}
-
-TEST(CollectionX, ItemLetReplacesInPlaceAndKeepsTheKey) {
-  Strings c;
-  c.Add("a", "ka");
-  c.Add("b");
-  c.setItem("ka", "A");
-  c.setItem(2, "B");
-  EXPECT_EQ(walk(c), QStringList({"A", "B"}));
-  EXPECT_EQ(c.Key(1), "ka");
-}
-
-TEST(CollectionX, ObjectsAreSharedAndValuesCopied) {
-  CollectionX<std::shared_ptr<QString>> objects;
-  auto shared = std::make_shared<QString>("x");
-  objects.Add(shared, "k");
-  *shared = "changed";
-  EXPECT_EQ(*objects.Item("k"), "changed");
-
-  Strings values;
-  QString text = "x";
-  values.Add(text);
-  text = "changed";
-  EXPECT_EQ(values.Item(1), "x");
 }
 
 // The record is kept until the next operation succeeds (or, without auto-clear, until

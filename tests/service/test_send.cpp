@@ -2,15 +2,13 @@
 // that delivers into Dovecot; and the round trip back in by POP3.
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QPushButton>
 #include <QSignalSpy>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QTreeWidget>
 
 #include "LoopbackServers.h"
 #include "ServiceRig.h"
+#include "TestEnv.h"
 #include "store/Statements.h"
 #include "transfer/FrmSend.h"
 
@@ -45,11 +43,8 @@ class SendQueue : public ::testing::Test {
     return m;
   }
   QString file(const QString& name, const QByteArray& bytes) {
-    const QString path = rig.path(name);
-    QFile f(path);
-    f.open(QIODevice::WriteOnly);
-    f.write(bytes);
-    return path;
+    EXPECT_TRUE(kvtest::writeAll(rig.path(name), bytes));
+    return rig.path(name);
   }
   // Runs SendMail (or SendReceiveMail) and waits for the window to finish.
   bool run(bool receiveToo = false) {
@@ -60,10 +55,7 @@ class SendQueue : public ::testing::Test {
     ok = ended.first().first().toBool();
     return true;
   }
-  QString value(const QString& sql) {
-    const auto rs = rig.host->openQuery(sql);
-    return rs && !rs->atEnd() ? rs->text(0) : QString();
-  }
+  QString value(const QString& sql) { return rig.value(sql); }
   int queued() {
     int n = 0;
     for (auto rs = rig.host->openQuery(kvmail::sql::sendQueue()); rs && !rs->atEnd();
@@ -71,15 +63,12 @@ class SendQueue : public ::testing::Test {
       ++n;
     return n;
   }
-  QString rowState() {
-    auto* lv = rig.mail->transferWindow()->findChild<QTreeWidget*>(QStringLiteral("LV(0)"));
-    return lv->topLevelItem(0)->text(1);
+  QTreeWidget* list(int index) {
+    return rig.mail->transferWindow()->findChild<QTreeWidget*>(QStringLiteral("LV(%1)").arg(index));
   }
-  int errorRows() {
-    return rig.mail->transferWindow()
-        ->findChild<QTreeWidget*>(QStringLiteral("LV(1)"))
-        ->topLevelItemCount();
-  }
+  QString rowState() { return list(0)->topLevelItem(0)->text(1); }
+  int errorRows() { return list(1)->topLevelItemCount(); }
+  QString firstError() { return list(1)->topLevelItem(0)->text(0); }
 
   ServiceRig rig;
   bool ok = false;
@@ -174,10 +163,7 @@ TEST_F(SendQueue, ARejectedRecipientFailsOnlyItsMail) {
   EXPECT_EQ(rowState(), QStringLiteral("警告"));
   EXPECT_EQ(queued(), 1);
   EXPECT_EQ(errorRows(), 1);
-  const QString reason = rig.mail->transferWindow()
-                             ->findChild<QTreeWidget*>(QStringLiteral("LV(1)"))
-                             ->topLevelItem(0)
-                             ->text(0);
+  const QString reason = firstError();
   EXPECT_TRUE(reason.contains(QStringLiteral("550"))) << reason.toStdString();
   EXPECT_FALSE(reason.contains(kvtest::loopbackServers().password));
 }
@@ -187,18 +173,10 @@ TEST_F(SendQueue, AFailingMarkStopsTheLoopWithoutReturnData) {
   rig.queueMail(mail(QStringLiteral("后"), to), QStringLiteral("2026-11-20 08:00:00"));
   const long newest =
       rig.queueMail(mail(QStringLiteral("先"), to), QStringLiteral("2026-11-20 09:00:00"));
-  {
-    // A trigger is several statements: it goes in over a connection of the test's own.
-    QSqlDatabase db =
-        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("trigger"));
-    db.setDatabaseName(rig.path(QStringLiteral("store.db")));
-    ASSERT_TRUE(db.open());
-    QSqlQuery q(db);
-    ASSERT_TRUE(
-        q.exec(QStringLiteral("create trigger refuse_mark before update of 是否已读 on msgmail "
-                              "begin select raise(abort, 'marking refused'); end")));
-  }
-  QSqlDatabase::removeDatabase(QStringLiteral("trigger"));
+  ASSERT_TRUE(
+      rig.addTrigger(QStringLiteral("create trigger refuse_mark before update of 是否已读 "
+                                    "on msgmail begin select raise(abort, 'marking "
+                                    "refused'); end")));
   QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
   ASSERT_TRUE(run());
   EXPECT_EQ(returned.size(), 0);
@@ -211,10 +189,7 @@ TEST_F(SendQueue, AFailingMarkStopsTheLoopWithoutReturnData) {
   EXPECT_FALSE(ok);
   EXPECT_EQ(rowState(), QStringLiteral("失败"));
   ASSERT_EQ(errorRows(), 1);
-  const QString reason = rig.mail->transferWindow()
-                             ->findChild<QTreeWidget*>(QStringLiteral("LV(1)"))
-                             ->topLevelItem(0)
-                             ->text(0);
+  const QString reason = firstError();
   EXPECT_TRUE(reason.startsWith(QStringLiteral("第1封邮件已发出，但无法标记为已发送（")))
       << reason.toStdString();
   EXPECT_TRUE(reason.endsWith(QStringLiteral("下次发送时会再次发出；其余1封邮件未发送。")));
@@ -235,4 +210,27 @@ TEST_F(SendQueue, StopEndsTheRunBetweenMails) {
   EXPECT_FALSE(ok);
   EXPECT_EQ(rowState(), QStringLiteral("取消"));
   EXPECT_EQ(queued(), 4);
+}
+
+// Each mail is read from the store when its turn comes: one deleted meanwhile is skipped with a
+// row in the error list, and the rest still go out.
+TEST_F(SendQueue, AMailDeletedDuringTheRunIsSkipped) {
+  const QString to = kvtest::addressOf(kUser);
+  const long oldest =
+      rig.queueMail(mail(QStringLiteral("删"), to), QStringLiteral("2026-11-20 08:00:00"));
+  rig.queueMail(mail(QStringLiteral("留"), to), QStringLiteral("2026-11-20 09:00:00"));
+  QObject::connect(rig.mail.get(), &kvmail::clsMail::EvReturn, rig.mail.get(), [&] {
+    rig.host->execute(QStringLiteral("delete from msgmail where 邮件ID=%1").arg(oldest));
+  });
+  ASSERT_TRUE(run());
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(rowState(), QStringLiteral("警告"));
+  ASSERT_EQ(errorRows(), 1);
+  EXPECT_EQ(rig.mail->transferWindow()
+                ->findChild<QTreeWidget*>(QStringLiteral("LV(1)"))
+                ->topLevelItem(0)
+                ->text(0),
+            QStringLiteral("第2封邮件无法从数据库读取，未发送。"));
+  ASSERT_TRUE(kvtest::waitForMail(kUser, 1));
+  EXPECT_EQ(kvtest::listMails(kUser).size(), 1);
 }

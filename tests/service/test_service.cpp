@@ -41,6 +41,18 @@ kvmail::MessagePtr only(const kvmail::BundlePtr& bundle) {
 
 }  // namespace
 
+// The service started on the per-user account, program 1.
+class Started : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    rig.seedAccount(true, false);
+    ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  }
+  ServiceRig rig;
+};
+using ServiceEmptyQueue = Started;
+using ServiceWindows = Started;
+
 TEST(ServiceInit, FreshObjectHasAClearErrorRecord) {
   kvmail::clsMail mail;
   EXPECT_EQ(mail.Error()->Number(), 0);
@@ -52,22 +64,15 @@ TEST(ServiceInit, FreshObjectHasAClearErrorRecord) {
 TEST(ServiceInit, PerUserAccountWinsOverTheDefault) {
   ServiceRig rig;
   rig.seedAccount(false, true, QStringLiteral("默认帐户"));
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  EXPECT_EQ(rig.mail->account()->sName, QStringLiteral("默认帐户"));
+  EXPECT_EQ(rig.mail->account()->sFromAddress, QStringLiteral("sales@kvmail.test"));
   rig.seedAccount(true, false, QStringLiteral("个人帐户"));
   ASSERT_TRUE(rig.mail->Init(rig.host, 12));
   EXPECT_EQ(rig.mail->account()->sName, QStringLiteral("个人帐户"));
   EXPECT_EQ(rig.mail->ProgID(), 12);
-  ASSERT_NE(rig.mail->transferWindow(), nullptr);
-  ASSERT_NE(rig.mail->composeWindow(), nullptr);
-  ASSERT_NE(rig.mail->viewerWindow(), nullptr);
+  ASSERT_TRUE(rig.mail->transferWindow() && rig.mail->composeWindow() && rig.mail->viewerWindow());
   EXPECT_FALSE(rig.mail->transferWindow()->isVisible());
-}
-
-TEST(ServiceInit, DefaultAccountWhenTheUserHasNone) {
-  ServiceRig rig;
-  rig.seedAccount(false, true, QStringLiteral("默认帐户"));
-  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
-  EXPECT_EQ(rig.mail->account()->sName, QStringLiteral("默认帐户"));
-  EXPECT_EQ(rig.mail->account()->sFromAddress, QStringLiteral("sales@kvmail.test"));
 }
 
 TEST(ServiceInit, NoAccountFailsWith1000001AndNoMessageBox) {
@@ -159,11 +164,7 @@ TEST(ServiceCreateNew, TemplateAttachmentsAreSavedToTheTempFolder) {
   ServiceRig rig;
   rig.seedAccount(true, false);
   const QString file = rig.path(QStringLiteral("价目表.txt"));
-  {
-    QFile f(file);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write("price list\r\n");
-  }
+  ASSERT_TRUE(kvtest::writeAll(file, "price list\r\n"));
   kvmail::OutgoingMail tpl = templateFile({file});
   tpl.headerPriority = 1;
   rig.seedTemplate(8, QStringLiteral("x@kvmail.test"), QString(), QString(), QStringLiteral("报价"),
@@ -195,10 +196,7 @@ TEST(ServiceCreateNew, AFailureIsRecordedWithItsPrefix) {
   EXPECT_TRUE(rig.mail->Error()->Description().startsWith(QStringLiteral("CreateNew:")));
 }
 
-TEST(ServiceQueue, EmptyQueueShowsTheMessageAndOpensNothing) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
-  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+TEST_F(ServiceEmptyQueue, EmptyQueueShowsTheMessageAndOpensNothing) {
   for (long arg : {5L, 0L}) {  // the argument is not used
     rig.prompt->clear();
     EXPECT_FALSE(rig.mail->SendMail(arg));
@@ -253,10 +251,7 @@ TEST(ServiceQueue, SendReceiveOnAnEmptyQueueStillOpensToReceive) {
   EXPECT_TRUE(ended.wait(10000));
 }
 
-TEST(ServiceWindows, OpenersPassTheirArguments) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
-  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+TEST_F(ServiceWindows, OpenersPassTheirArguments) {
   EXPECT_TRUE(rig.mail->NewMail());
   EXPECT_EQ(rig.mail->composeWindow()->caption(), QStringLiteral("新邮件"));
   EXPECT_EQ(rig.mail->composeWindow()->bundle()->Count(), 1);
@@ -274,10 +269,7 @@ TEST(ServiceWindows, OpenersPassTheirArguments) {
   EXPECT_EQ(rig.mail->viewerWindow()->caption(), QStringLiteral("查看"));
 }
 
-TEST(ServiceWindows, WindowEventsBecomeServiceEvents) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
-  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+TEST_F(ServiceWindows, WindowEventsBecomeServiceEvents) {
   QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
   QSignalSpy read(rig.mail.get(), &kvmail::clsMail::EvMailRead);
   QObject::connect(rig.mail.get(), &kvmail::clsMail::EvRecordMove,
@@ -318,10 +310,7 @@ TEST(ServiceWindows, WindowEventsBecomeServiceEvents) {
   EXPECT_EQ(boxes[2].title, QStringLiteral("错误："));
 }
 
-TEST(ServiceWindows, PrintFilesOfBothWindowsAreActuallyPrinted) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
-  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+TEST_F(ServiceWindows, PrintFilesOfBothWindowsAreActuallyPrinted) {
   const QString text = rig.path(QStringLiteral("print.txt"));
   const QString html = rig.path(QStringLiteral("print.html"));
   ASSERT_TRUE(kvtest::writeAll(text, QStringLiteral("收件人：王经理\n主题：对账单\n").toUtf8()));
@@ -338,10 +327,7 @@ TEST(ServiceWindows, PrintFilesOfBothWindowsAreActuallyPrinted) {
   }
 }
 
-TEST(ServiceWindows, ReleaseOrderIsComposeTransferViewer) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
-  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+TEST_F(ServiceWindows, ReleaseOrderIsComposeTransferViewer) {
   QStringList order;
   for (QObject* w : {static_cast<QObject*>(rig.mail->viewerWindow()),
                      static_cast<QObject*>(rig.mail->composeWindow()),
@@ -353,10 +339,7 @@ TEST(ServiceWindows, ReleaseOrderIsComposeTransferViewer) {
                                 QStringLiteral("FrmMail")}));
 }
 
-TEST(ServiceWindows, ClearReleasesTheWindowsAndAnswersFalse) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
-  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+TEST_F(ServiceWindows, ClearReleasesTheWindowsAndAnswersFalse) {
   EXPECT_FALSE(rig.mail->Clear());
   EXPECT_EQ(rig.mail->composeWindow(), nullptr);
   EXPECT_EQ(rig.mail->transferWindow(), nullptr);

@@ -86,14 +86,50 @@ TEST(AccountSettings, AnOlderTableGivesThePlainBehaviourAndIsUpgradedOnOpen) {
     ASSERT_EQ(host.open(), QString());
     kvmail::clsAccount account;
     account.lPop3Port = 1234;
+    account.lPop3Security = account.lSmtpSecurity = 2;
     ASSERT_TRUE(kvmail::MailStore(host).loadAccount(account));
     EXPECT_EQ(account.sName, QStringLiteral("old"));
     EXPECT_EQ(account.lPop3Port, 0);
+    EXPECT_EQ(account.lPop3Security + account.lSmtpSecurity, 0);
   }
   SqlHostSystem host(HostOptions::sqlite(path));
   ASSERT_EQ(host.open(), QString());
-  EXPECT_EQ(host.execute(QStringLiteral("update mailaccount set mapop3port=2110")), QString());
+  EXPECT_EQ(
+      host.execute(QStringLiteral("update mailaccount set mapop3port=2110, mapop3security=2")),
+      QString());
   kvmail::clsAccount account;
   ASSERT_TRUE(kvmail::MailStore(host).loadAccount(account));
   EXPECT_EQ(account.lPop3Port, 2110);
+  EXPECT_EQ(account.lPop3Security, 2);
+}
+
+TEST(AccountSettings, SecurityColumnsAreReadAsTheHostWroteThem) {
+  struct Case {
+    const char* set;  // the columns' values
+    long pop3, smtp;
+    QString cert;
+  };
+  const Case cases[] = {
+      {"mapop3security=null, masmtpsecurity=null, macertfile=null", 0, 0, {}},
+      {"mapop3security=1, masmtpsecurity=2, macertfile=' /etc/kv/ca.pem '", 1, 2,
+       QStringLiteral("/etc/kv/ca.pem")},
+      // A number the sessions do not know is kept, so they refuse it rather than go plain.
+      {"mapop3security=9, masmtpsecurity=-1, macertfile=''", 9, -1, {}},
+  };
+  QTemporaryDir dir;
+  SqlHostSystem host(HostOptions::sqlite(dir.filePath(QStringLiteral("s.db"))));
+  ASSERT_EQ(host.open(), QString());
+  AccountSeed seed;
+  seed.isDefault = true;
+  ASSERT_EQ(kvmail::host::seedAccount(host, seed), QString());
+  for (const Case& c : cases) {
+    ASSERT_EQ(host.execute(QStringLiteral("update mailaccount set ") + QLatin1String(c.set)),
+              QString());
+    kvmail::clsAccount account;
+    account.sCertFile = QStringLiteral("left over");
+    ASSERT_TRUE(kvmail::MailStore(host).loadAccount(account));
+    EXPECT_EQ(account.lPop3Security, c.pop3) << c.set;
+    EXPECT_EQ(account.lSmtpSecurity, c.smtp) << c.set;
+    EXPECT_EQ(account.sCertFile, c.cert) << c.set;
+  }
 }

@@ -8,7 +8,7 @@
 #include <QTest>
 #include <QTimer>
 
-#include "StatementLog.h"
+#include "RecordingHost.h"
 #include "TemplateRig.h"
 #include "support/SpecialFolders.h"
 #include "templates/FrmTemplet.h"
@@ -207,7 +207,7 @@ TEST_F(FrmTempletTest, InitShowsTheWindowModallyUntilSavedOrClosed) {
 }
 
 TEST_F(FrmTempletTest, TheEditorIssuesExactlyTheseStatementsInThisOrder) {
-  kvtest::StatementLog log(*rig.host);
+  kvtest::RecordingHost log(*rig.host);
   window.prepare(rig.message(), &log, rig.account);
   EXPECT_EQ(log.texts, (QStringList{"select progname from xt_objects where progID=12",
                                     "select progID from MailTemplet where progID=12"}));

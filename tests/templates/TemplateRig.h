@@ -2,63 +2,41 @@
 // A fresh SQLite store in a scratch folder that is also the temp folder, an account for user 7,
 // program 12 "客户关怀" and a message being composed, for the template editor.
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <memory>
 
-#include "HostStore.h"
 #include "ScriptedPrompt.h"
+#include "StoreRig.h"
 #include "model/IAttachments.h"
 #include "model/IMailAddress.h"
 #include "model/IMailAddresses.h"
 #include "model/clsAccount.h"
 #include "model/clsMessage.h"
-#include "store/FieldText.h"
 #include "store/StoredFile.h"
 #include "support/mime/MimeMail.h"
 
 namespace kvtest {
 
-struct TemplateRig {
+struct TemplateRig : StoreRig {
   static constexpr long kProgram = 12;
 
-  QTemporaryDir dir;
-  QByteArray oldTmp = qgetenv("TMPDIR");
-  std::shared_ptr<kvmail::host::SqlHostSystem> host;
   kvmail::AccountPtr account = std::make_shared<kvmail::clsAccount>();
   ScopedPrompt prompt;
 
   TemplateRig() {
-    qputenv("TMPDIR", dir.path().toUtf8());
-    const QString db = dir.filePath(QStringLiteral("store.db"));
-    kvmail::host::createStore(db);
-    auto options = kvmail::host::HostOptions::sqlite(db);
-    options.userId = QStringLiteral("7");
-    host = std::make_shared<kvmail::host::SqlHostSystem>(options);
-    host->open();
     kvmail::host::AccountSeed seed;
     seed.userId = QStringLiteral("7");
     seed.name = QStringLiteral("公司邮箱");
     seed.fromName = QStringLiteral("销售部");
     seed.fromAddress = QStringLiteral("sales@kvmail.test");
-    kvmail::host::seedAccount(*host, seed);
-    kvmail::host::seedProgram(*host, kProgram, QStringLiteral("客户关怀"));
+    seedAccount(seed);
+    seedProgram(kProgram, QStringLiteral("客户关怀"));
     account->lProgID = kProgram;
   }
-  ~TemplateRig() {
-    host.reset();
-    if (oldTmp.isNull())
-      qunsetenv("TMPDIR");
-    else
-      qputenv("TMPDIR", oldTmp);
-  }
 
-  QString path(const QString& name) const { return dir.filePath(name); }
   QString file(const QString& name, const QByteArray& bytes) const {
-    QFile f(path(name));
-    f.open(QIODevice::WriteOnly);
-    f.write(bytes);
-    return f.fileName();
+    writeAll(path(name), bytes);
+    return path(name);
   }
 
   // The mail being composed.
@@ -85,10 +63,7 @@ struct TemplateRig {
     if (!rs || rs->atEnd()) return {};
     return QStringList{rs->text(0), rs->text(1), rs->text(2), rs->text(3), rs->text(4)}.join(u'|');
   }
-  long rows() const {
-    return kvmail::vbLong(
-        kvmail::firstValue(*host, QStringLiteral("select count(*) from MailTemplet")));
-  }
+  long rows() const { return count(QStringLiteral("MailTemplet")); }
   // The stored template file's bytes; empty when the row has none.
   QByteArray storedFile(long progId = kProgram) const {
     const QString out = path(QStringLiteral("stored-%1.eml").arg(progId));
@@ -96,9 +71,7 @@ struct TemplateRig {
     if (!kvmail::columnToFile(progId, out, QStringLiteral("EMail"), *host,
                               QStringLiteral("MailTemplet"), QStringLiteral("progID")))
       return {};
-    QFile f(out);
-    f.open(QIODevice::ReadOnly);
-    return f.readAll();
+    return readAll(out);
   }
   void seedRow(const QString& to, const QString& bcc) const {
     host->executeBound(

@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QMap>
 #include <QThread>
 
 #include <sys/stat.h>
@@ -61,6 +62,45 @@ QString deliveryKey(const QString& path) {
 }
 
 }  // namespace
+
+namespace {
+
+QMap<QByteArray, QString> readEnv(const QString& path) {
+  QMap<QByteArray, QString> env;
+  for (const QByteArray& line : readAll(path).split('\n'))
+    if (const qsizetype eq = line.indexOf('='); eq > 0)
+      env.insert(line.left(eq).trimmed(), QString::fromUtf8(line.mid(eq + 1).trimmed()));
+  return env;
+}
+
+TlsServers loadTls() {
+  TlsServers s;
+  const QString dir = qEnvironmentVariable("KV_BUILD_DIR") + QStringLiteral("/servers/tls");
+  const auto tls = readEnv(dir + QStringLiteral("/env"));
+  s.dir = tls.value("KV_TLS_GOOD_DIR");
+  const auto good = readEnv(s.dir + QStringLiteral("/env"));
+  s.caFile = tls.value("KV_TLS_CA");
+  s.otherCaFile = tls.value("KV_TLS_OTHER_CA");
+  s.goodCertFile = tls.value("KV_TLS_GOOD_CERT");
+  s.pop3Port = good.value("KV_POP3_PORT").toUShort();
+  s.pop3sPort = good.value("KV_POP3S_PORT").toUShort();
+  s.smtpPort = good.value("KV_SMTP_PORT").toUShort();
+  s.smtpsPort = good.value("KV_SMTPS_PORT").toUShort();
+  s.wrongNameStarttlsPort = tls.value("KV_TLS_WRONGNAME_STARTTLS_PORT").toUShort();
+  s.wrongNameTlsPort = tls.value("KV_TLS_WRONGNAME_TLS_PORT").toUShort();
+  s.expiredStarttlsPort = tls.value("KV_TLS_EXPIRED_STARTTLS_PORT").toUShort();
+  s.expiredTlsPort = tls.value("KV_TLS_EXPIRED_TLS_PORT").toUShort();
+  if (s.caFile.isEmpty() || !s.pop3sPort || !s.smtpsPort || !s.expiredTlsPort)
+    s.error = QStringLiteral("no complete %1/env: the tlsservers fixture did not start").arg(dir);
+  return s;
+}
+
+}  // namespace
+
+const TlsServers& tlsServers() {
+  static const TlsServers servers = loadTls();
+  return servers;
+}
 
 const LoopbackServers& loopbackServers() {
   static const LoopbackServers servers = load();

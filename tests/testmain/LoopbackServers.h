@@ -22,6 +22,20 @@ struct LoopbackServers {
 // Read once from <KV_BUILD_DIR>/servers/mail/env (KV_MAILSERVERS_DIR overrides the folder).
 const LoopbackServers& loopbackServers();
 
+// The "tlsservers" fixture: Dovecot (STLS required, and TLS) and the sink (STARTTLS required, and
+// TLS) with a certificate of the test CA, and sinks with a wrong-name and an expired certificate.
+struct TlsServers {
+  QString caFile, otherCaFile, goodCertFile;  // the test CA, an unrelated CA, the good leaf
+  QString dir;                                // the good pair's folder, for KV_MAILSERVERS_DIR
+  quint16 pop3Port = 0, pop3sPort = 0, smtpPort = 0, smtpsPort = 0;
+  quint16 wrongNameStarttlsPort = 0, wrongNameTlsPort = 0;
+  quint16 expiredStarttlsPort = 0, expiredTlsPort = 0;
+  QString error;
+  bool ok() const { return error.isEmpty(); }
+};
+// Read once from <KV_BUILD_DIR>/servers/tls/env and the good pair's env.
+const TlsServers& tlsServers();
+
 // An address the SMTP sink delivers into the user's mailbox.
 QString addressOf(const QString& user);
 QString maildirOf(const QString& user);

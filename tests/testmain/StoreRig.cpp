@@ -1,11 +1,18 @@
 #include "StoreRig.h"
 
+#include <QSqlDatabase>
+#include <QSqlQuery>
+
 namespace kvtest {
 
 using kvmail::host::HostOptions;
 using kvmail::host::SqlHostSystem;
 
-StoreRig::StoreRig(Engine engine) : engine_(engine), tmp_("TMPDIR", dir_.path().toUtf8()) {
+StoreRig::StoreRig(Engine engine, const QString& userId, const QString& operatorName)
+    : engine_(engine),
+      userId_(userId),
+      operator_(operatorName),
+      tmp_("TMPDIR", dir_.path().toUtf8()) {
   if (!dir_.isValid()) {
     error = QStringLiteral("no private folder");
     return;
@@ -33,8 +40,8 @@ HostOptions StoreRig::options() const {
                                               qEnvironmentVariableIntValue("KV_PG_PORT"),
                                               QStringLiteral("kvmail"), QStringLiteral("kvmail"),
                                               QStringLiteral("kvtest"));
-  o.userId = QStringLiteral("7");
-  o.operatorName = QStringLiteral("张三");
+  o.userId = userId_;
+  o.operatorName = operator_;
   return o;
 }
 
@@ -56,6 +63,18 @@ QStringList StoreRig::row(const QString& sql) const {
   EXPECT_TRUE(rs && !rs->atEnd()) << sql.toStdString();
   for (int i = 0; rs && !rs->atEnd() && i < rs->fieldCount(); ++i) out << rs->text(i);
   return out;
+}
+
+bool StoreRig::addTrigger(const QString& sql) const {
+  bool ok = false;
+  {
+    QSqlDatabase db =
+        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("trigger"));
+    db.setDatabaseName(options().sqlitePath);
+    ok = db.open() && QSqlQuery(db).exec(sql);
+  }
+  QSqlDatabase::removeDatabase(QStringLiteral("trigger"));
+  return ok;
 }
 
 int StoreRig::countOf(kvmail::IHostSystem& host, const QString& table, const QString& where) {

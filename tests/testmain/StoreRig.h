@@ -18,7 +18,8 @@ namespace kvtest {
 class StoreRig {
  public:
   enum class Engine { Sqlite, Postgres };
-  explicit StoreRig(Engine engine = Engine::Sqlite);
+  explicit StoreRig(Engine engine = Engine::Sqlite, const QString& userId = QStringLiteral("7"),
+                    const QString& operatorName = QStringLiteral("张三"));
   ~StoreRig() { host.reset(); }  // closed before its folder goes
 
   bool isSqlite() const { return engine_ == Engine::Sqlite; }
@@ -26,6 +27,7 @@ class StoreRig {
   kvmail::host::HostOptions options() const;
   std::unique_ptr<kvmail::host::SqlHostSystem> connect() const;
   QString path(const QString& name) const { return dir_.filePath(name); }
+  QString folder() const { return dir_.path(); }  // also TMPDIR while the rig lives
 
   QString seedAccount(const kvmail::host::AccountSeed& seed) {
     return kvmail::host::seedAccount(*host, seed);
@@ -40,15 +42,19 @@ class StoreRig {
   int count(const QString& table = QStringLiteral("msgmail"), const QString& where = {}) const {
     return countOf(*host, table, where);
   }
+  // Adds a trigger over a connection of the rig's own (a trigger is several statements, which
+  // the host runs one at a time); SQLite only, false when it could not.
+  bool addTrigger(const QString& sql) const;
   static QString valueOf(kvmail::IHostSystem& host, const QString& sql);
   static int countOf(kvmail::IHostSystem& host, const QString& table, const QString& where = {});
 
   QString error;         // why the store is not ready; empty when it is
   bool skipped = false;  // PostgreSQL asked for, but the fixture server did not start
-  std::unique_ptr<kvmail::host::SqlHostSystem> host;
+  std::shared_ptr<kvmail::host::SqlHostSystem> host;
 
  private:
   Engine engine_;
+  QString userId_, operator_;
   QTemporaryDir dir_;
   ScopedEnv tmp_;
 };

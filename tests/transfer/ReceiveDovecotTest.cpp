@@ -56,20 +56,12 @@ TEST_F(ReceiveFromDovecot, OneMailIsStoredWithEveryColumnAndNoMailboxTotals) {
   ASSERT_EQ(read.size(), 1);
   const long id = read.first().first().toLongLong();
   const QString where = QStringLiteral(" from msgmail where 邮件ID=%1").arg(id);
-  EXPECT_EQ(rig.value(QStringLiteral("select 主题") + where), QStringLiteral("一封信"));
-  EXPECT_EQ(rig.value(QStringLiteral("select 发件人") + where), QStringLiteral("王五"));
-  EXPECT_EQ(rig.value(QStringLiteral("select 发件人邮箱") + where),
-            QStringLiteral("wang@kvmail.test"));
-  EXPECT_EQ(rig.value(QStringLiteral("select 收件人邮箱") + where),
-            QStringLiteral("lisi@kvmail.test;zhao@kvmail.test"));
-  EXPECT_EQ(rig.value(QStringLiteral("select [E-MAIL]") + where),
-            QStringLiteral("copy@kvmail.test"));
-  EXPECT_EQ(rig.value(QStringLiteral("select messageID") + where), QStringLiteral("127.0.0.1"));
-  EXPECT_EQ(rig.value(QStringLiteral("select CshgnsID") + where), QStringLiteral("1"));
-  EXPECT_EQ(rig.value(QStringLiteral("select 是否已读") + where), QStringLiteral("0"));
-  EXPECT_EQ(rig.value(QStringLiteral("select 回复ID") + where), QString::number(id));
-  EXPECT_EQ(rig.value(QStringLiteral("select 操作者") + where), QStringLiteral("张三"));
-  EXPECT_EQ(rig.value(QStringLiteral("select 附件") + where), QStringLiteral("0"));
+  EXPECT_EQ(
+      rig.row(QStringLiteral("select 主题,发件人,发件人邮箱,收件人邮箱,[E-MAIL],messageID,"
+                             "CshgnsID,是否已读,回复ID,操作者,附件") +
+              where),
+      (QStringList{"一封信", "王五", "wang@kvmail.test", "lisi@kvmail.test;zhao@kvmail.test",
+                   "copy@kvmail.test", "127.0.0.1", "1", "0", QString::number(id), "张三", "0"}));
   EXPECT_EQ(rig.value(QStringLiteral("select UIDL") + where).size(), 16);
   // The stored file is the mail as served plus the line break it was written with.
   EXPECT_EQ(rig.storedMessage(id), mail + "\r\n");

@@ -117,32 +117,28 @@ TEST_F(SenderTest, HeaderPriorityAndPlainBody) {
   EXPECT_TRUE(mail.htmlBody.contains(QStringLiteral("第二行")));
 }
 
-TEST_F(SenderTest, AuthIsAcceptedAndThePasswordNeverShows) {
+TEST_F(SenderTest, AuthOnlyWhenAskedAndThePasswordNeverShows) {
   sender.setUserName(kUser);
+  sender.setPassword(QStringLiteral("not-even-checked"));
+  sender.setAuthenticate(false);
+  sender.setLogLevel(1);
+  SenderProbe plain(sender);
+  ASSERT_TRUE(sender.Send()) << plain.failures.join(u'\n').toStdString();
+  EXPECT_FALSE(plain.status.join(u'\n').contains(QStringLiteral("\nAUTH ")));
+  EXPECT_TRUE(plain.status.join(u'\n').contains(QStringLiteral("\nMAIL FROM:")));
+
   sender.setPassword(loopbackServers().password);
   sender.setAuthenticate(true);
   sender.setLogLevel(2);
   SenderProbe probe(sender);
   ASSERT_TRUE(sender.Send()) << probe.failures.join(u'\n').toStdString();
-
   const QString shown = probe.shown();
   EXPECT_TRUE(shown.contains(QStringLiteral("\nAUTH "))) << shown.toStdString();
   EXPECT_TRUE(shown.contains(QStringLiteral("235")));
   EXPECT_TRUE(shown.contains(QStringLiteral("RCPT TO:<") + addressOf(kUser) + u'>'));
   EXPECT_FALSE(leaksPassword(shown)) << shown.toStdString();
   EXPECT_FALSE(probe.offThread);
-  EXPECT_TRUE(waitForMail(kUser, 1));
-}
-
-TEST_F(SenderTest, WithoutTheAuthFlagNoLoginIsTried) {
-  sender.setUserName(kUser);
-  sender.setPassword(QStringLiteral("not-even-checked"));
-  sender.setAuthenticate(false);
-  sender.setLogLevel(1);
-  SenderProbe probe(sender);
-  ASSERT_TRUE(sender.Send()) << probe.failures.join(u'\n').toStdString();
-  EXPECT_FALSE(probe.status.join(u'\n').contains(QStringLiteral("\nAUTH ")));
-  EXPECT_TRUE(probe.status.join(u'\n').contains(QStringLiteral("\nMAIL FROM:")));
+  EXPECT_TRUE(waitForMail(kUser, 2));
 }
 
 TEST_F(SenderTest, WrongPasswordIsRefusedWithTheServersReply) {
@@ -235,22 +231,19 @@ TEST_F(SenderTest, TwoSendsOnOneKeptSession) {
   EXPECT_TRUE(sender.Send());
   EXPECT_TRUE(waitForMail(kUser, 3));
 
-  // Without keeping, every message has a session of its own.
-  sender.setKeepSession(0);
-  ASSERT_TRUE(sender.Send());
-  ASSERT_TRUE(sender.Send());
-  EXPECT_FALSE(sender.lastSendReusedSession());
-}
-
-TEST_F(SenderTest, AnotherLoginDoesNotReuseTheSession) {
-  sender.setKeepSession(1);
-  ASSERT_TRUE(sender.Send());
+  // Another login is another session.
   sender.setUserName(kUser);
   sender.setPassword(loopbackServers().password);
   ASSERT_TRUE(sender.Send());
   EXPECT_FALSE(sender.lastSendReusedSession());
   ASSERT_TRUE(sender.Send());
   EXPECT_TRUE(sender.lastSendReusedSession());
+
+  // Without keeping, every message has a session of its own.
+  sender.setKeepSession(0);
+  ASSERT_TRUE(sender.Send());
+  ASSERT_TRUE(sender.Send());
+  EXPECT_FALSE(sender.lastSendReusedSession());
 }
 
 }  // namespace

@@ -2,25 +2,13 @@
 
 #include <QFile>
 #include <QSignalSpy>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 
-#include "HostStore.h"
-#include "store/HostSystem.h"
+#include "TestEnv.h"
 #include "store/MailStore.h"
 
 namespace kvtest {
 
 TransferRig::TransferRig() {
-  oldTmp_ = qgetenv("TMPDIR");
-  qputenv("TMPDIR", dir_.path().toUtf8());
-  const QString db = dir_.filePath(QStringLiteral("store.db"));
-  kvmail::host::createStore(db);
-  auto options = kvmail::host::HostOptions::sqlite(db);
-  options.userId = QStringLiteral("7");
-  options.operatorName = QStringLiteral("张三");
-  host_ = std::make_unique<kvmail::host::SqlHostSystem>(options);
-  host_->open();
   account_ = std::make_shared<kvmail::clsAccount>();
   account_->sName = QStringLiteral("测试帐户");
   account_->sFrom = QStringLiteral("测试");
@@ -31,11 +19,6 @@ TransferRig::TransferRig() {
 
 TransferRig::~TransferRig() {
   run_.reset();
-  host_.reset();
-  if (oldTmp_.isNull())
-    qunsetenv("TMPDIR");
-  else
-    qputenv("TMPDIR", oldTmp_);
 }
 
 void TransferRig::usePop3(quint16 port, const QString& user, const QString& password) {
@@ -51,43 +34,17 @@ bool TransferRig::receive(int timeoutMs) {
 
 bool TransferRig::run(const kvmail::BundlePtr& bundle, bool sendOnly, int timeoutMs) {
   QSignalSpy ended(run_.get(), &kvmail::TransferRun::TasksEnded);
-  run_->start(bundle, host_.get(), account_, sendOnly);
+  run_->start(bundle, store_.host.get(), account_, sendOnly);
   if (ended.isEmpty() && !ended.wait(timeoutMs)) return false;
   lastOk_ = ended.first().first().toBool();
   return true;
 }
 
-bool TransferRig::addTrigger(const QString& sql) {
-  bool ok = false;
-  {
-    QSqlDatabase db =
-        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("trigger"));
-    db.setDatabaseName(dir_.filePath(QStringLiteral("store.db")));
-    ok = db.open() && QSqlQuery(db).exec(sql);
-  }
-  QSqlDatabase::removeDatabase(QStringLiteral("trigger"));
-  return ok;
-}
-
-QString TransferRig::value(const QString& sql) {
-  const auto rs = host_->openQuery(sql);
-  if (!rs || rs->atEnd()) return {};
-  return rs->text(0);
-}
-
-int TransferRig::count(const QString& where) {
-  return value(QStringLiteral("select count(*) from msgmail") +
-               (where.isEmpty() ? QString() : QStringLiteral(" where ") + where))
-      .toInt();
-}
-
 QByteArray TransferRig::storedMessage(long mailId) {
-  const QString path = dir_.filePath(QStringLiteral("stored-%1.eml").arg(mailId));
+  const QString path = store_.path(QStringLiteral("stored-%1.eml").arg(mailId));
   QFile::remove(path);
-  if (!kvmail::MailStore(*host_).messageToFile(mailId, path)) return {};
-  QFile f(path);
-  f.open(QIODevice::ReadOnly);
-  return f.readAll();
+  if (!kvmail::MailStore(*store_.host).messageToFile(mailId, path)) return {};
+  return readAll(path);
 }
 
 QByteArray sampleMail(const QString& subject, const QByteArray& body) {

@@ -2,13 +2,13 @@
 // A transfer run over a fresh SQLite store in a private temp folder, shown on a view of plain
 // fields (no window), with the scripted prompt installed: what the engine tests drive.
 #include <QByteArray>
-#include <QTemporaryDir>
 
 #include <memory>
 
+#include "FakePop3Server.h"
 #include "FakeTransferView.h"
 #include "ScriptedPrompt.h"
-#include "SqlHostSystem.h"
+#include "StoreRig.h"
 #include "model/ModelTypes.h"
 #include "model/clsAccount.h"
 #include "transfer/TransferRun.h"
@@ -20,18 +20,23 @@ class TransferRig {
   TransferRig();
   ~TransferRig();
 
-  kvmail::host::SqlHostSystem& host() { return *host_; }
+  kvmail::host::SqlHostSystem& host() { return *store_.host; }
   kvmail::clsAccount& account() { return *account_; }
   kvmail::AccountPtr accountPtr() { return account_; }
   kvmail::TransferRun& run() { return *run_; }
   FakeTransferView& view() { return view_; }
   ScriptedPrompt& prompt() { return *prompt_; }
-  QString tempDir() const { return dir_.path(); }
+  QString tempDir() const { return store_.folder(); }
 
   // Points the account at a POP3 server on 127.0.0.1 with the given login.
   void usePop3(quint16 port, const QString& user, const QString& password);
   // Opens the window to receive only and waits until every task has ended; false on time-out.
   bool receive(int timeoutMs = 30000);
+  // Logs in to the scripted server as "u" with password "p" and receives.
+  bool receiveFrom(const FakePop3Server& server, int timeoutMs = 10000) {
+    usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+    return receive(timeoutMs);
+  }
   // Opens the window on a bundle and waits until every task ended.
   bool run(const kvmail::BundlePtr& bundle, bool sendOnly, int timeoutMs = 60000);
   bool lastOk() const { return lastOk_; }
@@ -41,10 +46,11 @@ class TransferRig {
   QString log() const { return view_.logText(); }
   // Adds a trigger to the store over a connection of the rig's own (a trigger is several
   // statements, which the host runs one at a time); false when it could not.
-  bool addTrigger(const QString& sql);
+  bool addTrigger(const QString& sql) { return store_.addTrigger(sql); }
   // The first column of the first row, as text ("" when none).
-  QString value(const QString& sql);
-  int count(const QString& where = {});
+  QString value(const QString& sql) { return store_.value(sql); }
+  QStringList row(const QString& sql) { return store_.row(sql); }
+  int count(const QString& where = {}) { return store_.count(QStringLiteral("msgmail"), where); }
   // The stored message file of one row.
   QByteArray storedMessage(long mailId);
   QString taskState(int row) const { return view_.taskState(row); }
@@ -52,9 +58,7 @@ class TransferRig {
   QString summary() const { return view_.summary; }
 
  private:
-  QTemporaryDir dir_;
-  QByteArray oldTmp_;
-  std::unique_ptr<kvmail::host::SqlHostSystem> host_;
+  StoreRig store_;
   kvmail::AccountPtr account_;
   FakeTransferView view_;
   std::unique_ptr<kvmail::TransferRun> run_;

@@ -52,8 +52,7 @@ TEST(TransferRun, CloseWhenDoneHidesTheWindowAfterAReceiveThatWentWell) {
   server.setHandler(FakePop3Server::mailbox(mails({QStringLiteral("好")}), uidls(1)));
   TransferRig rig;
   rig.view().closeChecked = true;
-  rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
-  ASSERT_TRUE(rig.receive(10000));
+  ASSERT_TRUE(rig.receiveFrom(server));
   EXPECT_TRUE(rig.lastOk());
   EXPECT_TRUE(rig.view().hidden);
 
@@ -104,9 +103,11 @@ TEST(TransferRun, TheSilenceGuardSaysWhatHappened) {
       return command.startsWith("RETR") ? c.retr : mailbox(command);
     });
     TransferRig rig;
+    rig.account().bIsDelete = true;
     rig.run().setPop3StallTimeout(400);
-    rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
-    ASSERT_TRUE(rig.receive(10000)) << c.what;
+    ASSERT_TRUE(rig.receiveFrom(server)) << c.what;
+    EXPECT_FALSE(rig.lastOk()) << c.what;
+    EXPECT_FALSE(server.sawCommand("DELE")) << c.what;  // nothing stored, nothing deleted
     EXPECT_EQ(rig.taskState(1), QStringLiteral("失败")) << c.what;
     ASSERT_EQ(rig.view().errors.size(), 1) << c.what;
     EXPECT_TRUE(rig.view().errors.first().startsWith(c.reason))
@@ -128,8 +129,7 @@ TEST(TransferRun, AStoreThatRefusesAMailKeepsItOnTheServerForNextTime) {
   {
     FakePop3Server server;
     server.setHandler(FakePop3Server::mailbox(mails(subjects), uidls(5)));
-    rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
-    ASSERT_TRUE(rig.receive(15000));
+    ASSERT_TRUE(rig.receiveFrom(server, 15000));
     EXPECT_FALSE(rig.lastOk());  // the task tells that a mail did not arrive this time
     ASSERT_EQ(rig.view().errors.size(), 1);
     EXPECT_TRUE(rig.view().errors.first().contains(QStringLiteral("third refused")));
@@ -149,8 +149,7 @@ TEST(TransferRun, AStoreThatRefusesAMailKeepsItOnTheServerForNextTime) {
   rig.view().whileAsked = nullptr;
   FakePop3Server server;
   server.setHandler(FakePop3Server::mailbox(mails(subjects), uidls(5)));
-  rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
-  ASSERT_TRUE(rig.receive(10000));
+  ASSERT_TRUE(rig.receiveFrom(server));
   const Commands again{"UIDL 1", "UIDL 2", "UIDL 3", "RETR 3",
                        "DELE 3", "UIDL 4", "UIDL 5", "QUIT"};
   EXPECT_TRUE(rig.lastOk());
@@ -165,8 +164,7 @@ TEST(TransferRun, ADeadStoreShowsOneBoxAndLogsTheRest) {
       "full'); end")));
   FakePop3Server server;
   server.setHandler(FakePop3Server::mailbox(mails({"a", "b", "c"}), uidls(3)));
-  rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
-  ASSERT_TRUE(rig.receive(10000));
+  ASSERT_TRUE(rig.receiveFrom(server));
   EXPECT_EQ(rig.prompt().messages().size(), 1);
   EXPECT_EQ(rig.log().count(QStringLiteral("disk full")), 2);  // the second and third mail
   EXPECT_EQ(rig.view().errors.size(), 3);

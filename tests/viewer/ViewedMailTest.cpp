@@ -15,19 +15,6 @@
 
 using kvtest::ViewerRig;
 
-TEST(ViewedMailText, SenderAndPriorityTexts) {
-  EXPECT_EQ(kvmail::senderText({}, QStringLiteral("a@x.cn")), QStringLiteral("a@x.cn"));
-  EXPECT_EQ(kvmail::senderText(QStringLiteral("张三"), QStringLiteral("a@x.cn")),
-            QStringLiteral("张三<a@x.cn>"));
-  const QList<QPair<long, QString>> priorities = {{1, QStringLiteral("邮件状态：高优先级。")},
-                                                  {2, QStringLiteral("邮件状态：低优先级。")},
-                                                  {3, QString()},
-                                                  {0, QString()},
-                                                  {4, QString()},
-                                                  {-1, QString()}};
-  for (const auto& [value, text] : priorities) EXPECT_EQ(kvmail::priorityText(value), text);
-}
-
 TEST(ViewedMailText, PlainTextKeepsItsLinesAndMakesAddressesClickable) {
   struct Case {
     QString text;

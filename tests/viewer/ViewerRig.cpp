@@ -1,30 +1,14 @@
 #include "ViewerRig.h"
 
-#include <QAction>
-#include <QCoreApplication>
-#include <QEvent>
-#include <QLabel>
 #include <QLineEdit>
 #include <QStatusBar>
-#include <QTextBrowser>
 #include <QTreeWidget>
 
 #include "TestEnv.h"
-#include "store/MailStore.h"
-#include "viewer/FrmMail.h"
 
 namespace kvtest {
 
 ViewerRig::ViewerRig() {
-  oldTmp_ = qgetenv("TMPDIR");
-  qputenv("TMPDIR", dir_.path().toUtf8());
-  const QString db = dir_.filePath(QStringLiteral("store.db"));
-  kvmail::host::createStore(db);
-  auto options = kvmail::host::HostOptions::sqlite(db);
-  options.userId = QStringLiteral("7");
-  options.operatorName = QStringLiteral("李四");
-  host = std::make_shared<kvmail::host::SqlHostSystem>(options);
-  host->open();
   kvmail::host::AccountSeed seed;
   seed.userId = QStringLiteral("7");
   seed.name = QStringLiteral("公司邮箱");
@@ -33,32 +17,8 @@ ViewerRig::ViewerRig() {
   seed.fromAddress = QStringLiteral("sales@kvmail.test");
   seed.pop3 = QStringLiteral("127.0.0.1");
   seed.smtp = QStringLiteral("127.0.0.1");
-  kvmail::host::seedAccount(*host, seed);
-  mail = std::make_unique<kvmail::clsMail>();
+  seedAccount(seed);
   mail->Init(host, 1);
-}
-
-ViewerRig::~ViewerRig() {
-  mail.reset();
-  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-  host.reset();
-  if (oldTmp_.isNull())
-    qunsetenv("TMPDIR");
-  else
-    qputenv("TMPDIR", oldTmp_);
-}
-
-long ViewerRig::store(const QByteArray& message) {
-  static int uidl = 0;
-  kvmail::ReceivedMail received;
-  received.header =
-      kvmail::readMailBytes(message, QStringLiteral("gb2312"), kvmail::MimeParts::StructureOnly);
-  received.uidl = QStringLiteral("uidl-%1").arg(++uidl);
-  received.pop3Server = QStringLiteral("127.0.0.1");
-  received.bytes = message;
-  received.size = message.size();
-  kvmail::StoreFailure failure;
-  return kvmail::MailStore(*host).storeReceived(received, &failure);
 }
 
 long ViewerRig::storeData(const QString& name) {
@@ -70,47 +30,13 @@ void ViewerRig::set(long mailId, const QString& column, const QVariant& value) {
                      {value, qlonglong(mailId)});
 }
 
-QString ViewerRig::value(const QString& sql) {
-  const auto rs = host->openQuery(sql);
-  return rs && !rs->atEnd() ? rs->text(0) : QString();
-}
-
-kvmail::FrmMail* ViewerRig::show(long mailId, const QString& caption) {
-  mail->DisPlayMail(mailId, caption);
-  return viewer();
-}
-
-kvmail::FrmMail* ViewerRig::viewer() const {
-  return mail->viewerWindow();
-}
-
 QString ViewerRig::box(int index) const {
   const auto* edit = viewer()->findChild<QLineEdit*>(QStringLiteral("Txt(%1)").arg(index));
   return edit ? edit->text() : QStringLiteral("<no Txt(%1)>").arg(index);
 }
 
-QTextBrowser* ViewerRig::web() const {
-  return viewer()->findChild<QTextBrowser*>(QStringLiteral("Web"));
-}
-
-QString ViewerRig::bodyText() const {
-  return web()->toPlainText();
-}
-
-QTreeWidget* ViewerRig::list() const {
-  return viewer()->findChild<QTreeWidget*>(QStringLiteral("LView"));
-}
-
-QAction* ViewerRig::action(const QString& name) const {
-  return viewer()->findChild<QAction*>(name);
-}
-
 QString ViewerRig::status() const {
   return viewer()->findChild<QStatusBar*>(QStringLiteral("StatusBar"))->currentMessage();
-}
-
-QLabel* ViewerRig::label(const QString& name) const {
-  return viewer()->findChild<QLabel*>(name);
 }
 
 QStringList ViewerRig::rows() const {

@@ -1,5 +1,6 @@
 #include "support/mime/MimeCharset.h"
 
+#include <QHash>
 #include <QRegularExpression>
 #include <QSet>
 
@@ -14,17 +15,80 @@ namespace {
 
 constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD in UTF-8
 
-bool isGbFamily(const QString& lower) {
-  static const QSet<QString> names = {
-      QStringLiteral("gb2312"),    QStringLiteral("gb_2312-80"),      QStringLiteral("gb-2312"),
-      QStringLiteral("gb_2312"),   QStringLiteral("csgb2312"),        QStringLiteral("euc-cn"),
-      QStringLiteral("x-euc-cn"),  QStringLiteral("euccn"),           QStringLiteral("cn-gb"),
-      QStringLiteral("gbk"),       QStringLiteral("x-gbk"),           QStringLiteral("cp936"),
-      QStringLiteral("ms936"),     QStringLiteral("windows-936"),     QStringLiteral("gb18030"),
-      QStringLiteral("chinese"),   QStringLiteral("csiso58gb231280"), QStringLiteral("iso-ir-58"),
-      QStringLiteral("x-gb18030"), QStringLiteral("gb2312-80"),
+// Labels as mail programs write them, lower case with "_" read as "-", mapped to the converter
+// that reads them. Families whose common label names a narrower set than senders really use go to
+// the superset, as mail readers do: gb2312 to GB18030, euc-kr to CP949, shift_jis to CP932.
+const QHash<QString, QByteArray>& labelAliases() {
+  static const QHash<QString, QByteArray> aliases = [] {
+    QHash<QString, QByteArray> a;
+    const auto add = [&a](const char* converter, std::initializer_list<const char*> labels) {
+      for (const char* label : labels) a.insert(QString::fromLatin1(label), converter);
+    };
+    add("GB18030",
+        {"gb2312",   "gb-2312",         "gb-2312-80",  "gb2312-80", "csgb2312", "euc-cn",
+         "x-euc-cn", "euccn",           "cn-gb",       "gbk",       "x-gbk",    "csgbk",
+         "cp936",    "ms936",           "windows-936", "gb18030",   "gb-18030", "x-gb18030",
+         "chinese",  "csiso58gb231280", "iso-ir-58"});
+    add("CP949", {"euc-kr", "x-euc-kr", "cseuckr", "ks-c-5601-1987", "ks-c-5601-1989", "ks-c-5601",
+                  "ksc5601", "ksc-5601", "korean", "csksc56011987", "iso-ir-149", "windows-949",
+                  "x-windows-949", "cp949", "ms949", "uhc"});
+    add("CP932", {"shift-jis", "sjis", "x-sjis", "ms-kanji", "csshiftjis", "windows-31j", "cp932",
+                  "ms932", "x-ms-cp932"});
+    add("EUC-JP", {"euc-jp", "x-euc-jp", "cseucpkdfmtjapanese"});
+    add("ISO-2022-JP", {"iso-2022-jp", "csiso2022jp"});
+    add("BIG5-HKSCS", {"big5", "big-5", "x-x-big5", "x-big5", "cn-big5", "csbig5", "big5-hkscs"});
+    add("KOI8-R", {"koi8-r", "koi8", "koi", "cskoi8r"});
+    add("KOI8-U", {"koi8-u", "koi8-ru"});
+    add("UTF-8", {"utf-8", "utf8", "unicode-1-1-utf-8", "x-unicode20utf8"});
+    add("US-ASCII", {"us-ascii", "ascii", "ansi-x3.4-1968", "us", "iso646-us", "cp367"});
+    add("ISO-8859-1",
+        {"iso-8859-1", "latin1", "l1", "iso-ir-100", "cp819", "ibm819", "csisolatin1"});
+    add("CP874", {"tis-620", "windows-874", "x-windows-874", "dos-874", "iso-8859-11"});
+    return a;
+  }();
+  return aliases;
+}
+
+bool isMeaningless(const QString& key) {
+  static const QSet<QString> none = {
+      QStringLiteral("x-unknown"),      QStringLiteral("unknown"), QStringLiteral("unknown-8bit"),
+      QStringLiteral("x-user-defined"), QStringLiteral("default"), QStringLiteral("none"),
+      QStringLiteral("charset"),
   };
-  return names.contains(lower);
+  return none.contains(key);
+}
+
+bool iconvKnows(const QByteArray& name) {
+  thread_local QHash<QByteArray, bool> known;
+  if (auto it = known.constFind(name); it != known.cend()) return *it;
+  const iconv_t cd = iconv_open("UTF-8", name.constData());
+  const bool ok = cd != reinterpret_cast<iconv_t>(-1);
+  if (ok) iconv_close(cd);
+  known.insert(name, ok);
+  return ok;
+}
+
+// A label outside the table: a numbered family by pattern, else the spelling iconv accepts.
+QByteArray converterByPattern(const QString& key) {
+  static const QRegularExpression windows(
+      QStringLiteral("^(?:x-)?(?:windows|win|cp|ms)-?(12\\d\\d|8\\d\\d)$"));
+  static const QRegularExpression iso(QStringLiteral("^iso-?8859-?(\\d{1,2})$"));
+  if (const auto m = windows.match(key); m.hasMatch()) return "CP" + m.captured(1).toLatin1();
+  if (const auto m = iso.match(key); m.hasMatch()) return "ISO-8859-" + m.captured(1).toLatin1();
+  QString bare = key;
+  if (bare.startsWith(QLatin1String("x-"))) bare.remove(0, 2);
+  if (bare != key) {
+    if (auto it = labelAliases().constFind(bare); it != labelAliases().cend()) return *it;
+  }
+  QString underscored = bare;
+  underscored.replace(QLatin1Char('-'), QLatin1Char('_'));
+  QString joined = bare;
+  joined.remove(QLatin1Char('-'));
+  for (const QString& spelling : {bare, underscored, joined}) {
+    const QByteArray name = spelling.toUpper().toLatin1();
+    if (!name.isEmpty() && iconvKnows(name)) return name;
+  }
+  return key.toUpper().toLatin1();
 }
 
 // Opening a converter loads and unloads a gconv module each time, which costs milliseconds;
@@ -223,19 +287,20 @@ void keepConvertersLoaded() {
   (void)filled;
 }
 
+bool knownConverter(const QByteArray& converter) {
+  return !converter.isEmpty() && iconvKnows(converter);
+}
+
 QByteArray converterName(const QString& label) {
   QString l = label.trimmed().toLower();
   if (l.startsWith(QLatin1Char('"')) && l.endsWith(QLatin1Char('"')) && l.size() >= 2)
     l = l.mid(1, l.size() - 2).trimmed();
-  if (l.isEmpty() || l == QLatin1String("x-unknown") || l == QLatin1String("unknown-8bit") ||
-      l == QLatin1String("x-user-defined") || l == QLatin1String("default"))
-    return {};
-  if (isGbFamily(l)) return QByteArrayLiteral("GB18030");
-  if (l == QLatin1String("utf8") || l == QLatin1String("utf-8")) return QByteArrayLiteral("UTF-8");
-  if (l == QLatin1String("ascii") || l == QLatin1String("us-ascii") ||
-      l == QLatin1String("ansi_x3.4-1968"))
-    return QByteArrayLiteral("US-ASCII");
-  return l.toLatin1();
+  if (const qsizetype star = l.indexOf(QLatin1Char('*')); star >= 0) l.truncate(star);  // "*lang"
+  l.replace(QLatin1Char('_'), QLatin1Char('-'));
+  l.replace(QLatin1Char(' '), QLatin1Char('-'));
+  if (l.isEmpty() || isMeaningless(l)) return {};
+  if (auto it = labelAliases().constFind(l); it != labelAliases().cend()) return *it;
+  return converterByPattern(l);
 }
 
 std::optional<QString> decodeStrict(const QByteArray& bytes, const QByteArray& converter) {
@@ -258,6 +323,28 @@ QString decodeText(const QByteArray& bytes, const QString& declared, const QStri
   return QString::fromUtf8(bytes);
 }
 
+QByteArray headerTextConverter(const QByteArray& bytes, const QString& declared,
+                               const QString& fallback) {
+  const QByteArray utf8 = QByteArrayLiteral("UTF-8");
+  if (isSevenBit(bytes) || decodeWith(bytes, utf8, true)) return utf8;
+  QList<QByteArray> tries;
+  for (const QString& label : {declared, fallback}) {
+    const QByteArray c = converterName(label);
+    // Mail labelled us-ascii that carries 8-bit bytes is really unlabelled.
+    if (!c.isEmpty() && c != "US-ASCII" && c != utf8 && !tries.contains(c)) tries << c;
+  }
+  if (!tries.contains("GB18030")) tries << QByteArrayLiteral("GB18030");
+  for (const QByteArray& c : tries)
+    if (decodeWith(bytes, c, true)) return c;
+  return tries.first();
+}
+
+QString decodeLenient(const QByteArray& bytes, const QByteArray& converter) {
+  if (isSevenBit(bytes)) return QString::fromLatin1(bytes);
+  if (auto text = decodeWith(bytes, converter, false)) return *text;
+  return QString::fromUtf8(bytes);
+}
+
 std::optional<QByteArray> encodeStrict(const QString& text, const char* converter) {
   if (qstrcmp(converter, "GB2312") == 0) return encodeGb2312ByTable(text);
   Converter cv(converter, "UTF-8");
@@ -268,7 +355,7 @@ std::optional<QByteArray> encodeStrict(const QString& text, const char* converte
   return out;
 }
 
-QByteArray relabelGbFamily(const QByteArray& rawHeader) {
+QByteArray canonicalLabels(const QByteArray& rawHeader) {
   // Encoded words "=?charset[*lang]?" and RFC 2231 values "*=charset'lang'".
   static const QRegularExpression labels(
       QStringLiteral(R"((=\?)([^?*\s]+)(?=[*?])|(\*\s*=\s*"?)([A-Za-z0-9_.:\-]+)(?='))"));
@@ -279,9 +366,12 @@ QByteArray relabelGbFamily(const QByteArray& rawHeader) {
   while (it.hasNext()) {
     const auto m = it.next();
     const int group = m.capturedStart(2) >= 0 ? 2 : 4;
-    if (!isGbFamily(m.captured(group).toLower())) continue;
+    const QByteArray converter = converterName(m.captured(group));
+    if (converter.isEmpty() ||
+        m.captured(group).compare(QLatin1String(converter), Qt::CaseInsensitive) == 0)
+      continue;
     out += QStringView(text).mid(last, m.capturedStart(group) - last);
-    out += QLatin1String("GB18030");
+    out += QLatin1String(converter);
     last = m.capturedEnd(group);
   }
   out += QStringView(text).mid(last);
@@ -314,6 +404,10 @@ QByteArray decodeQ(const QByteArray& payload) {
 
 }  // namespace
 
+QByteArray decodeWordPayload(const QByteArray& payload, char encoding) {
+  return encoding == 'B' || encoding == 'b' ? QByteArray::fromBase64(payload) : decodeQ(payload);
+}
+
 QByteArray mergeEncodedWords(const QByteArray& rawHeader) {
   static const QRegularExpression word(QStringLiteral(R"(=\?([^?\s]+)\?([BbQq])\?([^?\s]*)\?=)"));
   const QString text = QString::fromLatin1(rawHeader);
@@ -342,9 +436,7 @@ QByteArray mergeEncodedWords(const QByteArray& rawHeader) {
     const auto m = it.next();
     const QString charset = m.captured(1);
     const QByteArray payload = m.captured(3).toLatin1();
-    const QByteArray bytes = m.captured(2).compare(QLatin1String("B"), Qt::CaseInsensitive) == 0
-                                 ? QByteArray::fromBase64(payload)
-                                 : decodeQ(payload);
+    const QByteArray bytes = decodeWordPayload(payload, m.captured(2).at(0).toUpper().toLatin1());
     const bool adjacent =
         runStart >= 0 && charset.compare(runCharset, Qt::CaseInsensitive) == 0 &&
         QStringView(text).mid(runEnd, m.capturedStart() - runEnd).trimmed().isEmpty();

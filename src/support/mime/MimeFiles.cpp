@@ -69,7 +69,8 @@ QStringList saveAttachments(const ParsedMail& mail, const QString& folder) {
 
 QString joinAddresses(const QList<MimeAddress>& list) {
   QStringList parts;
-  for (const MimeAddress& a : list) parts << a.address;
+  for (const MimeAddress& a : list)
+    if (!a.address.trimmed().isEmpty()) parts << a.address;  // "Name <>" has none to give
   return parts.join(QLatin1Char(';'));
 }
 

@@ -53,7 +53,8 @@ ParsedMail readMailFile(const QString& path, const QString& defaultCharset = {},
 // missing; a file that cannot be written is left out of the answer.
 QStringList saveAttachments(const ParsedMail& mail, const QString& folder);
 
-// The joined text forms used by the store: "a@x;b@y" and "Name <a@x>;b@y".
+// The joined text forms used by the store: "a@x;b@y" (entries without an address left out) and
+// "Name <a@x>;b@y".
 QString joinAddresses(const QList<MimeAddress>& list);
 QString joinDisplay(const QList<MimeAddress>& list);
 

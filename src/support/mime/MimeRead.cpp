@@ -11,6 +11,7 @@
 
 #include "support/mime/MimeCharset.h"
 #include "support/mime/MimeGlib.h"
+#include "support/mime/MimeHeaderText.h"
 #include "support/mime/MimeMail.h"
 
 namespace kvmail {
@@ -36,11 +37,77 @@ bool isSevenBit(const QByteArray& bytes) {
 qsizetype headerStart(const QByteArray& raw) {
   qsizetype start = 0;
   while (start < raw.size() && (raw[start] == '\r' || raw[start] == '\n')) ++start;
-  if (raw.mid(start, 5) == "From ") {
-    const qsizetype end = raw.indexOf('\n', start);
-    start = end < 0 ? raw.size() : end + 1;
-  }
+  const auto nextLine = [&raw](qsizetype at) {
+    const qsizetype end = raw.indexOf('\n', at);
+    return end < 0 ? raw.size() : end + 1;
+  };
+  if (raw.mid(start, 5) == "From ") start = nextLine(start);
+  // A first line that starts with a blank continues nothing: it is skipped, as mail readers do.
+  for (int i = 0; i < 4 && start < raw.size() && (raw[start] == ' ' || raw[start] == '\t'); ++i)
+    start = nextLine(start);
   return start;
+}
+
+// Where the header section ends: its blank line, or the end of what is there.
+qsizetype headerEnd(const QByteArray& raw, qsizetype start) {
+  for (qsizetype nl = raw.indexOf('\n', start); nl >= 0; nl = raw.indexOf('\n', nl + 1)) {
+    if (nl + 1 < raw.size() && raw[nl + 1] == '\n') return nl + 1;
+    if (nl + 2 < raw.size() && raw[nl + 1] == '\r' && raw[nl + 2] == '\n') return nl + 1;
+  }
+  return raw.size();
+}
+
+// The parser keeps header values as C strings, so a NUL byte in a header would cut the rest of
+// its value off: NULs in the header section are dropped (the stored file keeps them).
+bool headerHasNul(const QByteArray& raw, qsizetype start) {
+  const qsizetype nul = raw.indexOf('\0', start);
+  return nul >= 0 && nul < headerEnd(raw, start);
+}
+
+QByteArray withoutHeaderNuls(const QByteArray& raw, qsizetype start) {
+  const qsizetype end = headerEnd(raw, start);
+  QByteArray head = raw.mid(start, end - start);
+  head.replace('\0', QByteArray());
+  return head + raw.mid(end);
+}
+
+// Parameters whose value holds (UTF-8) 8-bit text become RFC 2231 values, so the parser never
+// has to guess the charset of raw bytes: name="纪要.txt" becomes name*=UTF-8''%E7%BA%AA...
+QByteArray eightBitParamsExtended(const QByteArray& value) {
+  static const QRegularExpression param(
+      QStringLiteral(R"re((;\s*)([A-Za-z0-9_.\-]+)\s*=\s*(?:"([^"]*)"|([^;\s"]+)))re"));
+  const QString text = QString::fromLatin1(value);
+  QString out;
+  qsizetype last = 0;
+  auto it = param.globalMatch(text);
+  while (it.hasNext()) {
+    const auto m = it.next();
+    const QString v = m.capturedStart(3) >= 0 ? m.captured(3) : m.captured(4);
+    const QByteArray bytes = v.toLatin1();
+    if (isSevenBit(bytes)) continue;
+    out += QStringView(text).mid(last, m.capturedStart() - last);
+    out += m.captured(1) + m.captured(2) + QStringLiteral("*=UTF-8''") +
+           QString::fromLatin1(bytes.toPercentEncoding());
+    last = m.capturedEnd();
+  }
+  out += QStringView(text).mid(last);
+  return out.toLatin1();
+}
+
+// The charset a message declares: its own, or that of its first labelled part. Raw 8-bit header
+// text that is not UTF-8 is read in it.
+QString declaredCharset(GMimeObject* obj, int depth = 0) {
+  if (!obj || depth > 8) return {};
+  if (GMIME_IS_MULTIPART(obj)) {
+    GMimeMultipart* multi = GMIME_MULTIPART(obj);
+    for (int i = 0; i < g_mime_multipart_get_count(multi); ++i)
+      if (QString c = declaredCharset(g_mime_multipart_get_part(multi, i), depth + 1); !c.isEmpty())
+        return c;
+    return {};
+  }
+  const char* charset = g_mime_object_get_content_type_parameter(obj, "charset");
+  const QString label = charset ? QString::fromUtf8(charset).trimmed() : QString();
+  return mime::converterName(label) == "US-ASCII" ? QString() : label;
 }
 
 // A header section starts with "Name:" on its first line.
@@ -88,11 +155,9 @@ class Reader {
       : defaultCharset_(defaultCharset), withContent_(parts == MimeParts::WithContent) {
     ensureGMime();
     options_ = g_mime_parser_options_new();
-    const QByteArray first = mime::converterName(defaultCharset);
-    fallbacks_ = {first.isEmpty() ? QByteArrayLiteral("UTF-8") : first, QByteArrayLiteral("UTF-8"),
-                  QByteArrayLiteral("GB18030")};
-    const char* list[] = {fallbacks_[0].constData(), fallbacks_[1].constData(),
-                          fallbacks_[2].constData(), nullptr};
+    // Header text reaches the parser decoded already (UTF-8) or as RFC 2047/2231 words with
+    // labels it knows, so UTF-8 is its only fallback: any other would read our UTF-8 again.
+    const char* list[] = {"UTF-8", nullptr};
     g_mime_parser_options_set_fallback_charsets(options_, list);
     g_mime_parser_options_set_rfc2047_compliance_mode(options_, GMIME_RFC_COMPLIANCE_LOOSE);
     g_mime_parser_options_set_parameter_compliance_mode(options_, GMIME_RFC_COMPLIANCE_LOOSE);
@@ -107,6 +172,11 @@ class Reader {
     if (raw.trimmed().isEmpty()) return mail;
     const qsizetype start = headerStart(raw);
     if (!looksLikeHeaders(raw, start)) return readHeaderless(raw);
+    if (headerHasNul(raw, start)) {
+      const QByteArray clean = withoutHeaderNuls(raw, start);
+      GRef<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(clean.constData(), clean.size()));
+      return readStream(stream.get(), clean);
+    }
     GRef<GMimeStream> stream(
         g_mime_stream_mem_new_with_buffer(raw.constData() + start, raw.size() - start));
     return readStream(stream.get(), raw);
@@ -121,6 +191,7 @@ class Reader {
     const qsizetype start = headerStart(head);
     if (!looksLikeHeaders(head, start))
       return readHeaderless(withContent_ ? file.readAll() : QByteArray());
+    if (headerHasNul(head, start)) return read(file.readAll());
     file.close();
     GRef<GMimeStream> whole(
         g_mime_stream_fs_open(QFile::encodeName(path).constData(), O_RDONLY, 0, nullptr));
@@ -138,6 +209,7 @@ class Reader {
 
     mail.ok = true;
     GMimeObject* top = GMIME_OBJECT(message.get());
+    charsets_ = {declaredCharset(g_mime_message_get_mime_part(message.get())), defaultCharset_};
     mail.subject = unstructured(top, "Subject");
     const QList<MimeAddress> from = addresses(top, "From");
     if (!from.isEmpty()) mail.from = from.first();
@@ -188,45 +260,25 @@ class Reader {
     return QByteArray(u.get()).trimmed();
   }
 
-  // A raw header made ready for GMime: gb labels widened, split words joined, and raw 8-bit
-  // text (Chinese clients send it unencoded) turned into UTF-8 by the mail's likely charset.
+  // A raw parameter header made ready for GMime: labels it knows, split words joined, raw 8-bit
+  // text read once and handed over as RFC 2231 values.
   QByteArray prepared(const QByteArray& raw) const {
-    QByteArray value = mime::mergeEncodedWords(mime::relabelGbFamily(raw));
-    if (!isSevenBit(value)) value = mime::decodeText(value, {}, defaultCharset_).toUtf8();
-    return unfolded(value);
-  }
-
-  QString unstructured(GMimeObject* obj, const char* name) {
-    const QByteArray raw = rawHeader(obj, name);
-    if (raw.isEmpty()) return {};
-    const QByteArray value = prepared(raw);
-    GChars decoded(g_mime_utils_header_decode_text(options_, value.constData()));
-    return utf8(decoded.get()).trimmed();
-  }
-
-  static void flatten(InternetAddressList* list, QList<MimeAddress>& out) {
-    const int count = internet_address_list_length(list);
-    for (int i = 0; i < count; ++i) {
-      InternetAddress* ia = internet_address_list_get_address(list, i);
-      if (INTERNET_ADDRESS_IS_GROUP(ia)) {
-        flatten(internet_address_group_get_members(INTERNET_ADDRESS_GROUP(ia)), out);
-      } else if (INTERNET_ADDRESS_IS_MAILBOX(ia)) {
-        MimeAddress a;
-        a.name = utf8(internet_address_get_name(ia)).trimmed();
-        a.address = utf8(internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(ia))).trimmed();
-        if (!a.address.isEmpty() || !a.name.isEmpty()) out << a;
-      }
+    QByteArray value = mime::mergeEncodedWords(mime::canonicalLabels(mime::unfoldHeader(raw)));
+    if (!isSevenBit(value)) {
+      const QByteArray converter =
+          mime::headerTextConverter(value, charsets_.declared, charsets_.fallback);
+      value = eightBitParamsExtended(mime::decodeLenient(value, converter).toUtf8());
     }
+    return value.trimmed();
   }
 
-  QList<MimeAddress> addresses(GMimeObject* obj, const char* name) {
-    const QByteArray raw = rawHeader(obj, name, true);
-    QList<MimeAddress> out;
-    if (raw.trimmed().isEmpty()) return out;
-    const QByteArray value = prepared(raw);
-    GRef<InternetAddressList> list(internet_address_list_parse(options_, value.constData()));
-    if (list) flatten(list.get(), out);
-    return out;
+  QString unstructured(GMimeObject* obj, const char* name) const {
+    const QByteArray raw = rawHeader(obj, name);
+    return raw.isEmpty() ? QString() : mime::decodeHeaderText(raw, charsets_);
+  }
+
+  QList<MimeAddress> addresses(GMimeObject* obj, const char* name) const {
+    return mime::parseAddressList(rawHeader(obj, name, true), charsets_);
   }
 
   static QDateTime date(GMimeObject* obj) {
@@ -374,8 +426,8 @@ class Reader {
   }
 
   QString defaultCharset_;
+  mime::HeaderCharsets charsets_;  // for raw 8-bit header text of the message being read
   bool withContent_ = true;
-  QList<QByteArray> fallbacks_;
   GMimeParserOptions* options_ = nullptr;
   bool htmlTaken_ = false;
   bool textTaken_ = false;

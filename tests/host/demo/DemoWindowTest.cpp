@@ -4,11 +4,13 @@
 
 #include <QAction>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTableView>
+#include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
 
@@ -86,6 +88,28 @@ TEST(DemoAccountDialog, OkWritesTheFieldsAndLeavesAnUntouchedPasswordAlone) {
                                      "maisafterdaydelete||madeleteday||maisout from mailaccount")),
             QStringLiteral("客服邮箱|2526|11141"));
   EXPECT_EQ(passwordColumn(rig), QStringLiteral("kvpass"));
+}
+
+TEST(DemoAccountDialog, SecurityModesMoveStandardPortsAndAreSaved) {
+  DemoRig rig;
+  AccountDialog dialog(*rig.host);
+  auto* pop3Port = child<QSpinBox>(dialog, "spnPop3Port");
+  auto* smtpPort = child<QSpinBox>(dialog, "spnSmtpPort");
+  pop3Port->setValue(110);
+  child<QComboBox>(dialog, "cmbPop3Security")->setCurrentIndex(2);
+  EXPECT_EQ(pop3Port->value(), 995);  // the standard port follows the mode
+  child<QComboBox>(dialog, "cmbSmtpSecurity")->setCurrentIndex(1);
+  EXPECT_EQ(smtpPort->value(), 2525);  // a port of the user's own stays
+  QTemporaryFile pinned;
+  ASSERT_TRUE(pinned.open());
+  child<QLineEdit>(dialog, "txtCertFile")->setText(pinned.fileName());
+  child<QPushButton>(dialog, "cmdOk")->click();
+  EXPECT_EQ(rig.value(QStringLiteral("select mapop3port||'|'||mapop3security||'|'||masmtpsecurity"
+                                     "||'|'||macertfile from mailaccount")),
+            QStringLiteral("995|2|1|") + pinned.fileName());
+  AccountDialog again(*rig.host);
+  EXPECT_EQ(child<QComboBox>(again, "cmbPop3Security")->currentIndex(), 2);
+  EXPECT_EQ(child<QSpinBox>(again, "spnPop3Port")->value(), 995);
 }
 
 TEST(DemoAccountDialog, ATypedPasswordReplacesTheStoredOne) {
@@ -176,7 +200,7 @@ TEST(DemoMainWindow, WithoutAnAccountTheModuleErrorIsShown) {
   EXPECT_EQ(prompt->records().first().title, QStringLiteral("错误："));
 }
 
-TEST(DemoMainWindow, ViewerMovesWalkTheListAndStopAtItsEnds) {
+TEST(DemoMainWindow, ViewerMovesWalkTheListAndDeleteMarksTheRowAndMovesOn) {
   DemoRig rig;
   const long first = queueOne(rig);
   const long second = queueOne(rig);
@@ -186,35 +210,24 @@ TEST(DemoMainWindow, ViewerMovesWalkTheListAndStopAtItsEnds) {
   kvmail::FrmMail* viewer = window.mail().viewerWindow();
 
   long id = third;
-  Q_EMIT viewer->RecordMove(1, &id);
-  EXPECT_EQ(id, second);
-  Q_EMIT viewer->RecordMove(1, &id);
-  EXPECT_EQ(id, first);
-  Q_EMIT viewer->RecordMove(1, &id);
-  EXPECT_EQ(id, first);  // no row after the last: stays
-  Q_EMIT viewer->RecordMove(-1, &id);
-  EXPECT_EQ(id, second);
+  QList<long> seen;
+  for (long direction : {1, 1, 1, -1}) {  // no row after the last: it stays
+    Q_EMIT viewer->RecordMove(direction, &id);
+    seen << id;
+  }
+  EXPECT_EQ(seen, (QList<long>{second, first, first, second}));
   EXPECT_EQ(window.currentMailId(), second);
-}
 
-TEST(DemoMainWindow, ViewerDeleteMarksTheRowAndMovesOn) {
-  DemoRig rig;
-  const long first = queueOne(rig);
-  const long second = queueOne(rig);
-  MainWindow window(rig.host, kDemoProgId);
-  ASSERT_TRUE(window.startMail());
-  kvmail::FrmMail* viewer = window.mail().viewerWindow();
-
-  long id = second;
   Q_EMIT viewer->Delete(&id);
   EXPECT_EQ(id, first);
-  EXPECT_EQ(rig.count(QStringLiteral("msgmail"), QStringLiteral("del=1")), 1);
   EXPECT_EQ(rig.value(QStringLiteral("select 邮件ID from msgmail where del=1")).toLong(), second);
-  EXPECT_EQ(window.rowCount(), 1);
+  EXPECT_EQ(window.rowCount(), 2);
+  Q_EMIT viewer->Delete(&id);
+  id = third;
   Q_EMIT viewer->Delete(&id);
   EXPECT_EQ(id, 0);  // nothing left to show
   EXPECT_EQ(window.rowCount(), 0);
-  EXPECT_EQ(rig.count(QStringLiteral("msgmail")), 2);  // marked, never removed
+  EXPECT_EQ(rig.count(QStringLiteral("msgmail")), 3);  // marked, never removed
 }
 
 // The module's per-mail events change only their rows, a moment later and together.

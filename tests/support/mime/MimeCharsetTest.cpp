@@ -5,14 +5,20 @@
 
 using namespace kvmail::mime;
 
-TEST(MimeCharset, Gb2312FamilyLabelsMapToGb18030) {
-  for (const char* label :
-       {"gb2312", "GB2312", "GB_2312-80", "gbk", "CP936", "\"gb2312\"", " x-gbk "})
-    EXPECT_EQ(converterName(QString::fromLatin1(label)), QByteArray("GB18030")) << label;
-  EXPECT_EQ(converterName(QStringLiteral("utf8")), QByteArray("UTF-8"));
-  EXPECT_EQ(converterName(QStringLiteral("ISO-8859-1")), QByteArray("iso-8859-1"));
-  EXPECT_TRUE(converterName(QString()).isEmpty());
-  EXPECT_TRUE(converterName(QStringLiteral("x-unknown")).isEmpty());
+TEST(MimeCharset, LabelsAsMailProgramsSpellThemMapToOneConverter) {
+  // "label>converter" pairs; an empty converter for an empty or meaningless label.
+  const QByteArray cases =
+      "gb2312>GB18030 GB_2312-80>GB18030 x-gbk>GB18030 CP936>GB18030 \"gb2312\">GB18030 "
+      "koi8_r>KOI8-R ks_c_5601-1987>CP949 euc-kr>CP949 x-sjis>CP932 big5>BIG5-HKSCS "
+      "win-1251>CP1251 x-cp1252>CP1252 iso_8859-5>ISO-8859-5 ISO8859-15>ISO-8859-15 "
+      "latin1>ISO-8859-1 utf8>UTF-8 UTF-8*en>UTF-8 x-mac-cyrillic>MAC-CYRILLIC x-unknown> >";
+  for (const QByteArray& c : cases.split(' ')) {
+    const QList<QByteArray> pair = c.split('>');
+    EXPECT_EQ(converterName(QString::fromLatin1(pair[0])), pair[1]) << c.constData();
+  }
+  EXPECT_EQ(converterName(QStringLiteral(" x-gbk ")), QByteArray("GB18030"));
+  EXPECT_TRUE(knownConverter("CP949"));
+  EXPECT_FALSE(knownConverter("NO-SUCH-CHARSET"));
 }
 
 TEST(MimeCharset, DecodingPrefersTheLabelThenFallsBack) {
@@ -39,15 +45,15 @@ TEST(MimeCharset, StrictEncodingReportsCharactersThatDoNotFit) {
   EXPECT_EQ(encodeStrict(QString(), "GB2312"), QByteArray());
 }
 
-TEST(MimeCharset, RelabellingTouchesOnlyGbLabels) {
-  EXPECT_EQ(relabelGbFamily("=?gb2312?B?1tA=?= =?GB_2312-80?q?x?= =?utf-8?B?eA==?="),
+TEST(MimeCharset, RelabellingWritesConverterNames) {
+  EXPECT_EQ(canonicalLabels("=?gb2312?B?1tA=?= =?GB_2312-80?q?x?= =?utf-8?B?eA==?="),
             QByteArray("=?GB18030?B?1tA=?= =?GB18030?q?x?= =?utf-8?B?eA==?="));
-  EXPECT_EQ(relabelGbFamily("attachment; filename*=gb2312''%D6%D0.txt"),
+  EXPECT_EQ(canonicalLabels("attachment; filename*=gb2312''%D6%D0.txt"),
             QByteArray("attachment; filename*=GB18030''%D6%D0.txt"));
-  EXPECT_EQ(relabelGbFamily("x; name*0*=GBK'zh'%D6; name*1*=%D0"),
+  EXPECT_EQ(canonicalLabels("x; name*0*=GBK'zh'%D6; name*1*=%D0"),
             QByteArray("x; name*0*=GB18030'zh'%D6; name*1*=%D0"));
   const QByteArray raw("\xD6\xD0 plain =?iso-8859-1?Q?x?=", 24);
-  EXPECT_EQ(relabelGbFamily(raw), raw);  // 8-bit bytes survive untouched
+  EXPECT_EQ(canonicalLabels(raw), raw);  // 8-bit bytes survive untouched
 }
 
 TEST(MimeCharset, AdjacentWordsOfOneCharsetAreJoinedIntoOne) {

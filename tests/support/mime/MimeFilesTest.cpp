@@ -89,5 +89,7 @@ TEST(MimeJoin, AddressesAndDisplayTexts) {
   EXPECT_EQ(joinAddresses(list), QStringLiteral("zs@x.cn;b@y.cn"));
   EXPECT_EQ(joinDisplay(list), QStringLiteral("张三 <zs@x.cn>;b@y.cn"));
   EXPECT_EQ(joinAddresses({}), QString());
+  EXPECT_EQ(joinAddresses({{QStringLiteral("MAILER DAEMON"), QString()}, list[1]}),
+            QStringLiteral("b@y.cn"));
   EXPECT_EQ(joinDisplay({}), QString());
 }

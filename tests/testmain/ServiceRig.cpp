@@ -4,32 +4,20 @@
 #include <QEvent>
 #include <QFile>
 
+#include "store/MailStore.h"
 #include "store/Statements.h"
 #include "store/StoredFile.h"
 
 namespace kvtest {
 
-ServiceRig::ServiceRig() {
-  oldTmp_ = qgetenv("TMPDIR");
-  qputenv("TMPDIR", dir_.path().toUtf8());
-  const QString db = dir_.filePath(QStringLiteral("store.db"));
-  kvmail::host::createStore(db);
-  auto options = kvmail::host::HostOptions::sqlite(db);
-  options.userId = QStringLiteral("7");
-  options.operatorName = QStringLiteral("李四");
-  host = std::make_shared<kvmail::host::SqlHostSystem>(options);
-  host->open();
-  mail = std::make_unique<kvmail::clsMail>();
-}
+// Operator 李四, as the compose tests expect to see in the rows they write.
+ServiceRig::ServiceRig()
+    : StoreRig(Engine::Sqlite, QStringLiteral("7"), QStringLiteral("李四")),
+      mail(std::make_unique<kvmail::clsMail>()) {}
 
 ServiceRig::~ServiceRig() {
   mail.reset();
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-  host.reset();
-  if (oldTmp_.isNull())
-    qunsetenv("TMPDIR");
-  else
-    qputenv("TMPDIR", oldTmp_);
 }
 
 void ServiceRig::seedAccount(bool perUser, bool asDefault, const QString& name) {
@@ -53,7 +41,7 @@ void ServiceRig::seedTemplate(long progId, const QString& to, const QString& cc,
   host->executeBound(
       QStringLiteral("insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"),
       {qlonglong(progId), to, cc, bcc, subject});
-  const QString eml = dir_.filePath(QStringLiteral("template-%1.eml").arg(progId));
+  const QString eml = path(QStringLiteral("template-%1.eml").arg(progId));
   QString error;
   kvmail::writeMailFile(file, eml, &error);
   kvmail::fileToColumn(progId, eml, QStringLiteral("EMail"), *host, QStringLiteral("MailTemplet"),
@@ -77,11 +65,24 @@ long ServiceRig::queueMail(const kvmail::OutgoingMail& m, const QString& sentTim
   host->execute(kvmail::sql::insertComposed(row));
   host->executeBound(QStringLiteral("update msgmail set del=?, active=? where 邮件ID=?"),
                      {del, active, qlonglong(id)});
-  const QString eml = dir_.filePath(QStringLiteral("queued-%1.eml").arg(id));
+  const QString eml = path(QStringLiteral("queued-%1.eml").arg(id));
   kvmail::writeMailFile(m, eml, &error);
   kvmail::fileToColumn(id, eml, QStringLiteral("消息"), *host, QStringLiteral("msgmail"),
                        QStringLiteral("邮件ID"));
   return id;
+}
+
+long ServiceRig::storeReceived(const QByteArray& message) {
+  static int uidl = 0;
+  kvmail::ReceivedMail received;
+  received.header =
+      kvmail::readMailBytes(message, QStringLiteral("gb2312"), kvmail::MimeParts::StructureOnly);
+  received.uidl = QStringLiteral("uidl-%1").arg(++uidl);
+  received.pop3Server = QStringLiteral("127.0.0.1");
+  received.bytes = message;
+  received.size = message.size();
+  kvmail::StoreFailure failure;
+  return kvmail::MailStore(*host).storeReceived(received, &failure);
 }
 
 }  // namespace kvtest

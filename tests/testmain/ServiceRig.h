@@ -1,26 +1,24 @@
 #pragma once
-// A service object over a fresh SQLite store in a private temp folder, with the scripted prompt.
-#include <QTemporaryDir>
-
+// The mail service object over a fresh store (StoreRig), with the scripted prompt: what the
+// service, viewer and compose tests drive.
 #include <memory>
 
-#include "HostStore.h"
 #include "ScriptedPrompt.h"
+#include "StoreRig.h"
 #include "service/clsMail.h"
 #include "support/mime/MimeMail.h"
 
 namespace kvtest {
 
-class ServiceRig {
+class ServiceRig : public StoreRig {
  public:
   ServiceRig();
   ~ServiceRig();
 
-  std::shared_ptr<kvmail::host::SqlHostSystem> host;
   std::unique_ptr<kvmail::clsMail> mail;
   ScopedPrompt prompt;
 
-  QString path(const QString& name) const { return dir_.filePath(name); }
+  using StoreRig::seedAccount;
   // The demo account for user 7 (per-user row) or as the default account.
   void seedAccount(bool perUser, bool asDefault, const QString& name = QStringLiteral("公司邮箱"));
   // A template for a program: the MailTemplet row and its stored message file.
@@ -29,10 +27,8 @@ class ServiceRig {
   // A queued outgoing mail as the composer stores it; answers its key.
   long queueMail(const kvmail::OutgoingMail& mail, const QString& sentTime, int del = 0,
                  int active = 1);
-
- private:
-  QTemporaryDir dir_;
-  QByteArray oldTmp_;
+  // Stores a message as the receive session does (row and stored file in one go); its key.
+  long storeReceived(const QByteArray& message);
 };
 
 }  // namespace kvtest

@@ -1,0 +1,46 @@
+// A company's account on servers that insist on TLS: the security columns of its mailaccount row
+// take a queued mail out over STARTTLS and back in over POP3 with TLS, through the service and
+// the transfer window, trusting the private CA the row names.
+#include <gtest/gtest.h>
+
+#include <QSignalSpy>
+
+#include "LoopbackServers.h"
+#include "ServiceRig.h"
+#include "transfer/FrmSend.h"
+
+namespace {
+
+const QString kUser = QStringLiteral("t06");
+
+TEST(TlsRoundTrip, TheAccountsSecurityColumnsCarryTheMailOutAndBack) {
+  const kvtest::TlsServers& tls = kvtest::tlsServers();
+  ASSERT_TRUE(tls.ok()) << tls.error.toStdString();
+  qputenv("KV_MAILSERVERS_DIR", tls.dir.toUtf8());  // the mailbox helpers on the TLS Dovecot
+  ASSERT_TRUE(kvtest::clearMailbox(kUser));
+  kvtest::ServiceRig rig;
+  rig.seedAccount(true, false, QStringLiteral("加密帐户"));
+  ASSERT_EQ(rig.host->executeBound(
+                QStringLiteral("update mailaccount set masmtpport=?, masmtpsecurity=1, "
+                               "mapop3port=?, mapop3security=2, macertfile=?, mausername=?"),
+                {tls.smtpPort, tls.pop3sPort, tls.caFile, kUser}),
+            QString());
+  ASSERT_TRUE(rig.mail->Init(rig.host, 1));
+  kvmail::OutgoingMail mail;
+  mail.from = {QStringLiteral("销售部"), QStringLiteral("sales@kvmail.test")};
+  mail.to = {{QStringLiteral("客户"), kvtest::addressOf(kUser)}};
+  mail.subject = QStringLiteral("加密往返");
+  mail.htmlBody = QStringLiteral("<p>您好</p>");
+  rig.queueMail(mail, QStringLiteral("2026-11-20 08:00:00"));
+
+  QSignalSpy ended(rig.mail->transferWindow(), &kvmail::FrmSend::TasksEnded);
+  ASSERT_TRUE(rig.mail->SendReceiveMail());
+  ASSERT_TRUE(!ended.isEmpty() || ended.wait(60000));
+  EXPECT_TRUE(ended.first().first().toBool());
+  const auto rs = rig.host->openQuery(
+      QStringLiteral("select count(*) from msgmail where CshgnsID=1 and 主题='加密往返'"));
+  ASSERT_TRUE(rs && !rs->atEnd());
+  EXPECT_EQ(rs->text(0), QStringLiteral("1"));  // sent over STARTTLS, received over TLS
+}
+
+}  // namespace
