@@ -10,6 +10,7 @@ PACKAGES=(
   dovecot-core dovecot-pop3d python3 python3-aiosmtpd openssl ca-certificates
   postgresql
   fonts-wqy-zenhei xvfb xauth
+  clang libclang-rt-dev llvm
 )
 
 missing=()

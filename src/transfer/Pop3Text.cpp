@@ -49,7 +49,7 @@ qsizetype announcedOctets(const QByteArray& firstArrival) {
   if (words.size() < 2) return 0;
   bool ok = false;
   const qlonglong n = words.at(1).toLongLong(&ok);
-  return ok && n > 0 && n < (qlonglong(1) << 31) ? qsizetype(n) : 0;
+  return ok && n > 0 ? qsizetype(qMin<qlonglong>(n, kMaxReservedOctets)) : 0;
 }
 
 }  // namespace kvmail

@@ -17,6 +17,8 @@ bool vbLongInt(const QString& text, qint32* out);
 QString vbFormatWhole(double value);
 
 // The size a RETR reply announces ("+OK 20480 octets"), to reserve the buffer once; 0 if none.
+// The server's word is trusted only up to kMaxReservedOctets: a larger mail grows as it arrives.
+constexpr qsizetype kMaxReservedOctets = qsizetype(64) << 20;
 qsizetype announcedOctets(const QByteArray& firstArrival);
 
 }  // namespace kvmail

@@ -19,6 +19,11 @@ FakeSmtpServer::FakeSmtpServer(Fault fault) : fault_(fault) {
 
 void FakeSmtpServer::onLine(QTcpSocket* socket, const QByteArray& line) {
   if (inData_) {
+    if (fault_ == Fault::DropInSecondData && messages_ == 2 && ++linesInData_ == 3) {
+      inData_ = false;
+      socket->abort();
+      return;
+    }
     if (line != ".") return;
     inData_ = false;
     if (fault_ == Fault::SilentAfterData) return;
@@ -36,6 +41,8 @@ void FakeSmtpServer::onLine(QTcpSocket* socket, const QByteArray& line) {
     socket->write("250-fake.localhost\r\n250 8BITMIME\r\n");
   else if (verb == "DATA") {
     inData_ = true;
+    ++messages_;
+    linesInData_ = 0;
     socket->write("354 go ahead\r\n");
   } else if (verb == "QUIT") {
     if (fault_ == Fault::SilentOnQuit) return;

@@ -15,6 +15,7 @@ class FakeSmtpServer : public QObject {
     SilentAfterData,      // takes the whole message, then never confirms it
     CloseAfterEhlo,       // hangs up instead of answering EHLO
     SilentOnQuit,         // takes the message, then never answers QUIT
+    DropInSecondData,     // takes the first message, hangs up halfway through the second's text
   };
 
   explicit FakeSmtpServer(Fault fault);
@@ -27,6 +28,8 @@ class FakeSmtpServer : public QObject {
   Fault fault_;
   QTcpServer server_;
   bool inData_ = false;
+  int messages_ = 0;     // DATA commands so far, over every connection
+  int linesInData_ = 0;  // text lines of the current message
 };
 
 }  // namespace kvtest

@@ -68,6 +68,8 @@ TEST(Pop3Text, FieldsAndNumbersOfReplies) {
   EXPECT_EQ(kvmail::vbFormatWhole(2.5), QStringLiteral("3"));  // Format rounds halves up
   EXPECT_EQ(kvmail::announcedOctets("+OK 20480 octets\r\nFrom:"), 20480);
   EXPECT_EQ(kvmail::announcedOctets("+OK message follows\r\n"), 0);
+  // A hostile size does not make the client take 2 GB before a byte of the mail arrived.
+  EXPECT_EQ(kvmail::announcedOctets("+OK 1999999999 octets\r\n"), kvmail::kMaxReservedOctets);
 }
 
 TEST(Pop3Text, ReplyLinesSplitAcrossArrivalsAreJoinedButMessageTextIsNot) {

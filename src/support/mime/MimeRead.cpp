@@ -189,7 +189,8 @@ class Reader {
     const QByteArray head = file.peek(64 * 1024);
     if (head.trimmed().isEmpty()) return {};
     const qsizetype start = headerStart(head);
-    if (!looksLikeHeaders(head, start)) return readHeaderless(file.readAll());
+    if (!looksLikeHeaders(head, start))
+      return readHeaderless(withContent_ ? file.readAll() : QByteArray());
     if (headerHasNul(head, start)) return read(file.readAll());
     file.close();
     GRef<GMimeStream> whole(
@@ -231,6 +232,7 @@ class Reader {
   ParsedMail readHeaderless(const QByteArray& raw) {
     ParsedMail mail;
     mail.ok = true;
+    if (!withContent_) return mail;  // text without headers is all body
     mail.textBody = normaliseLineEnds(mime::decodeText(raw, {}, defaultCharset_));
     mail.htmlBody = textToHtml(mail.textBody);
     return mail;
