@@ -11,7 +11,11 @@ FUZZ_DIR="${KV_FUZZ_DIR:-build-fuzz}"
 
 CC=clang CXX=clang++ cmake -S . -B "$FUZZ_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DKV_FUZZ=ON >/dev/null
-cmake --build "$FUZZ_DIR" -j "$(nproc)" >/dev/null
+if ! cmake --build "$FUZZ_DIR" -j "$(nproc)" >"$FUZZ_DIR/build.log" 2>&1; then
+  tail -40 "$FUZZ_DIR/build.log"
+  echo "fuzz targets did not build" >&2
+  exit 1
+fi
 
 if [ $# -gt 0 ]; then
   TARGETS=("$@")
