@@ -48,6 +48,9 @@ TEST(HostExample, BuildsAgainstTheInstalledPackageAndRuns) {
                            QStringLiteral("-DCMAKE_PREFIX_PATH=") + prefix};
   if (!QString(QStringLiteral(KV_MAKE_PROGRAM)).isEmpty())
     configure << QStringLiteral("-DCMAKE_MAKE_PROGRAM=") + QStringLiteral(KV_MAKE_PROGRAM);
+  if (const QString flags = QStringLiteral(KV_EXAMPLE_FLAGS); !flags.isEmpty())
+    configure << QStringLiteral("-DCMAKE_CXX_FLAGS=") + flags
+              << QStringLiteral("-DCMAKE_EXE_LINKER_FLAGS=") + flags;
   const auto configured = cmake(configure);
   expectOk(configured, "configure");
   ASSERT_EQ(configured.exitCode, 0);
