@@ -8,7 +8,6 @@
 #include <QTest>
 #include <QTimer>
 
-#include "RecordingHost.h"
 #include "TemplateRig.h"
 #include "support/SpecialFolders.h"
 #include "templates/FrmTemplet.h"
@@ -204,27 +203,4 @@ TEST_F(FrmTempletTest, InitShowsTheWindowModallyUntilSavedOrClosed) {
   window.py_Init(rig.message(), rig.host.get(), rig.account);
   EXPECT_FALSE(window.isVisible());
   EXPECT_EQ(rig.rows(), 0);
-}
-
-TEST_F(FrmTempletTest, TheEditorIssuesExactlyTheseStatementsInThisOrder) {
-  kvtest::RecordingHost log(*rig.host);
-  window.prepare(rig.message(), &log, rig.account);
-  EXPECT_EQ(log.texts, (QStringList{"select progname from xt_objects where progID=12",
-                                    "select progID from MailTemplet where progID=12"}));
-  log.texts.clear();
-  ASSERT_TRUE(window.save());
-  // The stored file goes in through the column spelled "Email" (read back as "EMail").
-  EXPECT_EQ(log.texts,
-            (QStringList{"delete MailTemplet where progID=12",
-                         "insert into MailTemplet(progID,[to],cc,subject)values(12,'[邮箱]',"
-                         "'boss@kvmail.test','致[名]：新品目录')",
-                         "select Email,progID from MailTemplet where progID=12",
-                         "select progname from xt_objects where progID=12",
-                         "select progID from MailTemplet where progID=12"}));
-  log.texts.clear();
-  rig.prompt->answer(PromptAnswer::Yes);
-  window.deleteTemplate();
-  EXPECT_EQ(log.texts, (QStringList{"delete MailTemplet where progID=12",
-                                    "select progname from xt_objects where progID=12",
-                                    "select progID from MailTemplet where progID=12"}));
 }
