@@ -1,7 +1,6 @@
 // Replies and forwards: the window builds them from the stored mail whose identifier it is given.
 #include <gtest/gtest.h>
 
-#include <QSignalSpy>
 #include <QTreeWidget>
 
 #include "ComposeRig.h"
@@ -26,11 +25,6 @@ class ComposeAnswer : public ::testing::Test {
     m.attachmentPaths = {rig.file(QStringLiteral("规格.pdf"), datasheet)};
     original = rig.storeReceived(m);
     ASSERT_GT(original, 0);
-  }
-  long send() {
-    QSignalSpy returned(rig.window(), &kvmail::FrmNewMail::ReturnData);
-    rig.trigger(QStringLiteral("TBSend"));
-    return returned.isEmpty() ? 0 : returned[0][0].toString().toLong();
   }
   QString row(long id, const char* columns) {
     return rig.value(QStringLiteral("select %1 from msgmail where 邮件ID=%2")
@@ -60,7 +54,7 @@ TEST_F(ComposeAnswer, AReplyGoesToTheSenderWithTheOriginalQuotedBelowALine) {
   // The stored message file was only borrowed.
   EXPECT_FALSE(QFile::exists(kvmail::tempFilePath(QString::number(original) + ".eml")));
 
-  const long id = send();
+  const long id = rig.send();
   ASSERT_GT(id, 0);
   EXPECT_EQ(row(id, "回复ID||'/'||级次||'/'||[E-MAIL]"),
             QStringLiteral("%1/2/销售部<sales@kvmail.test>").arg(original));
@@ -82,7 +76,7 @@ TEST_F(ComposeAnswer, AForwardCarriesTheBodyAndTheAttachments) {
   EXPECT_EQ(kvtest::readAll(saved), datasheet);
 
   rig.field(1)->setText(QStringLiteral("zhao@kvmail.test"));
-  const long id = send();
+  const long id = rig.send();
   ASSERT_GT(id, 0);
   EXPECT_EQ(row(id, "附件"), QStringLiteral("1"));
   const kvmail::ParsedMail back =
