@@ -119,13 +119,13 @@ TEST(ViewedMailBadInput, GarbageBytesNeverCrashTheViewer) {
 TEST(ViewedMailBadInput, AttachmentNamesNeverLeadOutOfTheTempFolder) {
   ViewerRig rig;
   QFile::remove(QStringLiteral("/tmp/kvmail-absolute.txt"));
-  const QString outside = QDir(rig.tempDir()).absoluteFilePath(QStringLiteral("../../escape.txt"));
+  const QString outside = QDir(rig.folder()).absoluteFilePath(QStringLiteral("../../escape.txt"));
   QFile::remove(outside);
   const long id = rig.storeData(QStringLiteral("viewer/path_names.eml"));
   rig.show(id);
   ASSERT_EQ(rig.list()->topLevelItemCount(), 3);
   const QString folder = kvmail::viewedAttachmentFolder(id);
-  EXPECT_TRUE(folder.startsWith(rig.tempDir() + u'/'));
+  EXPECT_TRUE(folder.startsWith(rig.folder() + u'/'));
   QStringList names;
   for (const QString& path : rig.rowPaths()) {
     EXPECT_EQ(QFileInfo(path).absolutePath(), QDir(folder).absolutePath()) << path.toStdString();
@@ -136,8 +136,8 @@ TEST(ViewedMailBadInput, AttachmentNamesNeverLeadOutOfTheTempFolder) {
   EXPECT_FALSE(QFile::exists(QStringLiteral("/tmp/kvmail-absolute.txt")));
   EXPECT_FALSE(QFile::exists(outside));
   // Everything the viewer wrote is inside the temporary folder.
-  QDirIterator it(rig.tempDir(), QDir::Files, QDirIterator::Subdirectories);
-  while (it.hasNext()) EXPECT_TRUE(it.next().startsWith(rig.tempDir()));
+  QDirIterator it(rig.folder(), QDir::Files, QDirIterator::Subdirectories);
+  while (it.hasNext()) EXPECT_TRUE(it.next().startsWith(rig.folder()));
 }
 
 TEST(ViewedMailBadInput, ShowingAMailAgainReplacesItsSavedAttachments) {
