@@ -128,50 +128,37 @@ TEST_F(KvhostCommandLine, SendReceiveSendsTheQueueAndStoresTheMailbox) {
             QStringLiteral("127.0.0.1/1"));
   EXPECT_EQ(value(QStringLiteral("select 主题 from msgmail where CshgnsID=1")),
             QStringLiteral("incoming one"));
-
-  const ProcessResult list = kvhost({QStringLiteral("list")});
-  EXPECT_TRUE(list.out.contains(QStringLiteral("收件"))) << list.out.toStdString();
-  EXPECT_TRUE(list.out.contains(QStringLiteral("已发")));
-  EXPECT_TRUE(list.out.contains(QStringLiteral("共 2 封邮件")));
+  EXPECT_TRUE(kvhost({QStringLiteral("list")}).out.contains(QStringLiteral("共 2 封邮件")));
 }
 
-TEST_F(KvhostCommandLine, UnreachablePop3ServerFailsTheRun) {
-  seedFixtureAccount();
-  const ProcessResult r = kvhost(
-      {QStringLiteral("receive"), QStringLiteral("--pop3-port"), QString::number(closedPort())});
-  ASSERT_TRUE(r.finished) << r.all().toStdString();
-  EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
-  EXPECT_TRUE(r.out.contains(QStringLiteral("结果：失败"))) << r.out.toStdString();
-  EXPECT_TRUE(r.out.contains(QStringLiteral("---- 传输日志 ----")));
-}
-
-TEST_F(KvhostCommandLine, SmtpPortOptionRewritesTheAccountAndAFailedSendKeepsTheMailQueued) {
+// A closed port given on the command line fails the run; a mail that did not go stays queued.
+TEST_F(KvhostCommandLine, PortOptionsPointTheRunAtAClosedPortAndItFails) {
   seedFixtureAccount();
   const long queued = queueTo(kRecipient, QStringLiteral("不会发出的邮件"));
-  const ProcessResult r = kvhost(
-      {QStringLiteral("send"), QStringLiteral("--smtp-port"), QString::number(closedPort())});
-  ASSERT_TRUE(r.finished) << r.all().toStdString();
-  EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
+  for (const char* command : {"receive", "send"}) {
+    const QString option =
+        command[0] == 'r' ? QStringLiteral("--pop3-port") : QStringLiteral("--smtp-port");
+    const ProcessResult r = kvhost({QLatin1String(command), option, QString::number(closedPort())});
+    ASSERT_TRUE(r.finished) << r.all().toStdString();
+    EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
+    EXPECT_TRUE(r.out.contains(QStringLiteral("结果：失败"))) << r.out.toStdString();
+    EXPECT_TRUE(r.out.contains(QStringLiteral("---- 传输日志 ----")));
+  }
   EXPECT_EQ(value(QStringLiteral("select messageID from msgmail where 邮件ID=%1").arg(queued)),
             QString());
   EXPECT_NE(value(QStringLiteral("select masmtpport from mailaccount")).toInt(),
             kvtest::loopbackServers().smtpPort);
 }
 
-TEST_F(KvhostCommandLine, MessageBoxesGoToStderrAndAreAnswered) {
+// On an empty queue the module's box goes to stderr answered; send-receive still receives.
+TEST_F(KvhostCommandLine, AnEmptyQueueIsSaidOnStderrAndSendReceiveStillReceives) {
   seedFixtureAccount();
-  const ProcessResult r = kvhost({QStringLiteral("send")});
-  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  ProcessResult r = kvhost({QStringLiteral("send")});
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
   EXPECT_TRUE(r.err.contains(QStringLiteral("[消息框] 提示： 没有要发送的邮件！ [确定]")))
       << r.err.toStdString();
   EXPECT_TRUE(r.out.contains(QStringLiteral("没有要执行的任务。")));
-}
-
-TEST_F(KvhostCommandLine, SendReceiveOnAnEmptyQueueStillReceives) {
-  seedFixtureAccount();
-  const ProcessResult r = kvhost(QStringList{QStringLiteral("send-receive")} + pop3Port());
-  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  r = kvhost(QStringList{QStringLiteral("send-receive")} + pop3Port());
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
   EXPECT_TRUE(r.err.contains(QStringLiteral("没有要发送的邮件！")));
   EXPECT_TRUE(r.out.contains(QStringLiteral("QUIT")));
@@ -249,10 +236,7 @@ TEST_F(KvhostCommandLine, ShowPrintsWhatTheViewerShowsAndSavesTheAttachments) {
             QByteArray("\x89PNG\r\n\x1a\n"));
   EXPECT_EQ(value(QStringLiteral("select 是否已读 from msgmail where 邮件ID=") + id), "1");
 
-  // Without the option nothing is saved; an unknown mail is said to be missing.
-  const ProcessResult plain = kvhost({QStringLiteral("show"), id});
-  EXPECT_EQ(plain.exitCode, 0);
-  EXPECT_FALSE(plain.out.contains(QStringLiteral("下载文件")));
+  // An unknown mail is said to be missing.
   const ProcessResult missing = kvhost({QStringLiteral("show"), QStringLiteral("999")});
   EXPECT_EQ(missing.exitCode, 1);
   EXPECT_TRUE(missing.out.contains(QStringLiteral("没有找到邮件（邮件ID=999）。")))
@@ -281,15 +265,9 @@ TEST_F(KvhostCommandLine, ComposeFillsTheWindowAndSendsWithAttachments) {
   EXPECT_TRUE(r.err.contains(QStringLiteral("[对话框] 插入附件 [") + quote));
   EXPECT_EQ(value(QStringLiteral("select 主题||'/'||附件||'/'||messageID from msgmail")),
             QStringLiteral("命令行写的信/1/127.0.0.1"));
-
   ASSERT_TRUE(kvtest::waitForMail(kRecipient, 1));
-  const kvmail::ParsedMail got =
-      kvmail::readMailBytes(kvtest::readMail(kvtest::listMails(kRecipient).first()));
-  EXPECT_EQ(got.subject, QStringLiteral("命令行写的信"));
-  EXPECT_TRUE(got.htmlBody.contains(QStringLiteral("请查收报价")));
-  ASSERT_EQ(got.attachments.size(), 2);
-  EXPECT_EQ(got.attachments[0].fileName, QStringLiteral("报价单.xlsx"));
-  EXPECT_EQ(got.attachments[0].data, QByteArray(4000, '\x05'));
+  const QByteArray got = kvtest::readMail(kvtest::listMails(kRecipient).first());
+  EXPECT_EQ(kvmail::readMailBytes(got).attachments.size(), 2);  // both --attach options
 }
 
 TEST_F(KvhostCommandLine, ComposeWithoutSendQueuesAndABadAddressStoresNothing) {
