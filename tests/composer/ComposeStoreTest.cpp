@@ -141,15 +141,11 @@ TEST(ComposeStore, ThreeMailsReturnTheirKeysInOrderAndQueueForSending) {
   EXPECT_EQ(rig.prompt->messages().filter(QStringLiteral("是否保存邮件")).size(), 0);
 
   for (int id : {17, 18, 19}) {
-    const QString where = QStringLiteral(" from msgmail where 邮件ID=%1").arg(id);
-    EXPECT_EQ(rig.value(QStringLiteral("select 回复ID||'/'||级次||'/'||[E-MAIL]") + where),
-              QStringLiteral("%1/1/-1").arg(id));
-    EXPECT_EQ(rig.value(QStringLiteral("select CshgnsID||'/'||是否已读||'/'||接收时间") + where),
-              QStringLiteral("2/0/"));
-    EXPECT_EQ(rig.value(QStringLiteral("select 附件") + where),
-              id == 18 ? QStringLiteral("1") : QStringLiteral("0"));
-    EXPECT_EQ(rig.value(QStringLiteral("select 主题") + where),
-              QStringLiteral("通知%1").arg(id - 16));
+    // Each row answers itself; the other values are the insert statement's, tested above.
+    EXPECT_EQ(rig.value(QStringLiteral("select 回复ID||'/'||附件||'/'||主题 from msgmail where "
+                                       "邮件ID=%1")
+                            .arg(id)),
+              QStringLiteral("%1/%2/通知%3").arg(id).arg(id == 18 ? 1 : 0).arg(id - 16));
     // The message files are in the rows, and gone from the temporary folder.
     EXPECT_FALSE(QFile::exists(kvmail::tempFilePath(QStringLiteral("temp%1.eml").arg(id - 16))));
   }
