@@ -4,7 +4,6 @@
 #include <QTreeWidget>
 
 #include "ComposeRig.h"
-#include "TestEnv.h"
 #include "composer/BodyEditor.h"
 #include "composer/ComposeReply.h"
 #include "store/MailStore.h"

@@ -16,7 +16,6 @@
 #include <functional>
 
 #include "ComposeRig.h"
-#include "TestEnv.h"
 #include "addressbook/FrmDxb.h"
 #include "composer/BodyEditor.h"
 #include "model/IAttachments.h"

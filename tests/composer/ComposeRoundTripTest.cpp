@@ -23,7 +23,6 @@
 #include "composer/BodyEditor.h"
 #include "composer/ComposeCommands.h"
 #include "store/MailStore.h"
-#include "support/SpecialFolders.h"
 #include "transfer/FrmSend.h"
 
 namespace {

@@ -2,15 +2,14 @@
 // the whole window, and the message file that goes into the row.
 #include <gtest/gtest.h>
 
-#include <QRegularExpression>
 #include <QSignalSpy>
 
 #include "ComposeRig.h"
 #include "TestEnv.h"
 #include "composer/BodyEditor.h"
 #include "composer/ComposeStore.h"
-#include "model/clsBundle.h"
-#include "model/clsMessage.h"
+#include "model/IBundle.h"
+#include "model/IMessage.h"
 #include "store/MailStore.h"
 #include "support/SpecialFolders.h"
 

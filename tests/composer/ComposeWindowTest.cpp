@@ -3,21 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <QLabel>
-#include <QMenu>
-#include <QMenuBar>
 #include <QSignalSpy>
-#include <QTimer>
-#include <QToolBar>
 #include <QTreeWidget>
 
 #include "ComposeRig.h"
 #include "TestEnv.h"
-#include "addressbook/FrmDxb.h"
 #include "composer/BodyEditor.h"
 #include "composer/ComposeCommands.h"
 #include "model/IBundle.h"
-#include "model/IMailAddresses.h"
-#include "model/IMessage.h"
 #include "model/clsBundle.h"
 #include "store/MailStore.h"
 #include "support/QtPrompt.h"

@@ -2,11 +2,9 @@
 // the link and picture prompts go through the scripted prompt, and the strip follows the caret.
 #include <gtest/gtest.h>
 
-#include <QAction>
 #include <QComboBox>
 #include <QImage>
 #include <QSignalSpy>
-#include <QTextBlock>
 #include <QTextCursor>
 #include <QTextList>
 

@@ -2,13 +2,9 @@
 // what it shows, what each command raises, and the words it uses.
 #include <gtest/gtest.h>
 
-#include <QAction>
 #include <QDir>
 #include <QFile>
-#include <QFrame>
-#include <QLabel>
 #include <QSignalSpy>
-#include <QTreeWidget>
 
 #include "RecordingHost.h"
 #include "TestEnv.h"

@@ -6,16 +6,11 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
-#include <QLabel>
 #include <QSignalSpy>
-#include <QTextBrowser>
 #include <QTextDocument>
-#include <QTreeWidget>
 
 #include "LoopbackServers.h"
-#include "TestEnv.h"
 #include "ViewerRig.h"
-#include "viewer/FrmMail.h"
 
 using kvtest::ViewerRig;
 

@@ -12,12 +12,9 @@
 #include <QScrollBar>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTextBrowser>
 #include <QTimer>
 
-#include "TestEnv.h"
 #include "ViewerRig.h"
-#include "viewer/FrmMail.h"
 #include "viewer/MailBrowser.h"
 
 using kvtest::ScriptedPrompt;

@@ -6,11 +6,8 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QTextDocument>
-#include <QTreeWidget>
 
-#include "TestEnv.h"
 #include "ViewerRig.h"
-#include "viewer/FrmMail.h"
 #include "viewer/ViewedMail.h"
 
 using kvtest::ViewerRig;

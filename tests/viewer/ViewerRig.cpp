@@ -2,7 +2,6 @@
 
 #include <QLineEdit>
 #include <QStatusBar>
-#include <QTreeWidget>
 
 #include "TestEnv.h"
 

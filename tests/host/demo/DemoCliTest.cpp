@@ -12,7 +12,6 @@
 #include "LoopbackServers.h"
 #include "StoreRig.h"
 #include "TestEnv.h"
-#include "store/Statements.h"
 
 using kvtest::ProcessResult;
 

@@ -4,9 +4,7 @@
 #include "AccountRecord.h"
 #include "DemoOptions.h"
 #include "DemoRig.h"
-#include "HostStore.h"
 #include "MailList.h"
-#include "store/HostSystem.h"
 #include "store/Statements.h"
 
 using namespace kvmail::demo;

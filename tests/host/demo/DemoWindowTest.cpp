@@ -2,7 +2,6 @@
 // answers to the module's events, and the console prompt of scripted runs.
 #include <gtest/gtest.h>
 
-#include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
@@ -12,7 +11,6 @@
 #include <QTableView>
 #include <QTemporaryFile>
 #include <QTest>
-#include <QTimer>
 
 #include "AccountDialog.h"
 #include "ConsolePrompt.h"
