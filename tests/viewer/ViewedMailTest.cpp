@@ -61,6 +61,8 @@ TEST(ViewedMailBadInput, AMissingOrEmptyStoredFileShowsTheHeaderAndNoBody) {
   }
 }
 
+// What the parser makes of truncated, headerless and GB18030 mail is the MIME reader's test;
+// here the breaks only the viewer meets.
 TEST(ViewedMailBadInput, BrokenMailShowsWhatCanBeRead) {
   struct Case {
     QString file;
@@ -77,15 +79,6 @@ TEST(ViewedMailBadInput, BrokenMailShowsWhatCanBeRead) {
        QStringLiteral("没有结尾的邮件"),
        QStringLiteral("正文还在"),
        {"0k|cut.bin"}},
-      {"mime/truncated.eml",
-       QStringLiteral("截断的邮件"),
-       QStringLiteral("正文完整"),
-       {"0k|data.bin"}},
-      {"mime/no_headers.eml", QString(), QStringLiteral("这不是邮件头"), {}},
-      {"mime/gb18030_plain.eml",
-       QStringLiteral("plain"),
-       QStringLiteral("第一行 <b>&\n第二行 𠀀 €"),
-       {}},
   };
   for (const Case& c : cases) {
     ViewerRig rig;
