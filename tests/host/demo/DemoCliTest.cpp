@@ -98,9 +98,8 @@ TEST_F(KvhostCommandLine, ListOnAFreshStoreMakesTheDemoStoreAndShowsNoMail) {
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
   EXPECT_TRUE(r.out.startsWith(QStringLiteral("编号\t类别\t发件人"))) << r.out.toStdString();
   EXPECT_TRUE(r.out.contains(QStringLiteral("共 0 封邮件")));
-  EXPECT_EQ(value(QStringLiteral("select mausername||':'||masmtpport from mailaccount")),
-            QStringLiteral("demo:2525"));
-  EXPECT_EQ(value(QStringLiteral("select progname from xt_objects")), QStringLiteral("客户对账"));
+  // What the first run puts in is DemoFirstRun's test; here only that it ran.
+  EXPECT_EQ(value(QStringLiteral("select count(*) from mailaccount")), QStringLiteral("1"));
 }
 
 TEST_F(KvhostCommandLine, SendReceiveReportsBothDirectionsAndHidesThePassword) {
