@@ -40,7 +40,6 @@ class ComposeAnswer : public ::testing::Test {
 
 TEST_F(ComposeAnswer, AReplyGoesToTheSenderWithTheOriginalQuotedBelowALine) {
   EXPECT_FALSE(rig.mail->ReplyMail(original));
-  EXPECT_EQ(rig.window()->windowTitle(), QStringLiteral("答复邮件"));
   EXPECT_EQ(rig.field(1)->text(), QStringLiteral("王五<wang@kvmail.test>"));
   EXPECT_EQ(rig.field(3)->text(), QStringLiteral("回复：询价"));
   const QString body = rig.window()->editor()->toPlainText();
@@ -63,7 +62,6 @@ TEST_F(ComposeAnswer, AReplyGoesToTheSenderWithTheOriginalQuotedBelowALine) {
 
 TEST_F(ComposeAnswer, AForwardCarriesTheBodyAndTheAttachments) {
   EXPECT_FALSE(rig.mail->TransmitMail(original));
-  EXPECT_EQ(rig.window()->windowTitle(), QStringLiteral("答复邮件"));  // the caption is shared
   EXPECT_EQ(rig.field(1)->text(), QString());
   EXPECT_EQ(rig.field(3)->text(), QStringLiteral("转发：询价"));
   EXPECT_TRUE(rig.window()->editor()->toPlainText().contains(QStringLiteral("请报价，谢谢。")));
@@ -83,13 +81,6 @@ TEST_F(ComposeAnswer, AForwardCarriesTheBodyAndTheAttachments) {
   ASSERT_EQ(back.attachments.size(), 1);
   EXPECT_EQ(back.attachments.first().fileName, QStringLiteral("规格.pdf"));
   EXPECT_EQ(back.attachments.first().data, datasheet);
-}
-
-TEST_F(ComposeAnswer, AMailThatIsNotStoredGivesAnEmptyMailToWrite) {
-  rig.mail->ReplyMail(original + 100);
-  EXPECT_EQ(rig.window()->mailCount(), 1);
-  EXPECT_EQ(rig.field(1)->text(), QString());
-  EXPECT_EQ(rig.field(3)->text(), QString());
 }
 
 TEST(ComposeQuote, OnlyTheBodyOfAnHtmlDocumentIsQuoted) {
