@@ -28,6 +28,18 @@ void ComposeRig::trigger(const QString& key) const {
     a->trigger();
 }
 
+void ComposeRig::openBatch(const QStringList& tos) {
+  host->executeBound(
+      QStringLiteral("insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"),
+      {1, QStringLiteral("[邮箱]"), QString(), QStringLiteral("boss@kvmail.test"),
+       QStringLiteral("致[名]")});
+  QStringList records;
+  for (int i = 0; i < tos.size(); ++i)
+    records << QStringLiteral("[名]") + QStringLiteral("甲乙丙丁").at(i) + QChar(0) +
+                   QStringLiteral("[邮箱]") + tos[i];
+  EXPECT_TRUE(mail->CreateNew(records.join(QLatin1Char('|')), QStringLiteral("|")));
+}
+
 long ComposeRig::send() {
   QSignalSpy returned(window(), &kvmail::FrmNewMail::ReturnData);
   trigger(QStringLiteral("TBSend"));

@@ -72,6 +72,9 @@ class ComposeRig : public ServiceRig {
     writeAll(path(name), bytes);
     return path(name);
   }
+  // One mail per address through CreateNew from the program's template: subject 致甲, 致乙, …
+  // (致[名]), Bcc boss@kvmail.test; an empty address gives a mail with an empty To field.
+  void openBatch(const QStringList& tos);
   // Sends the shown window's mails; the first key handed back, 0 when none was.
   long send();
   // A stored received mail, as the transfer window keeps one; answers its key.

@@ -26,18 +26,6 @@ void fill(ComposeRig& rig, const QString& to, const QString& subject, const QStr
   if (!body.isEmpty()) rig.window()->editor()->setPlainText(body);
 }
 
-// A window of n mails (CreateNew records), every field left as the records made them.
-void openBatch(ComposeRig& rig, const QStringList& tos) {
-  rig.host->executeBound(
-      QStringLiteral("insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"),
-      {1, QStringLiteral("[邮箱]"), QString(), QStringLiteral("boss@kvmail.test"),
-       QStringLiteral("通知[序]")});
-  QStringList records;
-  for (int i = 0; i < tos.size(); ++i)
-    records << QStringLiteral("[邮箱]") + tos[i] + QChar(0) + QStringLiteral("[序]%1").arg(i + 1);
-  ASSERT_TRUE(rig.mail->CreateNew(records.join(QLatin1Char('|')), QStringLiteral("|")));
-}
-
 }  // namespace
 
 TEST(ComposeChecks, EachFailureHasItsOwnMessageAndStoresNothing) {
@@ -77,7 +65,7 @@ TEST(ComposeChecks, EachFailureHasItsOwnMessageAndStoresNothing) {
 
 TEST(ComposeChecks, TheSecondMailOfABatchFailingStoresNotEvenTheFirst) {
   ComposeRig rig;
-  openBatch(rig, {QStringLiteral("a@kvmail.test"), QString()});
+  rig.openBatch({QStringLiteral("a@kvmail.test"), QString()});
   rig.trigger(QStringLiteral("TBSend"));
   EXPECT_EQ(rig.prompt->messages(), QStringList{QStringLiteral("第2封邮件,收件人为空")});
   EXPECT_EQ(rig.count(), 0);
@@ -117,8 +105,8 @@ TEST(ComposeStore, ThreeMailsReturnTheirKeysInOrderAndQueueForSending) {
     rig.host->nextKey(QStringLiteral("msgmail"), QStringLiteral("邮件ID"), &error);
   ASSERT_TRUE(rig.start());
   const QString file = rig.file(QStringLiteral("清单.txt"), "list");
-  openBatch(rig, {QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
-                  QStringLiteral("c@kvmail.test")});
+  rig.openBatch({QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
+                 QStringLiteral("c@kvmail.test")});
   rig.trigger(QStringLiteral("TBNext"));
   rig.attach(file);  // only the second mail has an attachment
   QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
@@ -144,7 +132,10 @@ TEST(ComposeStore, ThreeMailsReturnTheirKeysInOrderAndQueueForSending) {
     EXPECT_EQ(rig.value(QStringLiteral("select 回复ID||'/'||附件||'/'||主题 from msgmail where "
                                        "邮件ID=%1")
                             .arg(id)),
-              QStringLiteral("%1/%2/通知%3").arg(id).arg(id == 18 ? 1 : 0).arg(id - 16));
+              QStringLiteral("%1/%2/致%3")
+                  .arg(id)
+                  .arg(id == 18 ? 1 : 0)
+                  .arg(QStringLiteral("甲乙丙").at(id - 17)));
     // The message files are in the rows, and gone from the temporary folder.
     EXPECT_FALSE(QFile::exists(kvmail::tempFilePath(QStringLiteral("temp%1.eml").arg(id - 16))));
   }
@@ -173,10 +164,10 @@ TEST(ComposeStore, AFailureOfTheKeyOrTheInsertRollsBackTheWholeWindow) {
       rig.faults->failKeyAt = 2;
     else
       ASSERT_TRUE(rig.addTrigger(
-          QStringLiteral("create trigger refuse before insert on msgmail when new.主题='通知2' "
+          QStringLiteral("create trigger refuse before insert on msgmail when new.主题='致乙' "
                          "begin select raise(abort, '数据库拒绝了这封邮件'); end")));
-    openBatch(rig, {QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
-                    QStringLiteral("c@kvmail.test")});
+    rig.openBatch({QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
+                   QStringLiteral("c@kvmail.test")});
     QSignalSpy error(rig.window(), &kvmail::FrmNewMail::ErrMessage);
     QSignalSpy returned(rig.window(), &kvmail::FrmNewMail::ReturnData);
     rig.trigger(QStringLiteral("TBSend"));

@@ -32,20 +32,6 @@ bool shown(const ComposeRig& rig, const char* name) {
   return !rig.window()->findChild<QWidget*>(QLatin1String(name))->isHidden();
 }
 
-// Three mails in one window, one per record of a CreateNew call.
-void openThree(ComposeRig& rig) {
-  const QChar nul(0);
-  rig.host->executeBound(
-      QStringLiteral("insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"),
-      {1, QStringLiteral("[邮箱]"), QString(), QString(), QStringLiteral("致[名]")});
-  ASSERT_TRUE(rig.mail->CreateNew(
-      QStringLiteral("x") + nul + QStringLiteral("[名]甲") + nul +
-          QStringLiteral("[邮箱]a@kvmail.test|x") + nul + QStringLiteral("[名]乙") + nul +
-          QStringLiteral("[邮箱]b@kvmail.test|x") + nul + QStringLiteral("[名]丙") + nul +
-          QStringLiteral("[邮箱]c@kvmail.test"),
-      QStringLiteral("|")));
-}
-
 }  // namespace
 
 TEST(ComposeWindow, NewMailShowsTheSenderAndOneMailUnchanged) {
@@ -70,7 +56,8 @@ TEST(ComposeWindow, NewMailShowsTheSenderAndOneMailUnchanged) {
 
 TEST(ComposeWindow, ABatchOfThreeMovesAndHoldsAtItsEnds) {
   ComposeRig rig;
-  openThree(rig);
+  rig.openBatch({QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
+                 QStringLiteral("c@kvmail.test")});
   EXPECT_EQ(label(rig, "lblPosition"), QStringLiteral("第1封/共3封"));
   EXPECT_EQ(rig.field(1)->text(), QStringLiteral("a@kvmail.test"));
   EXPECT_EQ(rig.field(3)->text(), QStringLiteral("致甲"));
@@ -92,7 +79,8 @@ TEST(ComposeWindow, ABatchOfThreeMovesAndHoldsAtItsEnds) {
 
 TEST(ComposeWindow, DeletingDownToOneHidesTheNavigationForGood) {
   ComposeRig rig;
-  openThree(rig);
+  rig.openBatch({QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
+                 QStringLiteral("c@kvmail.test")});
   rig.prompt->answer(PromptAnswer::No);
   rig.trigger(QStringLiteral("TBDelete"));
   EXPECT_EQ(rig.window()->mailCount(), 3);
