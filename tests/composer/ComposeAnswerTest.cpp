@@ -97,3 +97,10 @@ TEST(ComposeQuote, OnlyTheBodyOfAnHtmlDocumentIsQuoted) {
   EXPECT_TRUE(quoted.contains(QStringLiteral("&lt;主题&gt;")));
   EXPECT_TRUE(quoted.endsWith(QStringLiteral("<div><p>原文</p></div>")));
 }
+
+TEST_F(ComposeAnswer, AMailThatIsNotStoredGivesAnEmptyMailToWrite) {
+  rig.mail->ReplyMail(original + 100);
+  EXPECT_EQ(rig.window()->mailCount(), 1);
+  EXPECT_EQ(rig.field(1)->text(), QString());
+  EXPECT_EQ(rig.field(3)->text(), QString());
+}
