@@ -113,10 +113,12 @@ QString declaredCharset(GMimeObject* obj, int depth = 0) {
 
 // A header section starts with "Name:" on its first line.
 bool looksLikeHeaders(const QByteArray& raw, qsizetype start) {
-  static const QRegularExpression field(QStringLiteral("^[!-9;-~]+[ \\t]*:"));
-  const qsizetype end = raw.indexOf('\n', start);
-  const QByteArray line = raw.mid(start, end < 0 ? -1 : end - start);
-  return field.match(QString::fromLatin1(line)).hasMatch();
+  qsizetype i = start;
+  // A field name: printable ASCII but the colon, at least one character.
+  while (i < raw.size() && raw[i] >= '!' && raw[i] <= '~' && raw[i] != ':') ++i;
+  if (i == start) return false;
+  while (i < raw.size() && (raw[i] == ' ' || raw[i] == '\t')) ++i;
+  return i < raw.size() && raw[i] == ':';
 }
 
 QString textToHtml(const QString& text) {
