@@ -16,17 +16,8 @@ using Commands = QList<QByteArray>;
 
 namespace {
 
-QList<QByteArray> uidls(int n) {
-  QList<QByteArray> ids;
-  for (int i = 1; i <= n; ++i) ids << "fake-uid-" + QByteArray::number(i);
-  return ids;
-}
-
-const Commands kLogin{"USER u", "PASS p", "STAT"};
-
-Commands login(Commands rest) {
-  return kLogin + rest;
-}
+const auto uidls = FakePop3Server::uidls;
+const auto login = FakePop3Server::loggedIn;
 
 }  // namespace
 
@@ -175,15 +166,14 @@ TEST(Pop3Session, UidlReplyInAnotherLayoutKeepsAllButTheExactPrefix) {
 }
 
 TEST(Pop3Session, AfterDaysPolicyDeletesStoredMailByTheKeptDirection) {
-  // Already stored: received yesterday (fake-uid-1) and today (fake-uid-2).
-  const QList<QByteArray> mails = {kvtest::sampleMail(QStringLiteral("a")),
-                                   kvtest::sampleMail(QStringLiteral("b"))};
+  // Already stored: received yesterday (uid-1) and today (uid-2).
+  const QList<QByteArray> mails = kvtest::sampleMails({"a", "b"});
   TransferRig rig;
   const auto stored = [&](int id, int daysAgo) {
     rig.host().executeBound(
         QStringLiteral("insert into msgmail(邮件ID,UIDL,接收时间,大小,CshgnsID,messageID) "
                        "values(?,?,?,?,1,'x')"),
-        {id, QStringLiteral("fake-uid-%1").arg(id),
+        {id, QStringLiteral("uid-%1").arg(id),
          QDateTime::currentDateTime().addDays(-daysAgo).toString(
              QStringLiteral("yyyy-MM-dd HH:mm:ss")),
          10});

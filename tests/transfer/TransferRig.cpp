@@ -47,6 +47,12 @@ QByteArray TransferRig::storedMessage(long mailId) {
   return readAll(path);
 }
 
+QList<QByteArray> sampleMails(const QStringList& subjects) {
+  QList<QByteArray> out;
+  for (const QString& s : subjects) out << sampleMail(s);
+  return out;
+}
+
 QByteArray sampleMail(const QString& subject, const QByteArray& body) {
   return "From: =?UTF-8?B?" + QStringLiteral("王五").toUtf8().toBase64() +
          "?= <wang@kvmail.test>\r\n"

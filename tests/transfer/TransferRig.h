@@ -66,7 +66,8 @@ class TransferRig {
   bool lastOk_ = false;
 };
 
-// A small but real mail in CR LF form.
+// A small but real mail in CR LF form; one for each subject.
 QByteArray sampleMail(const QString& subject, const QByteArray& body = "Hello.\r\n");
+QList<QByteArray> sampleMails(const QStringList& subjects);
 
 }  // namespace kvtest

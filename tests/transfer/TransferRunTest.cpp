@@ -19,19 +19,9 @@ using Commands = QList<QByteArray>;
 
 namespace {
 
-QList<QByteArray> uidls(int n) {
-  QList<QByteArray> ids;
-  for (int i = 1; i <= n; ++i) ids << "uid-" + QByteArray::number(i);
-  return ids;
-}
-
-QList<QByteArray> mails(const QStringList& subjects) {
-  QList<QByteArray> out;
-  for (const QString& s : subjects) out << kvtest::sampleMail(s);
-  return out;
-}
-
-const Commands kLogin{"USER u", "PASS p", "STAT"};
+const auto uidls = FakePop3Server::uidls;
+const auto mails = kvtest::sampleMails;
+const Commands kLogin = FakePop3Server::loggedIn({});
 
 // A port on which nothing listens: taken and given back at once.
 quint16 closedPort() {
