@@ -37,10 +37,9 @@ TEST_F(ReceiveFromDovecot, EmptyMailboxLogsItAndCompletes) {
   ASSERT_TRUE(rig.receive());
   EXPECT_TRUE(rig.lastOk());
   EXPECT_TRUE(rig.log().contains(QStringLiteral("您的邮箱为空,请确认后再试")));
-  EXPECT_EQ(rig.taskText(1), QStringLiteral("检查测试帐户上的新邮件:共 0 (0 KB) 封。"));
-  EXPECT_EQ(rig.taskState(1), QStringLiteral("已完成"));
-  EXPECT_EQ(rig.summary(), QStringLiteral("已完成 1 项任务(共 1 项)"));
-  EXPECT_EQ(rig.view().captionText, QStringLiteral("请求的任务已成功完成。"));
+  EXPECT_EQ((QStringList{rig.taskText(1), rig.taskState(1), rig.summary(), rig.view().captionText}),
+            (QStringList{"检查测试帐户上的新邮件:共 0 (0 KB) 封。", "已完成",
+                         "已完成 1 项任务(共 1 项)", "请求的任务已成功完成。"}));
   EXPECT_EQ(rig.count(), 0);
 }
 
