@@ -131,7 +131,7 @@ TEST(CrashSmtp, ADropInTheMiddleOfDataLeavesThatMailQueued) {
   kvtest::FakeSmtpServer server(kvtest::FakeSmtpServer::Fault::DropInSecondData);
   rig.account().sSmtp = QStringLiteral("127.0.0.1");
   rig.account().lSmtpPort = server.port();
-  const kvmail::MailStore store(rig.host());
+  const kvmail::MailStore store(*rig.host);
   QList<kvmail::ComposedMail> queued;
   for (const QString& subject : {QStringLiteral("先发"), QStringLiteral("中断")}) {
     kvmail::OutgoingMail out;
@@ -139,7 +139,7 @@ TEST(CrashSmtp, ADropInTheMiddleOfDataLeavesThatMailQueued) {
     out.to = {{QString(), QStringLiteral("to@kvmail.test")}};
     out.subject = subject;
     out.htmlBody = QStringLiteral("<p>") + QString(40, QLatin1Char('x')) + QStringLiteral("</p>");
-    queued << kvmail::composedMail(out, rig.tempDir() + "/" + subject + ".eml");
+    queued << kvmail::composedMail(out, rig.folder() + "/" + subject + ".eml");
   }
   kvmail::StoreFailure failure;
   ASSERT_EQ(store.storeComposed(queued, &failure).size(), 2);

@@ -25,7 +25,7 @@ struct WindowRun {
 
   bool receive(const QString& caption = QStringLiteral("邮件接收")) {
     QSignalSpy ended(&window, &kvmail::FrmSend::TasksEnded);
-    window.py_Init(nullptr, &rig.host(), rig.accountPtr(), false, caption);
+    window.py_Init(nullptr, rig.host.get(), rig.accountPtr(), false, caption);
     return !ended.isEmpty() || ended.wait(10000);
   }
   template <typename T>
@@ -99,7 +99,7 @@ TEST(FrmSend, OpeningAgainDuringARunWaitsForTheRun) {
   int reopened = 0;
   const auto during = QObject::connect(&w.window, &kvmail::FrmSend::EvMailRead, &w.window, [&] {
     ++reopened;
-    w.window.py_Init(nullptr, &w.rig.host(), w.rig.accountPtr(), false, QStringLiteral("again"));
+    w.window.py_Init(nullptr, w.rig.host.get(), w.rig.accountPtr(), false, QStringLiteral("again"));
   });
   QSignalSpy ended(&w.window, &kvmail::FrmSend::TasksEnded);
   ASSERT_TRUE(w.receive());

@@ -170,7 +170,7 @@ TEST(Pop3Session, AfterDaysPolicyDeletesStoredMailByTheKeptDirection) {
   const QList<QByteArray> mails = kvtest::sampleMails({"a", "b"});
   TransferRig rig;
   const auto stored = [&](int id, int daysAgo) {
-    rig.host().executeBound(
+    rig.host->executeBound(
         QStringLiteral("insert into msgmail(邮件ID,UIDL,接收时间,大小,CshgnsID,messageID) "
                        "values(?,?,?,?,1,'x')"),
         {id, QStringLiteral("uid-%1").arg(id),

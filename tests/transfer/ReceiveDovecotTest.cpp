@@ -66,7 +66,7 @@ TEST_F(ReceiveFromDovecot, OneMailIsStoredWithEveryColumnAndNoMailboxTotals) {
   EXPECT_EQ(rig.storedMessage(id), mail + "\r\n");
   EXPECT_EQ(rig.value(QStringLiteral("select 大小") + where).toLongLong(), mail.size() + 2);
   // The temp file is gone once the mail is stored.
-  EXPECT_FALSE(QFile::exists(rig.tempDir() + QStringLiteral("/temp.eml")));
+  EXPECT_FALSE(QFile::exists(rig.folder() + QStringLiteral("/temp.eml")));
 }
 
 TEST_F(ReceiveFromDovecot, ChineseMailDotLinesAndA20MbMailArriveWhole) {
@@ -119,7 +119,7 @@ TEST_F(ReceiveFromDovecot, DeletePolicyDecidesWhatStaysOnTheServer) {
   EXPECT_EQ(kvtest::listMails(kUser).size(), 2);
 
   // After N days, for mail stored on an earlier day: deleted on the next session (0 days).
-  rig.host().execute(
+  rig.host->execute(
       QStringLiteral("update msgmail set 接收时间='") +
       QDateTime::currentDateTime().addDays(-5).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) +
       QStringLiteral("'"));

@@ -135,7 +135,7 @@ TEST(TransferRun, AStoreThatRefusesAMailKeepsItOnTheServerForNextTime) {
     EXPECT_TRUE(rig.prompt().messages().first().contains(QStringLiteral("third refused")));
   }
   // Next session, the store takes it: only the third is fetched again.
-  rig.host().execute(QStringLiteral("drop trigger refuse_third"));
+  rig.host->execute(QStringLiteral("drop trigger refuse_third"));
   rig.view().whileAsked = nullptr;
   FakePop3Server server;
   server.setHandler(FakePop3Server::mailbox(mails(subjects), uidls(5)));
@@ -170,9 +170,9 @@ TEST(TransferRun, ARequestDuringARunWaitsAndDoesNotSendAMailTwice) {
   out.to = {{QString(), QStringLiteral("to@kvmail.test")}};
   out.subject = QStringLiteral("待发");
   kvmail::StoreFailure failure;
-  const kvmail::MailStore store(rig.host());
+  const kvmail::MailStore store(*rig.host);
   ASSERT_EQ(
-      store.storeComposed({kvmail::composedMail(out, rig.tempDir() + "/q.eml")}, &failure).size(),
+      store.storeComposed({kvmail::composedMail(out, rig.folder() + "/q.eml")}, &failure).size(),
       1);
 
   const QByteArray slow = kvtest::sampleMail(QStringLiteral("慢"), QByteArray(6000, 'y') + "\r\n");
@@ -193,16 +193,16 @@ TEST(TransferRun, ARequestDuringARunWaitsAndDoesNotSendAMailTwice) {
   for (const Case& c : {Case{"waits and runs", false, 2}, Case{"already sent", true, 1}}) {
     QSignalSpy ended(&rig.run(), &kvmail::TransferRun::TasksEnded);
     const auto during = QObject::connect(&rig.run(), &kvmail::TransferRun::EvMailRead, [&] {
-      rig.run().start(store.readSendQueue(), &rig.host(), rig.accountPtr(), true);
+      rig.run().start(store.readSendQueue(), rig.host.get(), rig.accountPtr(), true);
       if (c.sentMeanwhile) store.markSent(QStringLiteral("smtp"), 1);
     });
-    rig.run().start(nullptr, &rig.host(), rig.accountPtr(), false);
+    rig.run().start(nullptr, rig.host.get(), rig.accountPtr(), false);
     while (ended.size() < c.runs) ASSERT_TRUE(ended.wait(10000)) << c.what;
     QObject::disconnect(during);
     pumpFor(200);
     EXPECT_EQ(ended.size(), c.runs) << c.what;
     if (c.runs == 2)
       EXPECT_TRUE(rig.view().tasks.first().text.startsWith(QStringLiteral("发送1封邮件")));
-    rig.host().execute(QStringLiteral("delete from msgmail where CshgnsID=1"));
+    rig.host->execute(QStringLiteral("delete from msgmail where CshgnsID=1"));
   }
 }
