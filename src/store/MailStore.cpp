@@ -167,6 +167,14 @@ MessagePtr MailStore::readQueuedMessage(long mailId) const {
   return messageFromParsed(readMailFile(path, QStringLiteral("gb2312")), mailId, folder);
 }
 
+qint64 MailStore::messageLength(long mailId) const {
+  const auto rs = host_.openQuery(sql::messageLength(mailId));
+  if (!rs || rs->isEmpty()) return -1;
+  bool ok = false;
+  const qint64 length = rs->text(0).toLongLong(&ok);
+  return ok ? length : -1;
+}
+
 QString MailStore::markSent(const QString& smtpServer, long mailId) const {
   return host_.execute(sql::markSent(smtpServer, mailId));
 }

@@ -105,6 +105,8 @@ class MailStore {
   // A queued mail read from its stored file into a message that carries its key; attachments are
   // saved under a folder of the mail's own. Nothing when the row or its file cannot be read.
   MessagePtr readQueuedMessage(long mailId) const;
+  // The length of a mail's stored message file; -1 when the row or its file is gone.
+  qint64 messageLength(long mailId) const;
   // The keys of the queued mail, newest first; nothing (and *error) when the query fails.
   QList<long> queuedMailIds(QString* error = nullptr) const;
   // Marks a mail sent through a server; the host's error text, empty on success.

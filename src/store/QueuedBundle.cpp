@@ -1,5 +1,7 @@
 #include "store/QueuedBundle.h"
 
+#include <utility>
+
 #include "model/IMessage.h"
 #include "model/KeyedList.h"
 #include "model/MailError.h"
@@ -29,7 +31,28 @@ void QueuedBundle::Remove(const IndexKey& vntIndexKey) {
 
 MessagePtr QueuedBundle::Item(const IndexKey& vntIndexKey) const {
   const Slot& slot = slots_.at(position(vntIndexKey));
-  return slot.message ? slot.message : store_.readQueuedMessage(slot.mailId);
+  if (slot.message) return slot.message;
+  Ahead ahead = std::exchange(ahead_, Ahead{});
+  // Deleted or saved again since it was read ahead: read it afresh (or find it gone).
+  if (ahead.message && ahead.mailId == slot.mailId &&
+      store_.messageLength(slot.mailId) == ahead.length)
+    return ahead.message;
+  return store_.readQueuedMessage(slot.mailId);
+}
+
+void QueuedBundle::readAhead(const IndexKey& key) const {
+  ahead_ = Ahead{};
+  if (!key.isPosition() || key.position() < 1 || key.position() > slots_.size()) return;
+  const Slot& slot = slots_.at(key.position() - 1);
+  if (slot.message) return;
+  try {
+    const qint64 length = store_.messageLength(slot.mailId);
+    if (length < 0) return;
+    if (MessagePtr message = store_.readQueuedMessage(slot.mailId))
+      ahead_ = Ahead{slot.mailId, length, std::move(message)};
+  } catch (...) {
+    ahead_ = Ahead{};  // its turn reads it again and reports what fails then
+  }
 }
 
 void QueuedBundle::setItem(const IndexKey& vntIndexKey, const MessagePtr& pcMessage) {

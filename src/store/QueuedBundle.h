@@ -17,7 +17,11 @@ class QueuedBundle : public IBundle {
   MessagePtr AddMessage(const MessagePtr& pcMessage) override;
   void Remove(const IndexKey& vntIndexKey) override;
   // A queued mail read afresh from its stored file; nothing when the store cannot give it.
+  // A mail read ahead is handed out instead while its stored file is still the one read.
   MessagePtr Item(const IndexKey& vntIndexKey) const override;
+  // Reads the mail at the key now (while another is on the wire), so that its turn need not wait
+  // for the store; never throws, and does nothing for a key out of range or an added message.
+  void readAhead(const IndexKey& key) const;
   void setItem(const IndexKey& vntIndexKey, const MessagePtr& pcMessage) override;
   long Count() const override { return long(slots_.size()); }
   // Like every bundle: raises the type mismatch and keeps its messages.
@@ -30,8 +34,15 @@ class QueuedBundle : public IBundle {
   };
   qsizetype position(const IndexKey& key) const;
 
+  struct Ahead {
+    long mailId = 0;
+    qint64 length = -1;
+    MessagePtr message;
+  };
+
   MailStore store_;
   QList<Slot> slots_;
+  mutable Ahead ahead_;
 };
 
 }  // namespace kvmail

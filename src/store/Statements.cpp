@@ -133,6 +133,10 @@ QString mailHeader(long mailId) {
          QStringLiteral(" from msgmail where 邮件ID=") + num(mailId);
 }
 
+QString messageLength(long mailId) {
+  return QStringLiteral("select length(消息) from msgmail where 邮件ID=") + num(mailId);
+}
+
 QString deleteTemplate(long progId) {
   return QStringLiteral("delete MailTemplet where progID=") + num(progId);
 }

@@ -90,6 +90,7 @@ QString receivedTimeByUidl(const QString& uidl);
 QString storedSizeByUidl(const QString& uidl);
 QString insertReceived(const ReceivedRow& row);
 QString mailHeader(long mailId);
+QString messageLength(long mailId);
 QString deleteTemplate(long progId);
 QString insertTemplate(long progId, const QString& to, const QString& cc, const QString& subject);
 QString programName(long progId);

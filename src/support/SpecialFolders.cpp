@@ -78,8 +78,15 @@ QString privateFolderIn(const QString& shared) {
 }  // namespace
 
 QString tempFolder() {
-  static QString lastBase, lastFolder;
-  const QString base = QDir::tempPath();
+  static QString lastSetting, lastBase, lastFolder;
+  // The base is resolved again only when TMPDIR changes: resolving it walks every link in the
+  // path, and the folder is asked for once per mail received or sent.
+  const QString setting = qEnvironmentVariable("TMPDIR");
+  if (lastBase.isEmpty() || setting != lastSetting) {
+    lastSetting = setting;
+    lastBase.clear();
+  }
+  const QString base = lastBase.isEmpty() ? QDir::tempPath() : lastBase;
   if (base != lastBase || !QFileInfo::exists(lastFolder)) {
     const bool shared = QFileInfo(base).permission(QFile::WriteOther);
     lastFolder = shared ? privateFolderIn(base) : base;

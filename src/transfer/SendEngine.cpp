@@ -11,6 +11,7 @@
 #include "model/MailError.h"
 #include "store/FieldText.h"
 #include "store/MailStore.h"
+#include "store/QueuedBundle.h"
 #include "transfer/SmtpSender.h"
 #include "transfer/TransferView.h"
 
@@ -65,6 +66,8 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
   view_.WriteLog(QStringLiteral("开始发送邮件:") + now(), 1);
   view_.setCaption(QStringLiteral("正在使用“") + account_.sName + QStringLiteral("”发送邮件...") +
                    kCrLf + kCrLf);
+  // The queue's next mail is read from the store while this one is on the wire.
+  const auto* queue = dynamic_cast<const QueuedBundle*>(bundle.get());
   try {
     const long n = bundle ? bundle->Count() : 0;
     for (long i = 1; i <= n; ++i) {
@@ -93,9 +96,12 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
       view_.setProgressRange(0, 100);
       view_.setProgressValue(1);
 
+      if (queue && i < n)
+        poSendMail_->setWhileSending([queue, i] { queue->readAhead(IndexKey(i + 1)); });
       // Only the To list goes to the sender; Cc and Bcc stay behind, as they always have.
       SendOne(message->TOs()->ToString(), message->Subject(), message->BodyText(), attachments,
               vbLong(message->Priority()));
+      poSendMail_->setWhileSending({});
 
       if (success_) {
         message->setMessageID(account_.sSmtp);  // the column records the server it went through

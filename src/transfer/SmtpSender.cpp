@@ -20,9 +20,11 @@ namespace kvmail {
 namespace {
 
 // Blocking work off the UI thread; the local loop keeps delivering events (and the stop button).
-void runOnWorker(const std::function<void()>& work) {
+// meanwhile runs on the UI thread once the worker has started.
+void runOnWorker(const std::function<void()>& work, const std::function<void()>& meanwhile = {}) {
   if (!QCoreApplication::instance()) {
     work();
+    if (meanwhile) meanwhile();
     return;
   }
   // A pooled thread: a new thread per message cost more than a small message's transfer.
@@ -34,6 +36,7 @@ void runOnWorker(const std::function<void()>& work) {
     QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
     done.set_value();
   });
+  if (meanwhile) meanwhile();
   loop.exec();
   finished.wait();
 }
@@ -156,7 +159,8 @@ bool SmtpSender::Send() {
         this, [this, text, step] { Q_EMIT Progress(text, step * 10); }, Qt::QueuedConnection);
   };
   smtp::Outcome outcome;
-  runOnWorker([&] { outcome = session_->perform(job, cancel_, logLevel_, line, progress); });
+  runOnWorker([&] { outcome = session_->perform(job, cancel_, logLevel_, line, progress); },
+              whileSending_);
   sending_ = false;
   if (!keepSession_) closeSession();
 

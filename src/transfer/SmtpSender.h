@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 namespace kvmail {
@@ -75,6 +76,10 @@ class SmtpSender : public QObject {
   void setConnectTimeout(int seconds) { connectTimeout_ = seconds; }
   void setStallTimeout(int seconds) { stallTimeout_ = seconds; }
 
+  // Work for the UI thread while the message is on the wire (the next message read ahead, say);
+  // it must not throw and runs once per Send, after the transfer has started.
+  void setWhileSending(std::function<void()> work) { whileSending_ = std::move(work); }
+
   // Sends the message and returns when it has ended, after SendSuccesful or SendFailed.
   bool Send();
   // Asks the send in progress to stop; it then ends with SendFailed. No effect when idle.
@@ -114,6 +119,7 @@ class SmtpSender : public QObject {
   std::atomic<bool> cancel_{false};
   std::unique_ptr<smtp::Session> session_;
   QString sessionKey_;
+  std::function<void()> whileSending_;
 };
 
 }  // namespace kvmail

@@ -1,5 +1,6 @@
 // The store's operations on a real SQLite store: batches go in whole or not at all, received
 // mail goes in with its file, and what goes in reads back out the way the windows need it.
+#include "RecordingHost.h"
 #include "StoreRig.h"
 #include "model/IBundle.h"
 #include "model/IMailAddresses.h"
@@ -7,6 +8,9 @@
 #include "model/MailError.h"
 #include "store/FieldText.h"
 #include "store/MailStore.h"
+#include "store/QueuedBundle.h"
+#include "store/Statements.h"
+#include "store/StoredFile.h"
 
 #include <QFile>
 
@@ -128,6 +132,47 @@ TEST_F(MailStoreTest, QueueReadsNewestFirstEachMailWhenAskedForUntilMarkedSent) 
   EXPECT_EQ(store.readSendQueue()->Count(), 1);
   EXPECT_EQ(rig.value(QStringLiteral("select messageid||是否已读 from msgmail where 邮件ID=2")),
             QStringLiteral("smtp.kvmail.test1"));
+}
+
+// A mail read ahead while another is on the wire is handed out at its turn without reading the
+// store again, but only while its stored file is unchanged: saved again it is read afresh, and
+// deleted it is nothing.
+TEST_F(MailStoreTest, AMailReadAheadIsHandedOutOnlyWhileUnchanged) {
+  kvtest::RecordingHost recording(*rig.host);
+  const MailStore store(recording);
+  StoreFailure failure;
+  for (const char* subject : {"一", "二", "三"})
+    store.storeComposed(
+        {composed(mail(QString::fromUtf8(subject), QStringLiteral("a@kvmail.test")), 1)}, &failure);
+  const auto queue = std::dynamic_pointer_cast<kvmail::QueuedBundle>(store.readSendQueue());
+  ASSERT_TRUE(queue);
+  ASSERT_EQ(queue->Count(), 3);
+  QList<long> ids;
+  for (long i = 1; i <= 3; ++i) ids << queue->Item(kvmail::IndexKey(i))->ID();
+
+  queue->readAhead(kvmail::IndexKey(1));
+  recording.calls.clear();
+  const kvmail::MessagePtr ahead = queue->Item(kvmail::IndexKey(1));
+  ASSERT_NE(ahead, nullptr);
+  EXPECT_EQ(ahead->ID(), ids[0]);
+  EXPECT_TRUE(recording.calls.isEmpty()) << recording.calls.join(',').toStdString();
+
+  queue->readAhead(kvmail::IndexKey(2));
+  const QString path = rig.path(QStringLiteral("saved-again.eml"));
+  ASSERT_TRUE(store.messageToFile(ids[1], path));
+  QFile file(path);
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  const QByteArray again = file.readAll().replace("Subject:", "Subject: Re:");
+  ASSERT_TRUE(kvmail::bytesToColumn(ids[1], again, kvmail::sql::messageColumn(), *rig.host,
+                                    kvmail::sql::mailTable(), kvmail::sql::mailKey()));
+  const kvmail::MessagePtr fresh = queue->Item(kvmail::IndexKey(2));
+  ASSERT_NE(fresh, nullptr);
+  EXPECT_TRUE(fresh->Subject().startsWith(QStringLiteral("Re:"))) << fresh->Subject().toStdString();
+
+  queue->readAhead(kvmail::IndexKey(3));
+  rig.host->execute(QStringLiteral("delete from msgmail where 邮件ID=%1").arg(ids[2]));
+  EXPECT_EQ(queue->Item(kvmail::IndexKey(3)), nullptr);
+  queue->readAhead(kvmail::IndexKey(9));  // out of range: nothing happens
 }
 
 TEST_F(MailStoreTest, ReceivedMailGoesInWithItsFileOrNotAtAll) {

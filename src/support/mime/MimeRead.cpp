@@ -9,6 +9,7 @@
 
 #include <memory>
 
+#include "support/mime/LineEnds.h"
 #include "support/mime/MimeCharset.h"
 #include "support/mime/MimeGlib.h"
 #include "support/mime/MimeHeaderText.h"
@@ -124,9 +125,8 @@ QString textToHtml(const QString& text) {
   return html;
 }
 
-QString normaliseLineEnds(QString s) {
-  s.replace(QLatin1String("\r\n"), QLatin1String("\n"));
-  return s;
+QString normaliseLineEnds(const QString& s) {
+  return mime::withLf(s);
 }
 
 QByteArray streamBytes(GMimeStream* stream) {

@@ -15,6 +15,7 @@
 #include <memory>
 #include <vector>
 
+#include "support/mime/LineEnds.h"
 #include "support/mime/MimeCharset.h"
 #include "support/mime/MimeGlib.h"
 #include "support/mime/MimeMail.h"
@@ -156,10 +157,7 @@ GRef<GMimeDataWrapper> wrap(const QByteArray& bytes) {
 }
 
 GMimePart* htmlPart(const QString& html) {
-  QString canonical = html;
-  canonical.replace(QLatin1String("\r\n"), QLatin1String("\n"))
-      .replace(QLatin1Char('\n'), QLatin1String("\r\n"));
-  const Encoded e = encodeText(canonical);
+  const Encoded e = encodeText(mime::withCrLf(html));
   GMimePart* part = g_mime_part_new_with_type("text", "html");
   g_mime_object_set_content_type_parameter(GMIME_OBJECT(part), "charset", e.charset.constData());
   g_mime_part_set_content(part, wrap(e.bytes).get());
