@@ -210,25 +210,46 @@ long SqlHostSystem::nextKey(const QString& table, const QString& keyColumn, QStr
 }
 
 long SqlHostSystem::takeKey(const QString& table, const QString& keyColumn, QString* error) {
+  QSqlQuery query(QSqlDatabase::database(connection_, false));
   const QString highest =
       QStringLiteral("(select coalesce(max(%1),0)+1 from %2)").arg(keyColumn, table);
-  // One statement on both engines: the mark moves past the highest key in the table as well, so
-  // keys written by others without the mark are never handed out again.
-  const QString larger =
-      options_.engine == SqlEngine::Postgres ? QStringLiteral("greatest") : QStringLiteral("max");
-  const QString sql = QStringLiteral(
-                          "insert into %1(tablename,keycolumn,lastkey) values (?,?,%2) "
-                          "on conflict (tablename,keycolumn) do update set lastkey="
-                          "%3(%1.lastkey+1,%2) returning lastkey")
-                          .arg(QLatin1String(kKeyTable), highest, larger);
+  const QString name = table.toLower();
+  const QString column = keyColumn.toLower();
+  if (options_.engine == SqlEngine::Postgres) {
+    // One statement: the row lock on the mark serialises concurrent callers.
+    const QString sql = QStringLiteral(
+                            "insert into %1(tablename,keycolumn,lastkey) values (?,?,%2) "
+                            "on conflict (tablename,keycolumn) do update set lastkey="
+                            "greatest(%1.lastkey+1,%2) returning lastkey")
+                            .arg(QLatin1String(kKeyTable), highest);
+    query.prepare(sql);
+    query.addBindValue(name);
+    query.addBindValue(column);
+    if (!query.exec() || !query.next()) {
+      *error = dbErrorText(query.lastError());
+      return 0;
+    }
+    return static_cast<long>(query.value(0).toLongLong());
+  }
   SqlRows answer;
-  *error = runBound(connection_, sql, {table.toLower(), keyColumn.toLower()}, &answer);
+  *error = runBound(connection_,
+                    QStringLiteral("select max(%1, coalesce((select lastkey+1 from %2 where "
+                                   "tablename=? and keycolumn=?),0))")
+                        .arg(highest, QLatin1String(kKeyTable)),
+                    {name, column}, &answer);
   if (!error->isEmpty()) return 0;
   if (answer.rows.isEmpty()) {
     *error = QStringLiteral("数据库错误：取新编号没有结果。");
     return 0;
   }
-  return static_cast<long>(answer.rows.first().value(0).toLongLong());
+  const qlonglong key = answer.rows.first().value(0).toLongLong();
+  *error = runBound(
+      connection_,
+      QStringLiteral("insert or replace into %1(tablename,keycolumn,lastkey) values (?,?,?)")
+          .arg(QLatin1String(kKeyTable)),
+      {name, column, key});
+  if (!error->isEmpty()) return 0;
+  return static_cast<long>(key);
 }
 
 QString SqlHostSystem::beginTransaction() {

@@ -40,19 +40,20 @@ MessagePtr QueuedBundle::Item(const IndexKey& vntIndexKey) const {
   return store_.readQueuedMessage(slot.mailId);
 }
 
-void QueuedBundle::readAhead(const IndexKey& key) const {
+MessagePtr QueuedBundle::readAhead(const IndexKey& key) const {
   ahead_ = Ahead{};
-  if (!key.isPosition() || key.position() < 1 || key.position() > slots_.size()) return;
+  if (!key.isPosition() || key.position() < 1 || key.position() > slots_.size()) return nullptr;
   const Slot& slot = slots_.at(key.position() - 1);
-  if (slot.message) return;
+  if (slot.message) return nullptr;
   try {
     const qint64 length = store_.messageLength(slot.mailId);
-    if (length < 0) return;
+    if (length < 0) return nullptr;
     if (MessagePtr message = store_.readQueuedMessage(slot.mailId))
       ahead_ = Ahead{slot.mailId, length, std::move(message)};
   } catch (...) {
     ahead_ = Ahead{};  // its turn reads it again and reports what fails then
   }
+  return ahead_.message;
 }
 
 void QueuedBundle::setItem(const IndexKey& vntIndexKey, const MessagePtr& pcMessage) {

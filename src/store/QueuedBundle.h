@@ -20,8 +20,9 @@ class QueuedBundle : public IBundle {
   // A mail read ahead is handed out instead while its stored file is still the one read.
   MessagePtr Item(const IndexKey& vntIndexKey) const override;
   // Reads the mail at the key now (while another is on the wire), so that its turn need not wait
-  // for the store; never throws, and does nothing for a key out of range or an added message.
-  void readAhead(const IndexKey& key) const;
+  // for the store. The message read, or nothing for a key out of range, an added message or a
+  // mail the store cannot give; never throws.
+  MessagePtr readAhead(const IndexKey& key) const;
   void setItem(const IndexKey& vntIndexKey, const MessagePtr& pcMessage) override;
   long Count() const override { return long(slots_.size()); }
   // Like every bundle: raises the type mismatch and keeps its messages.

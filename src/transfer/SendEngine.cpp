@@ -81,9 +81,7 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
         view_.WriteLog(reason, 1);
         continue;
       }
-      QStringList files;
-      for (const AttachmentPtr& a : message->Attachments()->NewEnum()) files << a->FileName();
-      const QString attachments = files.join(QLatin1Char(';'));
+      const QString attachments = attachmentList(*message);
 
       view_.WriteLog(QStringLiteral("发送邮件:") + now(), 1);
       view_.WriteLog(QStringLiteral("第") + QString::number(i) + QStringLiteral("封邮件：") +
@@ -96,8 +94,11 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
       view_.setProgressRange(0, 100);
       view_.setProgressValue(1);
 
+      // Written ahead for another message (read afresh since): its bytes are not this one's.
+      if (message != ahead_) poSendMail_->setPrepared({});
+      ahead_.reset();
       if (queue && i < n)
-        poSendMail_->setWhileSending([queue, i] { queue->readAhead(IndexKey(i + 1)); });
+        poSendMail_->setWhileSending([this, queue, i] { prepareNext(*queue, i + 1); });
       // Only the To list goes to the sender; Cc and Bcc stay behind, as they always have.
       SendOne(message->TOs()->ToString(), message->Subject(), message->BodyText(), attachments,
               vbLong(message->Priority()));
@@ -141,10 +142,34 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
   return true;
 }
 
+QString SendEngine::attachmentList(const IMessage& message) {
+  QStringList files;
+  for (const AttachmentPtr& a : message.Attachments()->NewEnum()) files << a->FileName();
+  return files.join(QLatin1Char(';'));
+}
+
+void SendEngine::prepareNext(const QueuedBundle& queue, long index) {
+  try {
+    ahead_ = queue.readAhead(IndexKey(index));
+    if (!ahead_) return;
+    SmtpSender next;
+    configure(next, ahead_->TOs()->ToString(), ahead_->Subject(), ahead_->BodyText(),
+              attachmentList(*ahead_), vbLong(ahead_->Priority()));
+    poSendMail_->setPrepared(next.prepare());
+  } catch (...) {
+    ahead_.reset();  // its turn reads and writes it the ordinary way
+  }
+}
+
 void SendEngine::SendOne(const QString& to, const QString& subject, const QString& body,
                          const QString& attachments, long priority) {
   success_ = false;
-  SmtpSender& s = *poSendMail_;
+  configure(*poSendMail_, to, subject, body, attachments, priority);
+  poSendMail_->Send();
+}
+
+void SendEngine::configure(SmtpSender& s, const QString& to, const QString& subject,
+                           const QString& body, const QString& attachments, long priority) const {
   s.setLogLevel(0);
   s.setKeepSession(1);
   s.setListDelimiter(QStringLiteral(";"));
@@ -165,7 +190,6 @@ void SendEngine::SendOne(const QString& to, const QString& subject, const QStrin
   s.setPort(int(account_.lSmtpPort));
   s.setSecurity(account_.lSmtpSecurity);
   s.setCertificateFile(account_.sCertFile);
-  s.Send();
 }
 
 void SendEngine::Stop() {

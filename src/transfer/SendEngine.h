@@ -13,7 +13,9 @@ namespace kvmail {
 
 class IHostSystem;
 class ITransferView;
+class IMessage;
 class MailStore;
+class QueuedBundle;
 class SmtpSender;
 
 class SendEngine : public QObject {
@@ -43,10 +45,18 @@ class SendEngine : public QObject {
   void ReturnData(long mailId);
 
  private:
+  // The sender's settings for one message, in the order the sender has always been given them.
+  void configure(SmtpSender& s, const QString& to, const QString& subject, const QString& body,
+                 const QString& attachments, long priority) const;
+  static QString attachmentList(const IMessage& message);
+  // While a message is on the wire: reads the next one and writes its bytes ahead.
+  void prepareNext(const QueuedBundle& queue, long index);
+
   ITransferView& view_;
   std::unique_ptr<MailStore> store_;
   const clsAccount& account_;
   std::unique_ptr<SmtpSender> poSendMail_;
+  MessagePtr ahead_;  // the message whose bytes were written ahead
   bool success_ = false;
   int sent_ = 0;
   int failed_ = 0;

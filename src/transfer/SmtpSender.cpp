@@ -55,9 +55,46 @@ QStringList splitList(const QString& list, const QString& delimiter) {
   return out;
 }
 
+bool sameAddress(const MimeAddress& a, const MimeAddress& b) {
+  return a.name == b.name && a.address == b.address;
+}
+
+bool sameAddresses(const QList<MimeAddress>& a, const QList<MimeAddress>& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), sameAddress);
+}
+
+// The same message apart from its date and id, which are taken when the bytes are written.
+bool sameMessage(const OutgoingMail& a, const OutgoingMail& b) {
+  return sameAddress(a.from, b.from) && sameAddress(a.replyTo, b.replyTo) &&
+         sameAddresses(a.to, b.to) && sameAddresses(a.cc, b.cc) && sameAddresses(a.bcc, b.bcc) &&
+         a.subject == b.subject && a.htmlBody == b.htmlBody &&
+         a.headerPriority == b.headerPriority && a.attachmentPaths == b.attachmentPaths;
+}
+
 }  // namespace
 
 SmtpSender::SmtpSender(QObject* parent) : QObject(parent) {}
+
+OutgoingMail SmtpSender::outgoingMail() const {
+  OutgoingMail mail;
+  mail.to = smtp::parseRecipients(recipients_, delimiter_);
+  mail.from = {fromName_.trimmed(), fromAddress_.trimmed()};
+  mail.replyTo = {QString(), replyTo_.trimmed()};
+  mail.subject = subject_;
+  mail.htmlBody = htmlBody_ ? body_ : plainToHtml(body_);
+  mail.headerPriority = headerPriority_;
+  mail.attachmentPaths = splitList(attachments_, delimiter_);
+  return mail;
+}
+
+SmtpSender::Prepared SmtpSender::prepare() const {
+  Prepared prepared;
+  prepared.mail = outgoingMail();
+  QString error;
+  if (prepared.mail.to.isEmpty() || !writeMailBytes(prepared.mail, &prepared.bytes, &error))
+    return {};  // Send builds it again and reports what fails
+  return prepared;
+}
 
 SmtpSender::~SmtpSender() = default;
 
@@ -97,8 +134,7 @@ bool SmtpSender::Send() {
     if (!error.isEmpty()) return fail(error + QStringLiteral("邮件没有发出。"));
   }
 
-  OutgoingMail mail;
-  mail.to = smtp::parseRecipients(recipients_, delimiter_);
+  OutgoingMail mail = outgoingMail();
   if (mail.to.isEmpty()) return fail(QStringLiteral("没有收件人，邮件无法发送。"));
   for (const MimeAddress& a : mail.to) {
     if (!smtp::isSafeAddress(a.address))
@@ -110,14 +146,12 @@ bool SmtpSender::Send() {
     return fail(
         QStringLiteral("发件人地址“%1”无效，请检查邮件帐户中的发件人地址。").arg(job.mailFrom));
 
-  mail.from = {fromName_.trimmed(), job.mailFrom};
-  mail.replyTo = {QString(), replyTo_.trimmed()};
-  mail.subject = subject_;
-  mail.htmlBody = htmlBody_ ? body_ : plainToHtml(body_);
-  mail.headerPriority = headerPriority_;
-  mail.attachmentPaths = splitList(attachments_, delimiter_);
+  // Bytes prepared while the previous message was on the wire, when they are of this message.
+  const Prepared prepared = std::exchange(prepared_, Prepared{});
   QString error;
-  if (!writeMailBytes(mail, &job.payload, &error))
+  if (!prepared.bytes.isEmpty() && sameMessage(prepared.mail, mail))
+    job.payload = prepared.bytes;
+  else if (!writeMailBytes(mail, &job.payload, &error))
     return fail(QStringLiteral("无法生成要发送的邮件：%1").arg(error));
 
   if (authenticate_ && !userName_.isEmpty()) {

@@ -2,12 +2,15 @@
 // The SMTP sender the sending loop drives: settings for one message, Send() and Cancel(), and
 // four events. Send() runs the transfer on a worker thread and waits in a local event loop, so
 // its events arrive on the caller's (UI) thread while the user can still press stop.
+#include <QByteArray>
 #include <QObject>
 #include <QString>
 
 #include <atomic>
 #include <functional>
 #include <memory>
+
+#include "support/mime/MimeMail.h"
 
 namespace kvmail {
 
@@ -77,8 +80,18 @@ class SmtpSender : public QObject {
   void setStallTimeout(int seconds) { stallTimeout_ = seconds; }
 
   // Work for the UI thread while the message is on the wire (the next message read ahead, say);
-  // it must not throw and runs once per Send, after the transfer has started.
+  // it must not throw, must not process events, and runs once per Send after the transfer has
+  // started.
   void setWhileSending(std::function<void()> work) { whileSending_ = std::move(work); }
+
+  // A message written ahead from this sender's settings; an empty one when it cannot be written.
+  struct Prepared {
+    OutgoingMail mail;
+    QByteArray bytes;
+  };
+  Prepared prepare() const;
+  // The next Send uses these bytes when its settings make the same message, else writes its own.
+  void setPrepared(Prepared prepared) { prepared_ = std::move(prepared); }
 
   // Sends the message and returns when it has ended, after SendSuccesful or SendFailed.
   bool Send();
@@ -99,6 +112,7 @@ class SmtpSender : public QObject {
 
  private:
   bool fail(const QString& reason);
+  OutgoingMail outgoingMail() const;
   QString sessionKey() const;
 
   QString server_, userName_, password_, fromAddress_, fromName_, recipients_, replyTo_;
@@ -120,6 +134,7 @@ class SmtpSender : public QObject {
   std::unique_ptr<smtp::Session> session_;
   QString sessionKey_;
   std::function<void()> whileSending_;
+  Prepared prepared_;
 };
 
 }  // namespace kvmail

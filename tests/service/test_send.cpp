@@ -10,6 +10,7 @@
 #include "ServiceRig.h"
 #include "TestEnv.h"
 #include "store/Statements.h"
+#include "store/StoredFile.h"
 #include "transfer/FrmSend.h"
 
 using kvtest::ServiceRig;
@@ -212,4 +213,28 @@ TEST_F(SendQueue, AMailDeletedDuringTheRunIsSkipped) {
   EXPECT_EQ(firstError(), QStringLiteral("第2封邮件无法从数据库读取，未发送。"));
   ASSERT_TRUE(kvtest::waitForMail(kUser, 1));
   EXPECT_EQ(kvtest::listMails(kUser).size(), 1);
+}
+
+// The next mail is read and written ahead while one is on the wire; saved again in the meantime,
+// it goes out as it was saved last, never as it was read ahead.
+TEST_F(SendQueue, AMailSavedAgainDuringTheRunGoesOutAsSaved) {
+  const QString to = kvtest::addressOf(kUser);
+  const long older =
+      rig.queueMail(mail(QStringLiteral("初稿"), to), QStringLiteral("2026-11-20 08:00:00"));
+  rig.queueMail(mail(QStringLiteral("先发"), to), QStringLiteral("2026-11-20 09:00:00"));
+  QObject::connect(rig.mail.get(), &kvmail::clsMail::EvReturn, rig.mail.get(), [&] {
+    QByteArray bytes;
+    QString error;
+    ASSERT_TRUE(kvmail::writeMailBytes(mail(QStringLiteral("改过的定稿"), to), &bytes, &error));
+    ASSERT_TRUE(kvmail::bytesToColumn(older, bytes, kvmail::sql::messageColumn(), *rig.host,
+                                      kvmail::sql::mailTable(), kvmail::sql::mailKey()));
+  });
+  ASSERT_TRUE(run());
+  EXPECT_TRUE(ok);
+  ASSERT_TRUE(kvtest::waitForMail(kUser, 2));
+  QStringList subjects;
+  for (const QString& path : kvtest::listMails(kUser))
+    subjects << kvmail::readMailBytes(kvtest::readMail(path)).subject;
+  subjects.sort();
+  EXPECT_EQ(subjects, (QStringList{QStringLiteral("先发"), QStringLiteral("改过的定稿")}));
 }

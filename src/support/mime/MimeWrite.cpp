@@ -220,6 +220,8 @@ QString embedPictures(const QString& html, QList<Picture>* pictures) {
       QStringLiteral("(<img\\b[^>]*?\\bsrc\\s*=\\s*)([\"'])([^\"']*)\\2"),
       QRegularExpression::CaseInsensitiveOption);
   static const QMimeDatabase db;
+  // Most bodies show no picture; the expression costs more than the rest of the message.
+  if (!html.contains(QLatin1String("<img"), Qt::CaseInsensitive)) return html;
   QHash<QString, QString> byPath;
   QString out;
   qsizetype last = 0;
