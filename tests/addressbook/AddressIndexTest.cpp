@@ -1,10 +1,8 @@
 // The address index: the address book's search and the To field's completion, on lists whose
-// history order differs from their case-blind order, and loaded from a real store.
+// history order differs from their case-blind order.
 #include <gtest/gtest.h>
 
-#include "AddressStore.h"
 #include "addressbook/AddressIndex.h"
-#include "store/MailStore.h"
 
 using kvmail::AddressIndex;
 
@@ -81,22 +79,4 @@ TEST(AddressIndex, CompletionTakesTheFirstEntryInHistoryOrderBeginningWithTheWho
     EXPECT_EQ(index.completion(text), c.row < 0 ? QString() : kHistory.at(c.row));
   }
   EXPECT_EQ(AddressIndex().completion(QStringLiteral("a")), QString());
-}
-
-TEST(AddressIndex, LoadsSendersOfReceivedAndRecipientsOfComposedMailOnceInOrder) {
-  kvtest::AddressStore store;
-  store.received(QStringLiteral("zhao@kvmail.test"));
-  store.received(QStringLiteral("qian@kvmail.test"));
-  store.received(QStringLiteral("zhao@kvmail.test"));   // twice a sender
-  store.composed(QStringLiteral("qian@kvmail.test"));   // sender and recipient
-  store.composed(QStringLiteral("a@x.test;b@x.test"));  // a recipient list stays one entry
-  store.composed(QString());                            // no recipient: left out
-  store.mail(kvtest::Direction::Composed, QStringLiteral("sent-by-me@kvmail.test"),
-             QStringLiteral("Sun@kvmail.test"));
-  QString error = QStringLiteral("untouched");
-  const auto index = AddressIndex::load(kvmail::MailStore(*store.host), &error);
-  EXPECT_EQ(error, QString());
-  EXPECT_EQ(index->addresses(), (QStringList{"Sun@kvmail.test", "a@x.test;b@x.test",
-                                             "qian@kvmail.test", "zhao@kvmail.test"}));
-  EXPECT_EQ(index->completion(QStringLiteral("SUN")), QStringLiteral("Sun@kvmail.test"));
 }

@@ -61,11 +61,12 @@ TEST_F(FrmDxbTest, ListsEveryAddressOnceUnderTheHeading) {
   store.received(QStringLiteral("zhao@kvmail.test"));
   store.received(QStringLiteral("qian@kvmail.test"));
   store.composed(QStringLiteral("qian@kvmail.test"));  // sender and recipient: listed once
-  store.composed(QStringLiteral("li@kvmail.test"));
+  store.composed(QStringLiteral("li@kvmail.test;wu@kvmail.test"));  // a list stays one entry
+  store.composed(QString());                                        // no recipient: left out
   open();
   ASSERT_EQ(grid->model()->rowCount(), 3);
   EXPECT_EQ(QStringList({cell(0), cell(1), cell(2)}),
-            (QStringList{"li@kvmail.test", "qian@kvmail.test", "zhao@kvmail.test"}));
+            (QStringList{"li@kvmail.test;wu@kvmail.test", "qian@kvmail.test", "zhao@kvmail.test"}));
   EXPECT_EQ(grid->model()->columnCount(), 1);
   EXPECT_EQ(grid->model()->headerData(0, Qt::Horizontal).toString(), QStringLiteral("邮箱地址"));
   EXPECT_EQ(grid->model()->headerData(0, Qt::Vertical).toString(), QString());  // blank column

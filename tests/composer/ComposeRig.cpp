@@ -2,11 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
-#include <QSqlDatabase>
-#include <QSqlQuery>
-
-#include "store/MailStore.h"
+#include <QSignalSpy>
 
 namespace kvtest {
 
@@ -24,18 +20,6 @@ ComposeRig::~ComposeRig() {
   }
 }
 
-bool ComposeRig::start() {
-  return mail->Init(faults, 1);
-}
-
-QLineEdit* ComposeRig::field(int index) const {
-  return window()->findChild<QLineEdit*>(QStringLiteral("Txt(%1)").arg(index));
-}
-
-QAction* ComposeRig::action(const QString& key) const {
-  return window()->findChild<QAction*>(key);
-}
-
 void ComposeRig::trigger(const QString& key) const {
   QAction* a = action(key);
   if (!a)
@@ -44,55 +28,29 @@ void ComposeRig::trigger(const QString& key) const {
     a->trigger();
 }
 
-void ComposeRig::attach(const QString& path) {
-  prompt->answerOpenFiles({path});
-  trigger(QStringLiteral("TBTattach"));
+void ComposeRig::openBatch(const QStringList& tos) {
+  host->executeBound(
+      QStringLiteral("insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"),
+      {1, QStringLiteral("[邮箱]"), QString(), QStringLiteral("boss@kvmail.test"),
+       QStringLiteral("致[名]")});
+  QStringList records;
+  for (int i = 0; i < tos.size(); ++i)
+    records << QStringLiteral("[名]") + QStringLiteral("甲乙丙丁").at(i) + QChar(0) +
+                   QStringLiteral("[邮箱]") + tos[i];
+  EXPECT_TRUE(mail->CreateNew(records.join(QLatin1Char('|')), QStringLiteral("|")));
 }
 
-QString ComposeRig::value(const QString& sql) const {
-  const auto rs = host->openQuery(sql);
-  return rs && !rs->atEnd() ? rs->text(0) : QString();
+long ComposeRig::send() {
+  QSignalSpy returned(window(), &kvmail::FrmNewMail::ReturnData);
+  trigger(QStringLiteral("TBSend"));
+  return returned.isEmpty() ? 0 : returned[0][0].toString().section(u';', 0, 0).toLong();
 }
 
-int ComposeRig::mailRows() const {
-  return value(QStringLiteral("select count(*) from msgmail")).toInt();
-}
-
-QString ComposeRig::file(const QString& name, const QByteArray& bytes) const {
-  const QString p = path(name);
-  QFile f(p);
-  f.open(QIODevice::WriteOnly | QIODevice::Truncate);
-  f.write(bytes);
-  return p;
-}
-
-long ComposeRig::storeReceived(const kvmail::OutgoingMail& m) const {
+long ComposeRig::storeReceived(const kvmail::OutgoingMail& m) {
   QByteArray bytes;
   QString error;
   kvmail::writeMailBytes(m, &bytes, &error);
-  kvmail::ReceivedMail received;
-  received.header = kvmail::readMailBytes(bytes, QString(), kvmail::MimeParts::StructureOnly);
-  received.uidl = QStringLiteral("uid-") + m.subject;
-  received.pop3Server = QStringLiteral("127.0.0.1");
-  received.bytes = bytes;
-  received.size = bytes.size();
-  kvmail::StoreFailure failure;
-  return kvmail::MailStore(*host).storeReceived(received, &failure);
-}
-
-void ComposeRig::refuseSubject(const QString& subject) const {
-  // A trigger is several statements: it goes in over a connection of the test's own.
-  {
-    QSqlDatabase db =
-        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("refuse"));
-    db.setDatabaseName(path(QStringLiteral("store.db")));
-    db.open();
-    QSqlQuery q(db);
-    q.exec(QStringLiteral("create trigger refuse_subject before insert on msgmail when "
-                          "new.主题='%1' begin select raise(abort, '数据库拒绝了这封邮件'); end")
-               .arg(subject));
-  }
-  QSqlDatabase::removeDatabase(QStringLiteral("refuse"));
+  return ServiceRig::storeReceived(bytes);
 }
 
 }  // namespace kvtest

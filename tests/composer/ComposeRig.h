@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "ServiceRig.h"
+#include "TestEnv.h"
 #include "composer/FrmNewMail.h"
 #include "store/HostSystem.h"
 
@@ -53,23 +54,32 @@ class ComposeRig : public ServiceRig {
 
   std::shared_ptr<FaultHost> faults;
 
-  bool start();
+  bool start() { return mail->Init(faults, 1); }
   kvmail::FrmNewMail* window() const { return mail->composeWindow(); }
-  QLineEdit* field(int index) const;
-  QAction* action(const QString& key) const;
+  QLineEdit* field(int index) const {
+    return window()->findChild<QLineEdit*>(QStringLiteral("Txt(%1)").arg(index));
+  }
+  QAction* action(const QString& key) const { return window()->findChild<QAction*>(key); }
   // Triggers a menu item or toolbar button by its key.
   void trigger(const QString& key) const;
   // Answers the insert dialog with the file and presses the attachment button.
-  void attach(const QString& path);
-
-  QString value(const QString& sql) const;
-  int mailRows() const;
+  void attach(const QString& path) {
+    prompt->answerOpenFiles({path});
+    trigger(QStringLiteral("TBTattach"));
+  }
   // A file in the rig's folder with the given bytes.
-  QString file(const QString& name, const QByteArray& bytes) const;
+  QString file(const QString& name, const QByteArray& bytes) const {
+    writeAll(path(name), bytes);
+    return path(name);
+  }
+  // One mail per address through CreateNew from the program's template: subject 致甲, 致乙, …
+  // (致[名]), Bcc boss@kvmail.test; an empty address gives a mail with an empty To field.
+  void openBatch(const QStringList& tos);
+  // Sends the shown window's mails; the first key handed back, 0 when none was.
+  long send();
   // A stored received mail, as the transfer window keeps one; answers its key.
-  long storeReceived(const kvmail::OutgoingMail& mail) const;
-  // A trigger that refuses rows whose subject is the given one.
-  void refuseSubject(const QString& subject) const;
+  using ServiceRig::storeReceived;
+  long storeReceived(const kvmail::OutgoingMail& mail);
 };
 
 }  // namespace kvtest

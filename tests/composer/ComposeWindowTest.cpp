@@ -6,18 +6,13 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QSignalSpy>
-#include <QTimer>
-#include <QToolBar>
 #include <QTreeWidget>
 
 #include "ComposeRig.h"
 #include "TestEnv.h"
-#include "addressbook/FrmDxb.h"
 #include "composer/BodyEditor.h"
 #include "composer/ComposeCommands.h"
 #include "model/IBundle.h"
-#include "model/IMailAddresses.h"
-#include "model/IMessage.h"
 #include "model/clsBundle.h"
 #include "store/MailStore.h"
 #include "support/QtPrompt.h"
@@ -37,20 +32,6 @@ QString label(const ComposeRig& rig, const char* name) {
 
 bool shown(const ComposeRig& rig, const char* name) {
   return !rig.window()->findChild<QWidget*>(QLatin1String(name))->isHidden();
-}
-
-// Three mails in one window, one per record of a CreateNew call.
-void openThree(ComposeRig& rig) {
-  const QChar nul(0);
-  rig.host->executeBound(
-      QStringLiteral("insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"),
-      {1, QStringLiteral("[邮箱]"), QString(), QString(), QStringLiteral("致[名]")});
-  ASSERT_TRUE(rig.mail->CreateNew(
-      QStringLiteral("x") + nul + QStringLiteral("[名]甲") + nul +
-          QStringLiteral("[邮箱]a@kvmail.test|x") + nul + QStringLiteral("[名]乙") + nul +
-          QStringLiteral("[邮箱]b@kvmail.test|x") + nul + QStringLiteral("[名]丙") + nul +
-          QStringLiteral("[邮箱]c@kvmail.test"),
-      QStringLiteral("|")));
 }
 
 }  // namespace
@@ -75,64 +56,10 @@ TEST(ComposeWindow, NewMailShowsTheSenderAndOneMailUnchanged) {
   EXPECT_EQ(rig.field(0)->text(), QStringLiteral("sales@kvmail.test"));
 }
 
-TEST(ComposeWindow, MenusAndToolbarCarryTheirKeysAndCaptions) {
-  ComposeRig rig;
-  rig.mail->NewMail();
-  const QList<QPair<const char*, QString>> menus = {
-      {"mnuFile", QStringLiteral("文件(&F)")},
-      {"mnuFileAddHtml", QStringLiteral("添加正文")},
-      {"mnuFileSaveHtml", QStringLiteral("保存正文")},
-      {"mnuFileClose", QStringLiteral("退出(&X)")},
-      {"mnuEdit", QStringLiteral("编辑(&E)")},
-      {"mnuEditUndo", QStringLiteral("撤消")},
-      {"mnuEditCopy", QStringLiteral("复制(C)\tCtrl+C")},
-      {"mnuEditCut", QStringLiteral("剪切")},
-      {"mnuEditPaste", QStringLiteral("粘贴")},
-      {"mnuEditSelectall", QStringLiteral("全选(A)\tCtrl+A")},
-      {"mnuMail", QStringLiteral("邮件(&M)")},
-      {"mnuMailSend", QStringLiteral("发送\tCtrl+S")},
-      {"mnuMailTattach", QStringLiteral("附件")},
-      {"mnuMailTdxb", QStringLiteral("通讯簿")},
-      {"mnuMailPrior", QStringLiteral("上一条")},
-      {"mnuMailNext", QStringLiteral("下一条")},
-      {"mnuFileDelete", QStringLiteral("删除")},
-      {"TBAddHtml", QStringLiteral("添正文")},
-      {"TBSaveHtml", QStringLiteral("存正文")},
-      {"TBSend", QStringLiteral(" 发送 ")},
-      {"TBCut", QStringLiteral(" 剪切 ")},
-      {"TBCopy", QStringLiteral(" 复制 ")},
-      {"TBPaste", QStringLiteral(" 粘贴 ")},
-      {"TBUndo", QStringLiteral(" 撤消 ")},
-      {"TBTattach", QStringLiteral(" 附件 ")},
-      {"TBType", QStringLiteral("优先级")},
-      {"TBTdxb", QStringLiteral("通讯簿")},
-      {"TBPrior", QStringLiteral("上一条")},
-      {"TBNext", QStringLiteral("下一条")},
-      {"TBDelete", QStringLiteral(" 删除 ")},
-      {"TBClose", QStringLiteral(" 退出 ")},
-      {"mnuTool_H", QStringLiteral("高优先级(&H)")},
-      {"mnuTool_N", QStringLiteral("普通优先级(&N)")},
-      {"mnuTool_L", QStringLiteral("低优先级(&L)")},
-  };
-  for (const auto& [key, caption] : menus) {
-    QAction* a = rig.action(QLatin1String(key));
-    ASSERT_NE(a, nullptr) << key;
-    EXPECT_EQ(a->text(), caption) << key;
-  }
-  for (const char* key : {"mnuFile1", "mnuEdit1", "mnuEdit2", "mnuMail1", "mnuMail2", "mnuMail3",
-                          "TBs1", "TBs2", "TBs3", "TBs5", "TBs6"})
-    EXPECT_TRUE(rig.action(QLatin1String(key))->isSeparator()) << key;
-  EXPECT_EQ(rig.action(QStringLiteral("TBCopy"))->toolTip(), QStringLiteral("复制"));
-  EXPECT_EQ(rig.action(QStringLiteral("TBClose"))->toolTip(), QStringLiteral("退出"));
-  // Print is handled by key but has no menu item of its own.
-  for (QAction* top : rig.window()->findChild<QMenuBar*>()->actions())
-    for (QAction* item : top->menu()->actions())
-      EXPECT_NE(item->objectName(), QStringLiteral("mnuFilePrint"));
-}
-
 TEST(ComposeWindow, ABatchOfThreeMovesAndHoldsAtItsEnds) {
   ComposeRig rig;
-  openThree(rig);
+  rig.openBatch({QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
+                 QStringLiteral("c@kvmail.test")});
   EXPECT_EQ(label(rig, "lblPosition"), QStringLiteral("第1封/共3封"));
   EXPECT_EQ(rig.field(1)->text(), QStringLiteral("a@kvmail.test"));
   EXPECT_EQ(rig.field(3)->text(), QStringLiteral("致甲"));
@@ -154,7 +81,8 @@ TEST(ComposeWindow, ABatchOfThreeMovesAndHoldsAtItsEnds) {
 
 TEST(ComposeWindow, DeletingDownToOneHidesTheNavigationForGood) {
   ComposeRig rig;
-  openThree(rig);
+  rig.openBatch({QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
+                 QStringLiteral("c@kvmail.test")});
   rig.prompt->answer(PromptAnswer::No);
   rig.trigger(QStringLiteral("TBDelete"));
   EXPECT_EQ(rig.window()->mailCount(), 3);
@@ -169,16 +97,17 @@ TEST(ComposeWindow, DeletingDownToOneHidesTheNavigationForGood) {
   rig.trigger(QStringLiteral("TBDelete"));  // the last of three: the position stays at the end
   EXPECT_EQ(label(rig, "lblPosition"), QStringLiteral("第2封/共2封"));
   EXPECT_EQ(rig.field(3)->text(), QStringLiteral("致乙"));
-  for (const char* key : {"mnuMail3", "mnuMailPrior", "mnuMailNext", "mnuFileDelete", "TBs5",
-                          "TBPrior", "TBNext", "TBDelete"})
-    EXPECT_TRUE(rig.action(QLatin1String(key))->isVisible()) << key;
+  const auto navigation = [&rig](bool visible) {
+    for (const char* key : {"mnuMail3", "mnuMailPrior", "mnuMailNext", "mnuFileDelete", "TBs5",
+                            "TBPrior", "TBNext", "TBDelete"})
+      EXPECT_EQ(rig.action(QLatin1String(key))->isVisible(), visible) << key;
+  };
+  navigation(true);
 
   rig.trigger(QStringLiteral("mnuFileDelete"));
   EXPECT_EQ(label(rig, "lblPosition"), QStringLiteral("第1封/共1封"));
   EXPECT_EQ(rig.field(1)->text(), QStringLiteral("a@kvmail.test"));
-  for (const char* key : {"mnuMail3", "mnuMailPrior", "mnuMailNext", "mnuFileDelete", "TBs5",
-                          "TBPrior", "TBNext", "TBDelete"})
-    EXPECT_FALSE(rig.action(QLatin1String(key))->isVisible()) << key;
+  navigation(false);
   // The last mail is never deleted, even after Yes.
   rig.window()->m_cMenu_Click(QStringLiteral("mnuFileDelete"));
   EXPECT_EQ(rig.window()->mailCount(), 1);
@@ -225,7 +154,7 @@ TEST(ComposeWindow, CloseAsksOnlyWhenSomethingChanged) {
   rig.trigger(QStringLiteral("TBClose"));
   EXPECT_FALSE(rig.window()->isVisible());
   EXPECT_EQ(unload.size(), 2);
-  EXPECT_EQ(rig.mailRows(), 0);
+  EXPECT_EQ(rig.count(), 0);
 }
 
 TEST(ComposeWindow, YesOnCloseStoresAndAFailedCheckKeepsTheWindow) {
@@ -237,7 +166,12 @@ TEST(ComposeWindow, YesOnCloseStoresAndAFailedCheckKeepsTheWindow) {
   rig.window()->close();
   EXPECT_TRUE(rig.window()->isVisible());
   EXPECT_EQ(rig.prompt->messages().last(), QStringLiteral("第1封邮件,收件人为空"));
-  EXPECT_EQ(rig.mailRows(), 0);
+  rig.field(1)->setText(QStringLiteral("客户 <kehu@kvmail.test"));  // a failure, not a check
+  rig.prompt->answer(PromptAnswer::Yes);
+  rig.window()->close();
+  EXPECT_TRUE(rig.prompt->messages().last().startsWith(QStringLiteral("IsCanSave:")));
+  EXPECT_TRUE(rig.window()->isVisible());
+  EXPECT_EQ(rig.count(), 0);
 
   rig.field(1)->setText(QStringLiteral("kehu@kvmail.test"));
   rig.prompt->answer(PromptAnswer::Yes);
@@ -274,10 +208,8 @@ TEST(ComposeWindow, AttachmentsAreInsertedOpenedAndRemoved) {
   rig.prompt->answerOpenFiles({});  // cancelled: nothing happens
   rig.trigger(QStringLiteral("mnuMailTattach"));
   EXPECT_FALSE(shown(rig, "LView"));
-  const auto dialog = rig.prompt->records(Kind::OpenFiles).first();
-  EXPECT_EQ(dialog.title, QStringLiteral("插入附件"));
-  EXPECT_EQ(dialog.filter, QStringLiteral("所有文件(*.*)|*.*"));
-  EXPECT_EQ(dialog.folder, kvmail::GetSystemPath(QStringLiteral("Mydocuments")));
+  EXPECT_EQ(rig.prompt->records(Kind::OpenFiles).first().folder,
+            kvmail::GetSystemPath(QStringLiteral("Mydocuments")));
   EXPECT_FALSE(rig.window()->isModified());
 
   rig.attach(quote);
@@ -287,8 +219,6 @@ TEST(ComposeWindow, AttachmentsAreInsertedOpenedAndRemoved) {
   EXPECT_TRUE(shown(rig, "lblAttach"));
   EXPECT_TRUE(rig.window()->isModified());
   auto* list = rig.window()->findChild<QTreeWidget*>(QStringLiteral("LView"));
-  EXPECT_EQ(list->headerItem()->text(0), QStringLiteral("文件名"));
-  EXPECT_EQ(list->headerItem()->text(1), QStringLiteral("文件路径"));
   ASSERT_EQ(list->topLevelItemCount(), 2);
   EXPECT_EQ(list->topLevelItem(0)->text(0), QStringLiteral("报价单.xlsx"));
   EXPECT_EQ(list->topLevelItem(0)->text(1), quote);
@@ -327,25 +257,18 @@ TEST(ComposeWindow, BodyIsLoadedAndSavedThroughTheDialogs) {
                                                       "\xbf\xcd\xbb\xa7</p></body></html>"));
   rig.prompt->answerOpenFiles({html});
   rig.trigger(QStringLiteral("TBAddHtml"));
-  const auto open = rig.prompt->records(Kind::OpenFiles).first();
-  EXPECT_EQ(open.title, QStringLiteral("添加正文"));
-  EXPECT_EQ(open.filter,
-            QStringLiteral(" All Web Files (*.asp, *.asa, *.pl, *.htm, *.html, *.css) | *.asp; "
-                           "*.asa; *.pl; *.htm; *.html; *.css; | Asp files (*.asp) | *.asp; | Asa "
-                           "files (*.asa) | *.asa; | Htm files (*.htm) | *.htm | Html files "
-                           "(*.html) | *.html; | Perl files (*.pl) | *.pl; | Style Sheets (*.css) "
-                           "| *.css; | All files (*.*)|*.*"));
-  EXPECT_EQ(open.folder, kvmail::GetSystemPath(QStringLiteral("Mydocuments")));
+  EXPECT_EQ(rig.prompt->records(Kind::OpenFiles).first().filter, kvmail::compose::addBodyFilter());
+  EXPECT_EQ(rig.prompt->records(Kind::OpenFiles).first().folder,
+            kvmail::GetSystemPath(QStringLiteral("Mydocuments")));
   EXPECT_EQ(rig.window()->editor()->toPlainText(), QStringLiteral("您好，客户"));
   EXPECT_TRUE(rig.window()->isModified());
 
   const QString target = rig.path(QStringLiteral("saved"));  // no extension: html is added
   rig.prompt->answerSaveFile(target);
   rig.trigger(QStringLiteral("mnuFileSaveHtml"));
-  const auto save = rig.prompt->records(Kind::SaveFile).first();
-  EXPECT_EQ(save.title, QStringLiteral("保存正文"));
-  EXPECT_EQ(save.filter, QStringLiteral("Html files (*.html)|*.html|All files (*.*)|*.*"));
-  EXPECT_TRUE(save.folder.endsWith(QStringLiteral("/正文另存为.html")));
+  EXPECT_TRUE(rig.prompt->records(Kind::SaveFile)
+                  .first()
+                  .folder.endsWith(QStringLiteral("/正文另存为.html")));
   const QByteArray written = kvtest::readAll(target + QStringLiteral(".html"));
   EXPECT_TRUE(QString::fromUtf8(written).contains(QStringLiteral("您好，客户")));
 }
@@ -369,7 +292,7 @@ TEST(ComposeWindow, EditingCommandsReachTheBodyEditor) {
   EXPECT_FALSE(editor->ExecCommand(5999));  // a command the editor does not know
 }
 
-TEST(ComposeWindow, PrintWritesTheShownMailAndTheServicePrintsIt) {
+TEST(ComposeWindow, PrintWritesTheShownMailToATextFile) {
   ComposeRig rig;
   rig.mail->NewMail();
   rig.field(1)->setText(QStringLiteral("kehu@kvmail.test"));
@@ -377,8 +300,11 @@ TEST(ComposeWindow, PrintWritesTheShownMailAndTheServicePrintsIt) {
   rig.window()->editor()->setPlainText(QStringLiteral("打印的正文"));
   QSignalSpy print(rig.window(), &kvmail::FrmNewMail::DoPrint);
   rig.window()->cToolbar1_ButtonClick(QStringLiteral("TBPrint"));
-  rig.trigger(QStringLiteral("mnuFilePrint"));
+  rig.trigger(QStringLiteral("mnuFilePrint"));  // a key without a menu item of its own
   ASSERT_EQ(print.size(), 2);
+  for (QAction* top : rig.window()->findChild<QMenuBar*>()->actions())
+    for (QAction* item : top->menu()->actions())
+      EXPECT_NE(item->objectName(), QStringLiteral("mnuFilePrint"));
   const QString path = print[1][0].toString();
   EXPECT_TRUE(path.startsWith(kvmail::tempFilePath(QStringLiteral("selfPrint/"))));
   EXPECT_TRUE(path.endsWith(QStringLiteral(".txt")));
@@ -386,8 +312,6 @@ TEST(ComposeWindow, PrintWritesTheShownMailAndTheServicePrintsIt) {
   EXPECT_TRUE(text.contains(QStringLiteral("打印的主题")));
   EXPECT_TRUE(text.contains(QStringLiteral("打印的正文")));
   EXPECT_TRUE(text.contains(QStringLiteral("kehu@kvmail.test")));
-  ASSERT_EQ(rig.prompt->count(Kind::PrintFile), 2);
-  EXPECT_TRUE(QFile::exists(path + QStringLiteral(".pdf")));
 }
 
 TEST(ComposeWindow, FailuresOfACommandAreShownWithItsRoutinesName) {
@@ -400,21 +324,7 @@ TEST(ComposeWindow, FailuresOfACommandAreShownWithItsRoutinesName) {
   rig.trigger(QStringLiteral("mnuMailSend"));
   EXPECT_TRUE(rig.prompt->messages().last().startsWith(QStringLiteral("m_cMenu_Click：")));
   EXPECT_TRUE(rig.window()->isVisible());
-  EXPECT_EQ(rig.mailRows(), 0);
-}
-
-TEST(ComposeWindow, AddressBookCommandIsASeamThatReplacesTheToField) {
-  ComposeRig rig;
-  rig.mail->NewMail();
-  QSignalSpy asked(rig.window(), &kvmail::FrmNewMail::AddressBookRequested);
-  for (const char* key : {"TBTdxb", "mnuMailTdxb"}) {
-    QTimer::singleShot(0, rig.window(), [&] { rig.window()->addressBook()->close(); });
-    rig.trigger(QLatin1String(key));
-  }
-  EXPECT_EQ(asked.size(), 2);
-  rig.field(1)->setText(QStringLiteral("old@kvmail.test"));
-  rig.window()->moFrmDxb_EvHasReturn(QStringLiteral("a@kvmail.test;b@kvmail.test"));
-  EXPECT_EQ(rig.field(1)->text(), QStringLiteral("a@kvmail.test;b@kvmail.test"));
+  EXPECT_EQ(rig.count(), 0);
 }
 
 TEST(ComposeWindow, ABrokenBundleIsReportedByTheInitialiserAndANewMailStillWorks) {
@@ -433,17 +343,6 @@ TEST(ComposeWindow, ABrokenBundleIsReportedByTheInitialiserAndANewMailStillWorks
   EXPECT_EQ(returned.size(), 1);
 }
 
-TEST(ComposeWindow, AFailureWhileSavingOnCloseIsShownAndKeepsTheWindow) {
-  ComposeRig rig;
-  rig.mail->NewMail();
-  rig.field(1)->setText(QStringLiteral("客户 <kehu@kvmail.test"));
-  rig.prompt->answer(PromptAnswer::Yes);
-  rig.window()->close();
-  EXPECT_TRUE(rig.prompt->messages().last().startsWith(QStringLiteral("IsCanSave:")));
-  EXPECT_TRUE(rig.window()->isVisible());
-  EXPECT_EQ(rig.mailRows(), 0);
-}
-
 TEST(ComposeWindow, AMailOpenedWhileTheLastOneIsSendingIsNotClosedByThatSend) {
   ComposeRig rig;
   rig.mail->NewMail();
@@ -455,7 +354,7 @@ TEST(ComposeWindow, AMailOpenedWhileTheLastOneIsSendingIsNotClosedByThatSend) {
   rig.trigger(QStringLiteral("TBSend"));
   EXPECT_TRUE(rig.window()->isVisible());
   EXPECT_EQ(rig.field(3)->text(), QString());
-  EXPECT_EQ(rig.mailRows(), 1);
+  EXPECT_EQ(rig.count(), 1);
   // The send hid the window first: no question about the stored mail came up.
   EXPECT_TRUE(rig.prompt->messages().filter(QStringLiteral("是否保存邮件")).isEmpty());
 }

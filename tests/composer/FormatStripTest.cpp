@@ -2,11 +2,9 @@
 // the link and picture prompts go through the scripted prompt, and the strip follows the caret.
 #include <gtest/gtest.h>
 
-#include <QAction>
 #include <QComboBox>
 #include <QImage>
 #include <QSignalSpy>
-#include <QTextBlock>
 #include <QTextCursor>
 #include <QTextList>
 
@@ -117,66 +115,64 @@ TEST(FormatStrip, TogglesGoOffAgainAndShowTheirStateAtTheCaret) {
   EXPECT_EQ(s.formatAt(6).fontWeight(), QFont::Normal);
 }
 
-TEST(FormatStrip, ColoursComeFromTheDialogAndCancelChangesNothing) {
-  for (const char* key : {"forecolor", "backcolor"}) {
+// The colour dialog and the link prompt: cancelled they change nothing, answered they apply.
+TEST(FormatStrip, ColoursAndLinksComeFromTheirDialogsAndCancelChangesNothing) {
+  struct Row {
+    const char* key;
+    Kind dialog;
+    int command;
+    std::function<void(kvtest::ScriptedPrompt&)> answer;
+    std::function<bool(const QTextCharFormat&)> done;
+  };
+  const QColor red(200, 0, 0);
+  const QString link = QStringLiteral("https://kvmail.test/价格");
+  const QList<Row> rows = {
+      {"forecolor", Kind::PickColour, 5046, [&](auto& p) { p.answerColour(red); },
+       [&](const QTextCharFormat& f) { return f.foreground().color() == red; }},
+      {"backcolor", Kind::PickColour, 5042, [&](auto& p) { p.answerColour(red); },
+       [&](const QTextCharFormat& f) { return f.background().color() == red; }},
+      {"internet", Kind::InputText, 5016, [&](auto& p) { p.answerText(link); },
+       [&](const QTextCharFormat& f) { return f.anchorHref() == link; }},
+  };
+  for (const Row& row : rows) {
     Strip s;
     s.selectTwo();
     const QString before = s.editor->toHtml();
-    s.click(key);  // the scripted dialog is cancelled
-    EXPECT_EQ(s.prompt->count(Kind::PickColour), 1) << key;
-    EXPECT_TRUE(s.sent.isEmpty()) << key;
-    EXPECT_EQ(s.editor->toHtml(), before) << key;
+    s.click(row.key);  // the scripted dialog is cancelled
+    EXPECT_EQ(s.prompt->count(row.dialog), 1) << row.key;
+    EXPECT_TRUE(s.sent.isEmpty()) << row.key;
+    EXPECT_EQ(s.editor->toHtml(), before) << row.key;
 
-    s.prompt->answerColour(QColor(200, 0, 0));
-    s.click(key);
-    const bool fore = QLatin1String(key) == QLatin1String("forecolor");
-    EXPECT_EQ(s.commands(), QList<int>{fore ? 5046 : 5042}) << key;
-    const QTextCharFormat f = s.formatAt(6);
-    EXPECT_EQ(fore ? f.foreground().color() : f.background().color(), QColor(200, 0, 0)) << key;
+    row.answer(*s.prompt);
+    s.click(row.key);
+    EXPECT_EQ(s.commands(), QList<int>{row.command}) << row.key;
+    EXPECT_TRUE(row.done(s.formatAt(6))) << row.key;
   }
 }
 
-TEST(FormatStrip, FontListsStartAtSongtiThreeAndFollowTheCaret) {
+TEST(FormatStrip, FontListsStartAtSongtiThreeFollowTheCaretAndSendOnlyAChange) {
   Strip s;
-  EXPECT_EQ(s.strip->fontNames()->currentText(), QStringLiteral("宋体"));
-  EXPECT_EQ(s.strip->fontNames()->itemText(0), QStringLiteral("宋体"));
-  EXPECT_EQ(s.strip->fontSizes()->currentText(), QStringLiteral("3"));
-  s.editor->setDocumentHtml(
-      QStringLiteral("<p>plain <span style=\"font-family:'黑体'; font-size:18pt\">big</span></p>"));
-  s.caretAt(8);
-  EXPECT_EQ(s.strip->fontNames()->currentText(), QStringLiteral("黑体"));
-  EXPECT_EQ(s.strip->fontSizes()->currentText(), QStringLiteral("5"));
-}
-
-TEST(FormatStrip, ChoosingTheCurrentFontSendsNothingAndAnotherSendsOneCommand) {
-  Strip s;
-  s.selectTwo();
   QComboBox* names = s.strip->fontNames();
   QComboBox* sizes = s.strip->fontSizes();
-  Q_EMIT names->activated(names->findText(QStringLiteral("宋体")));
+  EXPECT_EQ(names->currentText(), QStringLiteral("宋体"));
+  EXPECT_EQ(names->itemText(0), QStringLiteral("宋体"));
+  EXPECT_EQ(sizes->currentText(), QStringLiteral("3"));
+  s.selectTwo();
+  Q_EMIT names->activated(names->findText(QStringLiteral("宋体")));  // the current: nothing
   Q_EMIT sizes->activated(sizes->findText(QStringLiteral("3")));
   EXPECT_TRUE(s.sent.isEmpty());
-
   Q_EMIT names->activated(names->findText(QStringLiteral("黑体")));
   Q_EMIT sizes->activated(sizes->findText(QStringLiteral("6")));
   ASSERT_EQ(s.commands(), (QList<int>{5044, 5045}));
   EXPECT_EQ(s.sent[0][1].toString(), QStringLiteral("黑体"));
   EXPECT_EQ(s.formatAt(6).fontFamilies().toStringList(), QStringList{QStringLiteral("黑体")});
   EXPECT_EQ(s.formatAt(6).fontPointSize(), 24);
-}
 
-TEST(FormatStrip, LinkAsksForTheAddressAndCancelAddsNothing) {
-  Strip s;
-  s.selectTwo();
-  s.click("internet");
-  EXPECT_EQ(s.prompt->count(Kind::InputText), 1);
-  EXPECT_TRUE(s.sent.isEmpty());
-  EXPECT_FALSE(s.editor->toHtml().contains(QStringLiteral("href")));
-
-  s.prompt->answerText(QStringLiteral("https://kvmail.test/价格"));
-  s.click("internet");
-  EXPECT_EQ(s.commands(), QList<int>{5016});
-  EXPECT_EQ(s.formatAt(6).anchorHref(), QStringLiteral("https://kvmail.test/价格"));
+  s.editor->setDocumentHtml(
+      QStringLiteral("<p>plain <span style=\"font-family:'楷体'; font-size:18pt\">big</span></p>"));
+  s.caretAt(8);
+  EXPECT_EQ(names->currentText(), QStringLiteral("楷体"));
+  EXPECT_EQ(sizes->currentText(), QStringLiteral("5"));
 }
 
 TEST(FormatStrip, APictureIsShownFromItsFileAndAFileThatIsNoPictureIsRefused) {

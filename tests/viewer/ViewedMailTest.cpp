@@ -6,11 +6,8 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QTextDocument>
-#include <QTreeWidget>
 
-#include "TestEnv.h"
 #include "ViewerRig.h"
-#include "viewer/FrmMail.h"
 #include "viewer/ViewedMail.h"
 
 using kvtest::ViewerRig;
@@ -64,6 +61,8 @@ TEST(ViewedMailBadInput, AMissingOrEmptyStoredFileShowsTheHeaderAndNoBody) {
   }
 }
 
+// What the parser makes of truncated, headerless and GB18030 mail is the MIME reader's test;
+// here the breaks only the viewer meets.
 TEST(ViewedMailBadInput, BrokenMailShowsWhatCanBeRead) {
   struct Case {
     QString file;
@@ -80,15 +79,6 @@ TEST(ViewedMailBadInput, BrokenMailShowsWhatCanBeRead) {
        QStringLiteral("没有结尾的邮件"),
        QStringLiteral("正文还在"),
        {"0k|cut.bin"}},
-      {"mime/truncated.eml",
-       QStringLiteral("截断的邮件"),
-       QStringLiteral("正文完整"),
-       {"0k|data.bin"}},
-      {"mime/no_headers.eml", QString(), QStringLiteral("这不是邮件头"), {}},
-      {"mime/gb18030_plain.eml",
-       QStringLiteral("plain"),
-       QStringLiteral("第一行 <b>&\n第二行 𠀀 €"),
-       {}},
   };
   for (const Case& c : cases) {
     ViewerRig rig;
@@ -119,13 +109,13 @@ TEST(ViewedMailBadInput, GarbageBytesNeverCrashTheViewer) {
 TEST(ViewedMailBadInput, AttachmentNamesNeverLeadOutOfTheTempFolder) {
   ViewerRig rig;
   QFile::remove(QStringLiteral("/tmp/kvmail-absolute.txt"));
-  const QString outside = QDir(rig.tempDir()).absoluteFilePath(QStringLiteral("../../escape.txt"));
+  const QString outside = QDir(rig.folder()).absoluteFilePath(QStringLiteral("../../escape.txt"));
   QFile::remove(outside);
   const long id = rig.storeData(QStringLiteral("viewer/path_names.eml"));
   rig.show(id);
   ASSERT_EQ(rig.list()->topLevelItemCount(), 3);
   const QString folder = kvmail::viewedAttachmentFolder(id);
-  EXPECT_TRUE(folder.startsWith(rig.tempDir() + u'/'));
+  EXPECT_TRUE(folder.startsWith(rig.folder() + u'/'));
   QStringList names;
   for (const QString& path : rig.rowPaths()) {
     EXPECT_EQ(QFileInfo(path).absolutePath(), QDir(folder).absolutePath()) << path.toStdString();
@@ -136,8 +126,8 @@ TEST(ViewedMailBadInput, AttachmentNamesNeverLeadOutOfTheTempFolder) {
   EXPECT_FALSE(QFile::exists(QStringLiteral("/tmp/kvmail-absolute.txt")));
   EXPECT_FALSE(QFile::exists(outside));
   // Everything the viewer wrote is inside the temporary folder.
-  QDirIterator it(rig.tempDir(), QDir::Files, QDirIterator::Subdirectories);
-  while (it.hasNext()) EXPECT_TRUE(it.next().startsWith(rig.tempDir()));
+  QDirIterator it(rig.folder(), QDir::Files, QDirIterator::Subdirectories);
+  while (it.hasNext()) EXPECT_TRUE(it.next().startsWith(rig.folder()));
 }
 
 TEST(ViewedMailBadInput, ShowingAMailAgainReplacesItsSavedAttachments) {

@@ -2,22 +2,13 @@
 
 #include <QLineEdit>
 #include <QStatusBar>
-#include <QTreeWidget>
 
 #include "TestEnv.h"
 
 namespace kvtest {
 
 ViewerRig::ViewerRig() {
-  kvmail::host::AccountSeed seed;
-  seed.userId = QStringLiteral("7");
-  seed.name = QStringLiteral("公司邮箱");
-  seed.userName = QStringLiteral("nobody");
-  seed.fromName = QStringLiteral("销售部");
-  seed.fromAddress = QStringLiteral("sales@kvmail.test");
-  seed.pop3 = QStringLiteral("127.0.0.1");
-  seed.smtp = QStringLiteral("127.0.0.1");
-  seedAccount(seed);
+  seedAccount(true, false);
   mail->Init(host, 1);
 }
 

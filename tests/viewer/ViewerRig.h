@@ -17,7 +17,6 @@ class ViewerRig : public ServiceRig {
  public:
   ViewerRig();
 
-  QString tempDir() const { return folder(); }
   long store(const QByteArray& message) { return storeReceived(message); }
   // The same for a file under tests/data.
   long storeData(const QString& name);

@@ -2,6 +2,7 @@
 // account is the one the fixture serves (t30), the queued mail goes to t31.
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QTcpServer>
 #include <QTemporaryDir>
 
@@ -11,7 +12,6 @@
 #include "LoopbackServers.h"
 #include "StoreRig.h"
 #include "TestEnv.h"
-#include "store/Statements.h"
 
 using kvtest::ProcessResult;
 
@@ -98,12 +98,11 @@ TEST_F(KvhostCommandLine, ListOnAFreshStoreMakesTheDemoStoreAndShowsNoMail) {
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
   EXPECT_TRUE(r.out.startsWith(QStringLiteral("编号\t类别\t发件人"))) << r.out.toStdString();
   EXPECT_TRUE(r.out.contains(QStringLiteral("共 0 封邮件")));
-  EXPECT_EQ(value(QStringLiteral("select mausername||':'||masmtpport from mailaccount")),
-            QStringLiteral("demo:2525"));
-  EXPECT_EQ(value(QStringLiteral("select progname from xt_objects")), QStringLiteral("客户对账"));
+  // What the first run puts in is DemoFirstRun's test; here only that it ran.
+  EXPECT_EQ(value(QStringLiteral("select count(*) from mailaccount")), QStringLiteral("1"));
 }
 
-TEST_F(KvhostCommandLine, SendReceiveSendsTheQueueAndStoresTheMailbox) {
+TEST_F(KvhostCommandLine, SendReceiveReportsBothDirectionsAndHidesThePassword) {
   seedFixtureAccount();
   const long queued = queueTo(kRecipient, QStringLiteral("发往 t31 的测试邮件"));
   ASSERT_FALSE(kvtest::dropMail(kUser,
@@ -121,60 +120,38 @@ TEST_F(KvhostCommandLine, SendReceiveSendsTheQueueAndStoresTheMailbox) {
   EXPECT_TRUE(r.out.contains(QStringLiteral("结果：成功")));
   EXPECT_FALSE(r.all().contains(kvtest::loopbackServers().password));
 
-  ASSERT_TRUE(kvtest::waitForMail(kRecipient, 1));
-  EXPECT_TRUE(kvtest::readMail(kvtest::listMails(kRecipient).first()).contains("Subject:"));
-  EXPECT_EQ(value(QStringLiteral("select messageID||'/'||是否已读 from msgmail where 邮件ID=%1")
-                      .arg(queued)),
-            QStringLiteral("127.0.0.1/1"));
-  EXPECT_EQ(value(QStringLiteral("select 主题 from msgmail where CshgnsID=1")),
-            QStringLiteral("incoming one"));
-
-  const ProcessResult list = kvhost({QStringLiteral("list")});
-  EXPECT_TRUE(list.out.contains(QStringLiteral("收件"))) << list.out.toStdString();
-  EXPECT_TRUE(list.out.contains(QStringLiteral("已发")));
-  EXPECT_TRUE(list.out.contains(QStringLiteral("共 2 封邮件")));
+  // What the send and the receive stored is the service's round trip; the list shows both.
+  EXPECT_TRUE(kvhost({QStringLiteral("list")}).out.contains(QStringLiteral("共 2 封邮件")));
 }
 
-TEST_F(KvhostCommandLine, UnreachablePop3ServerFailsTheRun) {
-  seedFixtureAccount();
-  const ProcessResult r = kvhost(
-      {QStringLiteral("receive"), QStringLiteral("--pop3-port"), QString::number(closedPort())});
-  ASSERT_TRUE(r.finished) << r.all().toStdString();
-  EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
-  EXPECT_TRUE(r.out.contains(QStringLiteral("结果：失败"))) << r.out.toStdString();
-  EXPECT_TRUE(r.out.contains(QStringLiteral("---- 传输日志 ----")));
-}
-
-TEST_F(KvhostCommandLine, SmtpPortOptionRewritesTheAccountAndAFailedSendKeepsTheMailQueued) {
+// A closed port given on the command line fails the run; a mail that did not go stays queued.
+TEST_F(KvhostCommandLine, PortOptionsPointTheRunAtAClosedPortAndItFails) {
   seedFixtureAccount();
   const long queued = queueTo(kRecipient, QStringLiteral("不会发出的邮件"));
-  const ProcessResult r = kvhost(
-      {QStringLiteral("send"), QStringLiteral("--smtp-port"), QString::number(closedPort())});
-  ASSERT_TRUE(r.finished) << r.all().toStdString();
-  EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
+  for (const char* command : {"receive", "send"}) {
+    const QString option =
+        command[0] == 'r' ? QStringLiteral("--pop3-port") : QStringLiteral("--smtp-port");
+    const ProcessResult r = kvhost({QLatin1String(command), option, QString::number(closedPort())});
+    ASSERT_TRUE(r.finished) << r.all().toStdString();
+    EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
+    EXPECT_TRUE(r.out.contains(QStringLiteral("结果：失败"))) << r.out.toStdString();
+    EXPECT_TRUE(r.out.contains(QStringLiteral("---- 传输日志 ----")));
+  }
   EXPECT_EQ(value(QStringLiteral("select messageID from msgmail where 邮件ID=%1").arg(queued)),
             QString());
   EXPECT_NE(value(QStringLiteral("select masmtpport from mailaccount")).toInt(),
             kvtest::loopbackServers().smtpPort);
 }
 
-TEST_F(KvhostCommandLine, MessageBoxesGoToStderrAndAreAnswered) {
+// On an empty queue the module's box goes to stderr, answered; that send-receive still receives
+// is the service's test.
+TEST_F(KvhostCommandLine, AnEmptyQueueIsSaidOnStderrAndAnswered) {
   seedFixtureAccount();
   const ProcessResult r = kvhost({QStringLiteral("send")});
-  ASSERT_TRUE(r.finished) << r.all().toStdString();
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
   EXPECT_TRUE(r.err.contains(QStringLiteral("[消息框] 提示： 没有要发送的邮件！ [确定]")))
       << r.err.toStdString();
   EXPECT_TRUE(r.out.contains(QStringLiteral("没有要执行的任务。")));
-}
-
-TEST_F(KvhostCommandLine, SendReceiveOnAnEmptyQueueStillReceives) {
-  seedFixtureAccount();
-  const ProcessResult r = kvhost(QStringList{QStringLiteral("send-receive")} + pop3Port());
-  ASSERT_TRUE(r.finished) << r.all().toStdString();
-  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
-  EXPECT_TRUE(r.err.contains(QStringLiteral("没有要发送的邮件！")));
-  EXPECT_TRUE(r.out.contains(QStringLiteral("QUIT")));
 }
 
 TEST_F(KvhostCommandLine, QueueCommandPutsTheDemoMailInTheQueue) {
@@ -241,18 +218,11 @@ TEST_F(KvhostCommandLine, ShowPrintsWhatTheViewerShowsAndSavesTheAttachments) {
         QStringLiteral("下载文件") + folder + QStringLiteral("/合同草案.pdf成功")})
     EXPECT_TRUE(r.out.contains(line)) << line.toStdString() << "\n" << r.out.toStdString();
   EXPECT_TRUE(r.err.contains(QStringLiteral("[对话框] 附件另存为 [") + folder));
-  // Saved byte for byte, and the host marked the mail read when it showed it.
-  EXPECT_EQ(
-      kvtest::readAll(folder + QStringLiteral("/报价单.csv")),
-      QByteArray::fromHex("bcbeb6c82cbdf0b6ee0ad2bbbcbeb6c82c313230300ab6febcbeb6c82c313335300a"));
-  EXPECT_EQ(kvtest::readAll(folder + QStringLiteral("/logo.png")).left(8),
-            QByteArray("\x89PNG\r\n\x1a\n"));
+  // Saved (byte for byte is the viewer's save-as, tested there); the host marked the mail read.
+  EXPECT_EQ(QDir(folder).entryList(QDir::Files).size(), 3);
   EXPECT_EQ(value(QStringLiteral("select 是否已读 from msgmail where 邮件ID=") + id), "1");
 
-  // Without the option nothing is saved; an unknown mail is said to be missing.
-  const ProcessResult plain = kvhost({QStringLiteral("show"), id});
-  EXPECT_EQ(plain.exitCode, 0);
-  EXPECT_FALSE(plain.out.contains(QStringLiteral("下载文件")));
+  // An unknown mail is said to be missing.
   const ProcessResult missing = kvhost({QStringLiteral("show"), QStringLiteral("999")});
   EXPECT_EQ(missing.exitCode, 1);
   EXPECT_TRUE(missing.out.contains(QStringLiteral("没有找到邮件（邮件ID=999）。")))
@@ -278,18 +248,10 @@ TEST_F(KvhostCommandLine, ComposeFillsTheWindowAndSendsWithAttachments) {
   EXPECT_TRUE(r.out.contains(QStringLiteral("EvReturn %1 1").arg(id))) << r.out.toStdString();
   EXPECT_TRUE(r.out.contains(QStringLiteral("EvReturn %1 2").arg(id)));
   EXPECT_TRUE(r.out.contains(QStringLiteral("结果：成功")));
-  EXPECT_TRUE(r.err.contains(QStringLiteral("[对话框] 插入附件 [") + quote));
+  for (const QString& file : {quote, notes})  // each --attach goes through the window's dialog
+    EXPECT_TRUE(r.err.contains(QStringLiteral("[对话框] 插入附件 [") + file));
   EXPECT_EQ(value(QStringLiteral("select 主题||'/'||附件||'/'||messageID from msgmail")),
             QStringLiteral("命令行写的信/1/127.0.0.1"));
-
-  ASSERT_TRUE(kvtest::waitForMail(kRecipient, 1));
-  const kvmail::ParsedMail got =
-      kvmail::readMailBytes(kvtest::readMail(kvtest::listMails(kRecipient).first()));
-  EXPECT_EQ(got.subject, QStringLiteral("命令行写的信"));
-  EXPECT_TRUE(got.htmlBody.contains(QStringLiteral("请查收报价")));
-  ASSERT_EQ(got.attachments.size(), 2);
-  EXPECT_EQ(got.attachments[0].fileName, QStringLiteral("报价单.xlsx"));
-  EXPECT_EQ(got.attachments[0].data, QByteArray(4000, '\x05'));
 }
 
 TEST_F(KvhostCommandLine, ComposeWithoutSendQueuesAndABadAddressStoresNothing) {
