@@ -1,10 +1,17 @@
-// Loading the account: the user's own, else the default, with the flags read as they always were.
+// Loading the account: the user's own, else the default, with the flags read as they always were,
+// and the optional settings columns: read when the table has them, the plain behaviour when it
+// does not, and added to a store made before they existed.
+#include <QSqlDatabase>
+#include <QSqlQuery>
+
 #include "StoreRig.h"
 #include "model/clsAccount.h"
 #include "store/MailStore.h"
 
 using kvmail::clsAccount;
 using kvmail::host::AccountSeed;
+using kvmail::host::HostOptions;
+using kvmail::host::SqlHostSystem;
 
 namespace {
 
@@ -23,6 +30,7 @@ class AccountLoading : public kvtest::StoreTest {
             .fromName = "发件人" + n,
             .fromAddress = "from" + n + "@example.com",
             .pop3 = "pop" + n + ".example.com",
+            .pop3Port = int(11000 + maid),
             .notDelete = 1,
             .afterDayDelete = 1,
             .deleteDay = 14,
@@ -45,11 +53,12 @@ class AccountLoading : public kvtest::StoreTest {
 TEST_F(AccountLoading, EveryFieldFromTheUsersAccount) {
   ASSERT_EQ(rig.seedAccount(full(1, QStringLiteral("7"))), QString());
   const clsAccount a = loaded();
-  EXPECT_EQ((QStringList{a.sName, a.sSmtp, a.sFrom, a.sFromAddress, a.sUserName, a.sPassword,
-                         a.sReplyTo, a.sPop3, QString::number(a.lSmtpPort),
-                         QString::number(a.lDeleteDay), QString::number(a.lProgID)}),
-            (QStringList{"account1", "smtp1.example.com", "发件人1", "from1@example.com", "user1",
-                         "pw1", "reply1@example.com", "pop1.example.com", "2525", "14", "12"}));
+  EXPECT_EQ(
+      (QStringList{a.sName, a.sSmtp, a.sFrom, a.sFromAddress, a.sUserName, a.sPassword, a.sReplyTo,
+                   a.sPop3, QString::number(a.lSmtpPort), QString::number(a.lDeleteDay),
+                   QString::number(a.lProgID), QString::number(a.lPop3Port)}),
+      (QStringList{"account1", "smtp1.example.com", "发件人1", "from1@example.com", "user1", "pw1",
+                   "reply1@example.com", "pop1.example.com", "2525", "14", "12", "11001"}));
   EXPECT_FALSE(a.bIsDelete);
   EXPECT_TRUE(a.bIsAfterdayDelete);
   EXPECT_TRUE(a.bIsOut);
@@ -77,7 +86,7 @@ TEST_F(AccountLoading, DefaultAccountWhenTheUserHasNoneAndNothingWithoutOne) {
   AccountSeed fallback = full(2, QString());
   fallback.isDefault = true;
   ASSERT_EQ(rig.seedAccount(fallback), QString());
-  EXPECT_EQ(loaded().sName, QStringLiteral("account2"));
+  EXPECT_EQ(loaded().sName + QString::number(loaded().lPop3Port), QStringLiteral("account211002"));
   // A user id the store cannot even compare falls back the same way.
   rig.host->setCurrentUser(QString(), QString());
   EXPECT_EQ(loaded().sName, QStringLiteral("account2"));
@@ -115,13 +124,80 @@ TEST_F(AccountLoading, FlagAsymmetryAndNulls) {
   AccountSeed s = full(maid, QStringLiteral("7"));
   s.smtpPort = QVariant();
   s.deleteDay = QVariant();
+  s.pop3Port = 70000;  // nonsense in the column means the standard port
   ASSERT_EQ(rig.host->execute(QStringLiteral("delete from mailaccountuser")), QString());
   ASSERT_EQ(rig.seedAccount(s), QString());
   ASSERT_EQ(rig.host->execute(QStringLiteral("update mailaccount set mapassword=null,maname=null")),
             QString());
   const clsAccount a = loaded();
-  EXPECT_EQ(a.lSmtpPort, 0);
-  EXPECT_EQ(a.lDeleteDay, 0);
+  EXPECT_EQ(a.lSmtpPort + a.lDeleteDay + a.lPop3Port, 0);
   EXPECT_EQ(a.sPassword, QString());
   EXPECT_EQ(a.sName, QString());
+}
+
+TEST_F(AccountLoading, SecurityColumnsAreReadAsTheHostWroteThem) {
+  struct Case {
+    const char* set;  // the columns' values
+    long pop3, smtp;
+    QString cert;
+  };
+  const Case cases[] = {
+      {"mapop3security=null, masmtpsecurity=null, macertfile=null", 0, 0, {}},
+      {"mapop3security=1, masmtpsecurity=2, macertfile=' /etc/kv/ca.pem '", 1, 2,
+       QStringLiteral("/etc/kv/ca.pem")},
+      // A number the sessions do not know is kept, so they refuse it rather than go plain.
+      {"mapop3security=9, masmtpsecurity=-1, macertfile=''", 9, -1, {}},
+  };
+  ASSERT_EQ(rig.seedAccount(full(1, QStringLiteral("7"))), QString());
+  for (const Case& c : cases) {
+    ASSERT_EQ(rig.host->execute(QStringLiteral("update mailaccount set ") + QLatin1String(c.set)),
+              QString());
+    clsAccount a = loaded();
+    EXPECT_EQ(QStringLiteral("%1 %2 ").arg(a.lPop3Security).arg(a.lSmtpSecurity) + a.sCertFile,
+              QStringLiteral("%1 %2 ").arg(c.pop3).arg(c.smtp) + c.cert)
+        << c.set;
+  }
+}
+
+// A store whose account table predates the settings columns.
+TEST(AccountSettings, AnOlderTableGivesThePlainBehaviourAndIsUpgradedOnOpen) {
+  QTemporaryDir dir;
+  const QString path = dir.filePath(QStringLiteral("old.db"));
+  {
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("old"));
+    db.setDatabaseName(path);
+    ASSERT_TRUE(db.open());
+    QSqlQuery q(db);
+    ASSERT_TRUE(q.exec(QStringLiteral(
+        "create table mailaccount (maid integer, masmtptype integer, maname text, mausername text,"
+        " mapassword text, masmtpservername text, mareplyemailaddress text, masmtpport integer,"
+        " mafromname text, mafromemailaddress text, mapop3servername text, maisnotdelete integer,"
+        " maisafterdaydelete integer, madeleteday integer, maisout integer, maisdefault "
+        "integer)")));
+    ASSERT_TRUE(
+        q.exec(QStringLiteral("insert into mailaccount(maid,masmtptype,maname,maisdefault)"
+                              " values(1,0,'old',1)")));
+  }
+  QSqlDatabase::removeDatabase(QStringLiteral("old"));
+  HostOptions readOnly = HostOptions::sqlite(path);
+  readOnly.readOnly = true;  // no set-up runs: the table stays as the host made it
+  {
+    SqlHostSystem host(readOnly);
+    ASSERT_EQ(host.open(), QString());
+    clsAccount account;
+    account.lPop3Port = 1234;
+    account.lPop3Security = account.lSmtpSecurity = 2;
+    ASSERT_TRUE(kvmail::MailStore(host).loadAccount(account));
+    EXPECT_EQ(account.sName, QStringLiteral("old"));
+    EXPECT_EQ(account.lPop3Port + account.lPop3Security + account.lSmtpSecurity, 0);
+  }
+  SqlHostSystem host(HostOptions::sqlite(path));
+  ASSERT_EQ(host.open(), QString());
+  EXPECT_EQ(
+      host.execute(QStringLiteral("update mailaccount set mapop3port=2110, mapop3security=2")),
+      QString());
+  clsAccount account;
+  ASSERT_TRUE(kvmail::MailStore(host).loadAccount(account));
+  EXPECT_EQ(account.lPop3Port, 2110);
+  EXPECT_EQ(account.lPop3Security, 2);
 }

@@ -155,7 +155,7 @@ TEST_F(CorpusReceive, StoredHeaderColumnsMatchPythonsReading) {
   // Each row back to its corpus file by the stored message, which is the file as served.
   const QStringList names = QString::fromUtf8(kColumns).split(QLatin1Char(','));
   QString error;
-  const auto rs = rig.host().openQuery(
+  const auto rs = rig.host->openQuery(
       QStringLiteral("select 邮件ID,%1 from msgmail").arg(QString::fromUtf8(kColumns)), &error);
   ASSERT_TRUE(rs) << error.toStdString();
   QStringList missing = paths;

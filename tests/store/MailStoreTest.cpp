@@ -101,10 +101,13 @@ TEST_F(MailStoreTest, AFailingMailOfABatchLeavesNothingStored) {
       1);
 }
 
-TEST_F(MailStoreTest, QueueReadsNewestFirstUntilMarkedSent) {
+// The queue reads newest first until marked sent. It holds keys and reads each mail when asked
+// for: a mail deleted after the queue was read comes back as nothing, to be skipped, never as a
+// stale copy.
+TEST_F(MailStoreTest, QueueReadsNewestFirstEachMailWhenAskedForUntilMarkedSent) {
   const MailStore store(*rig.host);
   StoreFailure failure;
-  for (const char* subject : {"早", "晚"}) {
+  for (const char* subject : {"早", "晚", "删"})
     ASSERT_EQ(
         store
             .storeComposed(
@@ -112,40 +115,23 @@ TEST_F(MailStoreTest, QueueReadsNewestFirstUntilMarkedSent) {
                 &failure)
             .size(),
         1);
-  }
-  rig.host->execute(
-      QStringLiteral("update msgmail set 发送时间='2020-01-01 00:00:00' where 邮件ID=1"));
-  const kvmail::BundlePtr queue = store.readSendQueue();
-  ASSERT_EQ(queue->Count(), 2);
-  EXPECT_EQ(queue->Item(kvmail::IndexKey(1))->Subject(), QStringLiteral("晚"));
-  EXPECT_EQ(queue->Item(kvmail::IndexKey(1))->ID(), 2);
-  EXPECT_EQ(queue->Item(kvmail::IndexKey(1))->TOs()->ToString(),
+  rig.host->execute(QStringLiteral("update msgmail set 发送时间='2020-01-0'||邮件ID||' 00:00:00'"));
+  const kvmail::BundlePtr queue = store.readSendQueue();  // 3, 2, 1
+  ASSERT_EQ(queue->Count(), 3);
+  rig.host->execute(QStringLiteral("delete from msgmail where 邮件ID=3"));
+  EXPECT_EQ(queue->Item(kvmail::IndexKey(1)), nullptr);
+  ASSERT_NE(queue->Item(kvmail::IndexKey(2)), nullptr);
+  EXPECT_EQ(queue->Item(kvmail::IndexKey(2))->Subject(), QStringLiteral("晚"));
+  EXPECT_EQ(queue->Item(kvmail::IndexKey(2))->ID(), 2);
+  EXPECT_EQ(queue->Item(kvmail::IndexKey(2))->TOs()->ToString(),
             QStringLiteral("a@kvmail.test;王经理<wang@kvmail.test>"));
+  EXPECT_THROW(queue->Item(kvmail::IndexKey(4)), kvmail::MailError);
+  EXPECT_THROW(queue->Clear(), kvmail::MailError);
+  EXPECT_EQ(queue->Count(), 3);
   EXPECT_EQ(store.markSent(QStringLiteral("smtp.kvmail.test"), 2), QString());
   EXPECT_EQ(store.readSendQueue()->Count(), 1);
   EXPECT_EQ(rig.value(QStringLiteral("select messageid||是否已读 from msgmail where 邮件ID=2")),
             QStringLiteral("smtp.kvmail.test1"));
-}
-
-// The queue holds keys and reads each mail when it is asked for: a mail deleted after the queue
-// was read comes back as nothing, to be skipped, never as a stale copy.
-TEST_F(MailStoreTest, QueueReadsEachMailWhenAskedFor) {
-  const MailStore store(*rig.host);
-  StoreFailure failure;
-  for (const char* subject : {"一", "二"})
-    store.storeComposed(
-        {composed(mail(QString::fromUtf8(subject), QStringLiteral("a@kvmail.test")), 1)}, &failure);
-  rig.host->execute(
-      QStringLiteral("update msgmail set 发送时间='2020-01-01 00:00:00' where 邮件ID=1"));
-  const kvmail::BundlePtr queue = store.readSendQueue();  // newest first: 2, then 1
-  ASSERT_EQ(queue->Count(), 2);
-  rig.host->execute(QStringLiteral("delete from msgmail where 邮件ID=2"));
-  EXPECT_EQ(queue->Item(kvmail::IndexKey(1)), nullptr);
-  ASSERT_NE(queue->Item(kvmail::IndexKey(2)), nullptr);
-  EXPECT_EQ(queue->Item(kvmail::IndexKey(2))->Subject(), QStringLiteral("一"));
-  EXPECT_THROW(queue->Item(kvmail::IndexKey(3)), kvmail::MailError);
-  EXPECT_THROW(queue->Clear(), kvmail::MailError);
-  EXPECT_EQ(queue->Count(), 2);
 }
 
 // A mail read ahead while another is on the wire is handed out at its turn without reading the

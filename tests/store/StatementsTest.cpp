@@ -35,6 +35,11 @@ TEST(Statements, EveryTextToTheCharacter) {
                         "A.masmtptype=B.masmtptype where UserID=7"},
       {"default account", sql::defaultAccount(),
        accountColumns + " from mailaccount where maisdefault=1"},
+      {"account settings of the user", sql::accountSettingsForUser(QStringLiteral("7")),
+       "select * from mailaccount A left join mailaccountuser B on A.maid=B.maid and "
+       "A.masmtptype=B.masmtptype where UserID=7"},
+      {"default account settings", sql::defaultAccountSettings(),
+       "select * from mailaccount where maisdefault=1"},
       {"template fields", sql::templateFields(12),
        "select [to],cc,bcc,subject from MailTemplet where progID=12"},
       {"send queue", sql::sendQueue(),

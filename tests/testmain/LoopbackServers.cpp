@@ -28,49 +28,17 @@ QString serversDir() {
   return build.isEmpty() ? QString() : build + QStringLiteral("/servers/mail");
 }
 
-LoopbackServers load() {
-  LoopbackServers s;
-  const QString dir = serversDir();
-  if (dir.isEmpty()) {
-    s.error = QStringLiteral("KV_BUILD_DIR is not set: run this test through ctest");
-    return s;
-  }
-  const QByteArray env = readAll(dir + QStringLiteral("/env"));
-  if (env.isEmpty()) {
-    s.error = QStringLiteral("no %1/env: the mailservers fixture did not start").arg(dir);
-    return s;
-  }
-  for (const QByteArray& line : env.split('\n')) {
-    const int eq = line.indexOf('=');
-    if (eq <= 0) continue;
-    const QByteArray key = line.left(eq).trimmed();
-    const QString value = QString::fromUtf8(line.mid(eq + 1).trimmed());
-    if (key == "KV_POP3_PORT") s.pop3Port = value.toUShort();
-    if (key == "KV_SMTP_PORT") s.smtpPort = value.toUShort();
-    if (key == "KV_MAILDIR_ROOT") s.maildirRoot = value;
-    if (key == "KV_MAIL_USERS") s.users = value.split(u',', Qt::SkipEmptyParts);
-    if (key == "KV_MAIL_PASSWORD") s.password = value;
-  }
-  if (!s.pop3Port || !s.smtpPort || s.maildirRoot.isEmpty() || s.users.isEmpty())
-    s.error = QStringLiteral("incomplete %1/env").arg(dir);
-  return s;
-}
-
-// Name sort within a folder follows delivery; ":2,S" flags added in cur/ do not change it.
-QString deliveryKey(const QString& path) {
-  return QFileInfo(path).fileName().section(u':', 0, 0);
-}
-
-}  // namespace
-
-namespace {
-
 QMap<QByteArray, QString> readEnv(const QString& path) {
   QMap<QByteArray, QString> env;
   for (const QByteArray& line : readAll(path).split('\n'))
     if (const qsizetype eq = line.indexOf('='); eq > 0)
       env.insert(line.left(eq).trimmed(), QString::fromUtf8(line.mid(eq + 1).trimmed()));
   return env;
+}
+
+// Name sort within a folder follows delivery; ":2,S" flags added in cur/ do not change it.
+QString deliveryKey(const QString& path) {
+  return QFileInfo(path).fileName().section(u':', 0, 0);
 }
 
 TlsServers loadTls() {
@@ -102,8 +70,25 @@ const TlsServers& tlsServers() {
   return servers;
 }
 
+LoopbackServers loopbackServersIn(const QString& dir) {
+  LoopbackServers s;
+  if (dir.isEmpty()) {
+    s.error = QStringLiteral("KV_BUILD_DIR is not set: run this test through ctest");
+    return s;
+  }
+  const auto env = readEnv(dir + QStringLiteral("/env"));
+  s.pop3Port = env.value("KV_POP3_PORT").toUShort();
+  s.smtpPort = env.value("KV_SMTP_PORT").toUShort();
+  s.maildirRoot = env.value("KV_MAILDIR_ROOT");
+  s.users = env.value("KV_MAIL_USERS").split(u',', Qt::SkipEmptyParts);
+  s.password = env.value("KV_MAIL_PASSWORD");
+  if (!s.pop3Port || !s.smtpPort || s.maildirRoot.isEmpty() || s.users.isEmpty())
+    s.error = QStringLiteral("no complete %1/env: the mailservers fixture did not start").arg(dir);
+  return s;
+}
+
 const LoopbackServers& loopbackServers() {
-  static const LoopbackServers servers = load();
+  static const LoopbackServers servers = loopbackServersIn(serversDir());
   return servers;
 }
 

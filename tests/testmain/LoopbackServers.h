@@ -21,6 +21,8 @@ struct LoopbackServers {
 
 // Read once from <KV_BUILD_DIR>/servers/mail/env (KV_MAILSERVERS_DIR overrides the folder).
 const LoopbackServers& loopbackServers();
+// Read afresh from a fixture's folder, whatever loopbackServers() holds.
+LoopbackServers loopbackServersIn(const QString& dir);
 
 // The "tlsservers" fixture: Dovecot (STLS required, and TLS) and the sink (STARTTLS required, and
 // TLS) with a certificate of the test CA, and sinks with a wrong-name and an expired certificate.

@@ -1,6 +1,7 @@
 #pragma once
 // A real host system object that keeps the text of every query and statement it is handed, so
-// a test can hold a window to the exact statements and their order.
+// a test can hold a window to the exact statements and their order, and the chunk calls made on
+// its recordsets, so a test sees how a stored file was moved, not only that it arrived.
 #include <QStringList>
 
 #include "store/HostSystem.h"
@@ -14,11 +15,13 @@ class RecordingHost : public kvmail::IHostSystem {
   QStringList texts;       // queries and statements, in order
   QStringList queries;     // the queries alone
   QStringList statements;  // the statements alone, "nextKey" for each key taken
+  QStringList calls;       // "get 16384", "set ''", "append 100", "update" in call order
 
   std::shared_ptr<kvmail::IRecordset> openQuery(const QString& sql, QString* error) override {
     texts << sql;
     queries << sql;
-    return real_.openQuery(sql, error);
+    auto rs = real_.openQuery(sql, error);
+    return rs ? std::make_shared<Recordset>(rs, calls) : rs;
   }
   QString execute(const QString& sql) override {
     texts << sql;
@@ -36,6 +39,45 @@ class RecordingHost : public kvmail::IHostSystem {
   QString currentOperator() const override { return real_.currentOperator(); }
 
  private:
+  class Recordset : public kvmail::IRecordset {
+   public:
+    Recordset(std::shared_ptr<kvmail::IRecordset> real, QStringList& calls)
+        : real_(std::move(real)), calls_(calls) {}
+    bool atStart() const override { return real_->atStart(); }
+    bool atEnd() const override { return real_->atEnd(); }
+    void moveNext() override { real_->moveNext(); }
+    int fieldCount() const override { return real_->fieldCount(); }
+    QString fieldName(int i) const override { return real_->fieldName(i); }
+    bool hasField(const QString& c) const override { return real_->hasField(c); }
+    bool isNull(const QString& c) const override { return real_->isNull(c); }
+    QVariant value(const QString& c) const override { return real_->value(c); }
+    QString text(const QString& c) const override { return real_->text(c); }
+    QString text(int i) const override { return real_->text(i); }
+    qint64 actualSize(const QString& c) const override { return real_->actualSize(c); }
+    QByteArray getChunk(const QString& c, qint64 length) override {
+      calls_ << QStringLiteral("get %1").arg(length);
+      return real_->getChunk(c, length);
+    }
+    void setValue(const QString& c, const QVariant& v) override {
+      calls_ << QStringLiteral("set '%1'").arg(v.toString());
+      real_->setValue(c, v);
+    }
+    void appendChunk(const QString& c, const QByteArray& bytes) override {
+      calls_ << QStringLiteral("append %1").arg(bytes.size());
+      real_->appendChunk(c, bytes);
+    }
+    void expectChunks(const QString& c, qint64 total) override { real_->expectChunks(c, total); }
+    QString update() override {
+      calls_ << QStringLiteral("update");
+      return real_->update();
+    }
+    void close() override { real_->close(); }
+
+   private:
+    std::shared_ptr<kvmail::IRecordset> real_;
+    QStringList& calls_;
+  };
+
   kvmail::IHostSystem& real_;
 };
 

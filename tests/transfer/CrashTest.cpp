@@ -66,7 +66,7 @@ TEST(CrashDovecot, AStoreRefusingTheThirdOfFiveKeepsItOnTheServerAndTheRowsBefor
     EXPECT_TRUE(rig.view().errors.first().contains(QStringLiteral("third refused"))) << c.policy;
     EXPECT_EQ(subjectsOnServer(kUser), c.leftOnServer) << c.policy;
     EXPECT_EQ(rig.count(), 4) << c.policy;
-    for (const QString& s : {"m1", "m2", "m4", "m5"}) {
+    for (const QString s : {"m1", "m2", "m4", "m5"}) {
       const long id =
           rig.value(QStringLiteral("select 邮件ID from msgmail where 主题='%1'").arg(s)).toLong();
       EXPECT_EQ(rig.storedMessage(id), kvtest::sampleMail(s) + "\r\n")
@@ -110,6 +110,19 @@ TEST(CrashPop3, ADropInTheMiddleOfARetrEndsTheRunWithNoPartialRow) {
               first + "\r\n")
         << c.where;
     EXPECT_FALSE(server.sawCommand("DELE 2")) << c.where;
+    EXPECT_TRUE(rig.log().contains(QStringLiteral("10053 : "))) << c.where;
+    // The next session fetches it whole, and only then deletes it.
+    FakePop3Server again;
+    again.setHandler(mailbox);
+    ASSERT_TRUE(rig.receiveFrom(again)) << c.where;
+    EXPECT_TRUE(rig.lastOk()) << c.where;
+    ASSERT_EQ(rig.count(), 2) << c.where;
+    EXPECT_EQ(
+        rig.storedMessage(rig.value(QStringLiteral("select max(邮件ID) from msgmail")).toLong()),
+        second + "\r\n")
+        << c.where;
+    EXPECT_EQ(again.commands().mid(3).join(' '), QByteArray("UIDL 1 UIDL 2 RETR 2 DELE 2 QUIT"))
+        << c.where;
   }
 }
 
@@ -118,7 +131,7 @@ TEST(CrashSmtp, ADropInTheMiddleOfDataLeavesThatMailQueued) {
   kvtest::FakeSmtpServer server(kvtest::FakeSmtpServer::Fault::DropInSecondData);
   rig.account().sSmtp = QStringLiteral("127.0.0.1");
   rig.account().lSmtpPort = server.port();
-  const kvmail::MailStore store(rig.host());
+  const kvmail::MailStore store(*rig.host);
   QList<kvmail::ComposedMail> queued;
   for (const QString& subject : {QStringLiteral("先发"), QStringLiteral("中断")}) {
     kvmail::OutgoingMail out;
@@ -126,7 +139,7 @@ TEST(CrashSmtp, ADropInTheMiddleOfDataLeavesThatMailQueued) {
     out.to = {{QString(), QStringLiteral("to@kvmail.test")}};
     out.subject = subject;
     out.htmlBody = QStringLiteral("<p>") + QString(40, QLatin1Char('x')) + QStringLiteral("</p>");
-    queued << kvmail::composedMail(out, rig.tempDir() + "/" + subject + ".eml");
+    queued << kvmail::composedMail(out, rig.folder() + "/" + subject + ".eml");
   }
   kvmail::StoreFailure failure;
   ASSERT_EQ(store.storeComposed(queued, &failure).size(), 2);

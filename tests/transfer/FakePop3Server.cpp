@@ -50,6 +50,12 @@ void FakePop3Server::sendChunks(QTcpSocket* socket, QList<QByteArray> chunks) {
   QTimer::singleShot(40, socket, [this, socket, chunks] { sendChunks(socket, chunks); });
 }
 
+QList<QByteArray> FakePop3Server::uidls(int n) {
+  QList<QByteArray> ids;
+  for (int i = 1; i <= n; ++i) ids << "uid-" + QByteArray::number(i);
+  return ids;
+}
+
 FakePop3Server::Handler FakePop3Server::mailbox(const QList<QByteArray>& messages,
                                                 const QList<QByteArray>& uidls) {
   return [messages, uidls](const QByteArray& command) -> QList<QByteArray> {

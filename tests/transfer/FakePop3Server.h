@@ -30,6 +30,11 @@ class FakePop3Server : public QObject {
 
   // A well-behaved mailbox: USER/PASS/STAT/UIDL/RETR/DELE/QUIT over the given messages.
   static Handler mailbox(const QList<QByteArray>& messages, const QList<QByteArray>& uidls);
+  // "uid-1" to "uid-n"; the commands of a session that logged in as "u" with "p", then rest.
+  static QList<QByteArray> uidls(int n);
+  static QList<QByteArray> loggedIn(const QList<QByteArray>& rest) {
+    return QList<QByteArray>{"USER u", "PASS p", "STAT"} + rest;
+  }
 
  private:
   void onConnection();

@@ -53,26 +53,19 @@ class FakeTransferView : public kvmail::ITransferView {
     return int(tasks.size());
   }
   int taskCount() const override { return int(tasks.size()); }
-  TaskRow* row(int r) { return r >= 1 && r <= tasks.size() ? &tasks[r - 1] : nullptr; }
   const TaskRow* row(int r) const { return r >= 1 && r <= tasks.size() ? &tasks[r - 1] : nullptr; }
-  void setTaskText(int r, const QString& text) override {
-    if (auto* t = row(r)) t->text = text;
+  template <typename T>
+  void set(int r, T TaskRow::*field, const T& value) {
+    if (r >= 1 && r <= tasks.size()) tasks[r - 1].*field = value;
   }
+  void setTaskText(int r, const QString& text) override { set(r, &TaskRow::text, text); }
   QString taskText(int r) const override { return row(r) ? row(r)->text : QString(); }
-  void setTaskState(int r, const QString& state) override {
-    if (auto* t = row(r)) t->state = state;
-  }
+  void setTaskState(int r, const QString& state) override { set(r, &TaskRow::state, state); }
   QString taskState(int r) const override { return row(r) ? row(r)->state : QString(); }
-  void setTaskDone(int r, const QString& done) override {
-    if (auto* t = row(r)) t->done = done;
-  }
+  void setTaskDone(int r, const QString& done) override { set(r, &TaskRow::done, done); }
   QString taskDone(int r) const override { return row(r) ? row(r)->done : QString(); }
-  void setTaskIcon(int r, kvmail::TaskIcon icon) override {
-    if (auto* t = row(r)) t->icon = icon;
-  }
-  void setTaskInfo(int r, const QString& info) override {
-    if (auto* t = row(r)) t->info = info;
-  }
+  void setTaskIcon(int r, kvmail::TaskIcon icon) override { set(r, &TaskRow::icon, icon); }
+  void setTaskInfo(int r, const QString& info) override { set(r, &TaskRow::info, info); }
   void setSummary(const QString& text) override { summary = text; }
   void addErrorRow(const QString& reason) override { errors << reason; }
   int errorCount() const override { return int(errors.size()); }

@@ -10,35 +10,20 @@ namespace kvtest {
 
 struct SenderProbe {
   explicit SenderProbe(kvmail::SmtpSender& sender) {
-    QObject::connect(
-        &sender, &kvmail::SmtpSender::Progress, &guard,
-        [this](QString text, int percent) {
-          progress << text;
-          percents << percent;
-          offThread |= QThread::currentThread() != qApp->thread();
-        },
-        Qt::DirectConnection);
-    QObject::connect(
-        &sender, &kvmail::SmtpSender::SendFailed, &guard,
-        [this](QString reason) {
-          failures << reason;
-          offThread |= QThread::currentThread() != qApp->thread();
-        },
-        Qt::DirectConnection);
-    QObject::connect(
-        &sender, &kvmail::SmtpSender::SendSuccesful, &guard,
-        [this] {
-          ++successes;
-          offThread |= QThread::currentThread() != qApp->thread();
-        },
-        Qt::DirectConnection);
-    QObject::connect(
-        &sender, &kvmail::SmtpSender::Status, &guard,
-        [this](QString text) {
-          status << text;
-          offThread |= QThread::currentThread() != qApp->thread();
-        },
-        Qt::DirectConnection);
+    const auto on = [&](auto signal, auto record) {
+      QObject::connect(
+          &sender, signal, &guard,
+          [this, record](auto... args) {
+            record(args...);
+            offThread |= QThread::currentThread() != qApp->thread();
+          },
+          Qt::DirectConnection);
+    };
+    using S = kvmail::SmtpSender;
+    on(&S::Progress, [this](QString text, int percent) { progress << text, percents << percent; });
+    on(&S::SendFailed, [this](QString reason) { failures << reason; });
+    on(&S::SendSuccesful, [this] { ++successes; });
+    on(&S::Status, [this](QString text) { status << text; });
   }
 
   // Everything a user or a log could see.

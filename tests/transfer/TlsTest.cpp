@@ -5,8 +5,6 @@
 // sent in clear.
 #include <gtest/gtest.h>
 
-#include <QFile>
-
 #include "FakePop3Server.h"
 #include "LoopbackServers.h"
 #include "SenderProbe.h"
@@ -27,21 +25,20 @@ const TlsServers& tls() {
 
 // The plain servers of the "mailservers" fixture: no STLS, no STARTTLS. Only their ports are
 // needed; the mailbox helpers are turned to the TLS Dovecot's Maildirs.
-struct PlainPorts {
-  quint16 pop3Port = 0, smtpPort = 0;
-};
-const PlainPorts& plain() {
-  static const PlainPorts ports = [] {
-    PlainPorts p;
-    const QByteArray env = readAll(qEnvironmentVariable("KV_BUILD_DIR") + "/servers/mail/env");
-    for (const QByteArray& line : env.split('\n')) {
-      if (line.startsWith("KV_POP3_PORT=")) p.pop3Port = line.mid(13).trimmed().toUShort();
-      if (line.startsWith("KV_SMTP_PORT=")) p.smtpPort = line.mid(13).trimmed().toUShort();
-    }
-    return p;
-  }();
-  return ports;
+const LoopbackServers& plain() {
+  static const LoopbackServers servers =
+      loopbackServersIn(qEnvironmentVariable("KV_BUILD_DIR") + QStringLiteral("/servers/mail"));
+  return servers;
 }
+
+// One way of connecting, tried for receiving and for sending where a port is given.
+struct Case {
+  const char* what;
+  long mode;
+  quint16 pop3, smtp;
+  QString pinned;
+  QString reason;  // a part of the task's error ("STLS" reads "STARTTLS" for SMTP); empty: works
+};
 
 class Tls : public ::testing::Test {
  protected:
@@ -51,74 +48,100 @@ class Tls : public ::testing::Test {
   }
   void SetUp() override {
     ASSERT_TRUE(tls().ok()) << tls().error.toStdString();
-    ASSERT_TRUE(plain().pop3Port && plain().smtpPort) << "the mailservers fixture did not start";
+    ASSERT_TRUE(plain().ok()) << plain().error.toStdString();
     ASSERT_TRUE(loopbackServers().ok()) << loopbackServers().error.toStdString();
-    ASSERT_TRUE(clearMailbox(kUser));
   }
-};
 
-struct Pop3Case {
-  const char* what;
-  long mode;
-  quint16 port;
-  QString pinned;
-  QString reason;  // a part of the task's error; empty: the mail is received
-};
-
-TEST_F(Tls, Pop3ReceivesOnlyOverAVerifiedConnectionAndNeverLogsInBefore) {
-  const QString ca = tls().caFile;
-  const Pop3Case cases[] = {
-      {"STLS, the CA pinned", kUpgrade, tls().pop3Port, ca, {}},
-      {"TLS, the CA pinned", kImplicit, tls().pop3sPort, ca, {}},
-      {"TLS, the server's own certificate pinned",
-       kImplicit,
-       tls().pop3sPort,
-       tls().goodCertFile,
-       {}},
-      {"the system's store does not know the test CA",
-       kImplicit,
-       tls().pop3sPort,
-       {},
-       QStringLiteral("服务器证书不是由本机信任的证书机构签发的")},
-      {"another CA pinned, after STLS", kUpgrade, tls().pop3Port, tls().otherCaFile,
-       QStringLiteral("服务器证书与帐户指定的证书文件不符")},
-      {"certificate for another host", kImplicit, tls().wrongNameTlsPort, ca,
-       QStringLiteral("服务器证书不是签发给“127.0.0.1”的")},
-      {"expired certificate", kImplicit, tls().expiredTlsPort, ca,
-       QStringLiteral("服务器证书已过期")},
-      {"server without STLS", kUpgrade, plain().pop3Port, ca, QStringLiteral("不支持 STLS 加密")},
-      {"a server in clear on the TLS port", kImplicit, plain().pop3Port, ca,
-       QStringLiteral("建立加密连接")},
-      {"pinned file missing", kUpgrade, tls().pop3Port, ca + QStringLiteral(".gone"),
-       QStringLiteral("文件不存在")},
-      {"unknown mode", 7, tls().pop3Port, ca, QStringLiteral("无法识别")},
-  };
-  for (const Pop3Case& c : cases) {
+  // Receives only over a verified connection and never logs in before.
+  static void receive(const Case& c) {
     ASSERT_TRUE(clearMailbox(kUser));
     ASSERT_FALSE(dropMail(kUser, sampleMail(QStringLiteral("加密"))).isEmpty());
     TransferRig rig;
-    rig.usePop3(c.port, kUser, loopbackServers().password);
+    rig.usePop3(c.pop3, kUser, loopbackServers().password);
     rig.account().lPop3Security = c.mode;
     rig.account().sCertFile = c.pinned;
-    ASSERT_TRUE(rig.receive(15000)) << c.what;
+    ASSERT_TRUE(rig.receive(15000));
     const QString log = rig.log();
-    EXPECT_FALSE(log.contains(loopbackServers().password)) << c.what;
+    EXPECT_FALSE(log.contains(loopbackServers().password));
     if (c.reason.isEmpty()) {
-      EXPECT_TRUE(rig.lastOk()) << c.what << "\n" << log.toStdString();
-      EXPECT_EQ(rig.count(), 1) << c.what;
-      EXPECT_EQ(rig.logLines().contains(QStringLiteral("STLS")), c.mode == kUpgrade) << c.what;
+      EXPECT_TRUE(rig.lastOk()) << log.toStdString();
+      EXPECT_EQ(rig.count(), 1);
+      EXPECT_EQ(rig.logLines().contains(QStringLiteral("STLS")), c.mode == kUpgrade);
       // The session's own steps are the plain ones: the login follows the encrypted greeting.
       const qsizetype verified = log.indexOf(QStringLiteral("服务器证书已验证"));
-      EXPECT_TRUE(verified >= 0 && verified < log.indexOf(QStringLiteral("USER "))) << c.what;
-      continue;
+      EXPECT_TRUE(verified >= 0 && verified < log.indexOf(QStringLiteral("USER ")));
+      return;
     }
-    EXPECT_EQ(rig.taskState(1), QStringLiteral("失败")) << c.what;
-    ASSERT_EQ(rig.view().errors.size(), 1) << c.what << "\n" << log.toStdString();
+    EXPECT_EQ(rig.taskState(1), QStringLiteral("失败"));
+    ASSERT_EQ(rig.view().errors.size(), 1) << log.toStdString();
     EXPECT_TRUE(rig.view().errors.first().contains(c.reason))
-        << c.what << ": " << rig.view().errors.first().toStdString();
-    EXPECT_FALSE(log.contains(QStringLiteral("USER "))) << c.what;
-    EXPECT_EQ(rig.count(), 0) << c.what;
-    EXPECT_EQ(listMails(kUser).size(), 1) << c.what;  // the mail stays on the server
+        << rig.view().errors.first().toStdString();
+    EXPECT_FALSE(log.contains(QStringLiteral("USER ")));
+    EXPECT_EQ(rig.count(), 0);
+    EXPECT_EQ(listMails(kUser).size(), 1);  // the mail stays on the server
+  }
+
+  // Sends only over a verified connection.
+  static void send(const Case& c) {
+    ASSERT_TRUE(clearMailbox(kUser));
+    kvmail::SmtpSender sender;
+    SenderProbe probe(sender);
+    sender.setServer(QStringLiteral("127.0.0.1"));
+    sender.setPort(c.smtp);
+    sender.setSecurity(c.mode);
+    sender.setCertificateFile(c.pinned);
+    sender.setAuthenticate(true);
+    sender.setUserName(kUser);
+    sender.setPassword(loopbackServers().password);
+    sender.setFromAddress(QStringLiteral("sales@kvmail.localhost"));
+    sender.setRecipients(addressOf(kUser));
+    sender.setSubject(QStringLiteral("加密发送"));
+    sender.setBody(QStringLiteral("<p>您好</p>"));
+    const bool sent = sender.Send();
+    EXPECT_FALSE(probe.shown().contains(loopbackServers().password));
+    if (c.reason.isEmpty()) {
+      EXPECT_TRUE(sent) << probe.failures.join(u'\n').toStdString();
+      EXPECT_TRUE(waitForMail(kUser, 1, 5000));
+      return;
+    }
+    EXPECT_FALSE(sent);
+    ASSERT_EQ(probe.failures.size(), 1);
+    EXPECT_TRUE(probe.failures.first().contains(QString(c.reason).replace("STLS", "STARTTLS")))
+        << probe.failures.first().toStdString();
+    EXPECT_TRUE(listMails(kUser).isEmpty());
+  }
+};
+
+TEST_F(Tls, ReceivesAndSendsOnlyOverAVerifiedConnection) {
+  const QString ca = tls().caFile;
+  const Case cases[] = {
+      {"upgraded, the CA pinned", kUpgrade, tls().pop3Port, tls().smtpPort, ca, ""},
+      {"TLS, the CA pinned", kImplicit, tls().pop3sPort, tls().smtpsPort, ca, ""},
+      {"TLS, own certificate pinned", kImplicit, tls().pop3sPort, tls().smtpsPort,
+       tls().goodCertFile, ""},
+      {"no mode: STARTTLS because the server offers it", kNone, 0, tls().smtpPort, ca, ""},
+      {"the system's store does not know the test CA", kImplicit, tls().pop3sPort, tls().smtpsPort,
+       "", QStringLiteral("服务器证书不是由本机信任的证书机构签发的")},
+      {"another CA pinned, after the upgrade", kUpgrade, tls().pop3Port, tls().smtpPort,
+       tls().otherCaFile, QStringLiteral("服务器证书与帐户指定的证书文件不符")},
+      {"certificate for another host", kImplicit, tls().wrongNameTlsPort, tls().wrongNameTlsPort,
+       ca, QStringLiteral("服务器证书不是签发给“127.0.0.1”的")},
+      {"certificate for another host, after STARTTLS", kUpgrade, 0, tls().wrongNameStarttlsPort, ca,
+       QStringLiteral("服务器证书不是签发给“127.0.0.1”的")},
+      {"expired certificate", kImplicit, tls().expiredTlsPort, tls().expiredTlsPort, ca,
+       QStringLiteral("服务器证书已过期")},
+      {"server without the upgrade", kUpgrade, plain().pop3Port, plain().smtpPort, ca,
+       QStringLiteral("不支持 STLS 加密")},
+      {"a server in clear on the TLS port", kImplicit, plain().pop3Port, plain().smtpPort, ca,
+       QStringLiteral("建立加密连接")},
+      {"pinned file missing", kUpgrade, tls().pop3Port, tls().smtpPort,
+       ca + QStringLiteral(".gone"), QStringLiteral("文件不存在")},
+      {"unknown mode", 3, tls().pop3Port, tls().smtpPort, ca, QStringLiteral("无法识别")},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    if (c.pop3) receive(c);
+    if (c.smtp) send(c);
   }
 }
 
@@ -137,74 +160,6 @@ TEST(TlsScripted, BytesInjectedBeforeTheHandshakeEndTheSession) {
   ASSERT_EQ(rig.view().errors.size(), 1);
   EXPECT_TRUE(rig.view().errors.first().contains(QStringLiteral("多发送了数据")));
   EXPECT_EQ(server.commands(), QList<QByteArray>{"STLS"});
-}
-
-struct SmtpCase {
-  const char* what;
-  long mode;
-  quint16 port;
-  QString pinned;
-  QString reason;  // empty: delivered
-};
-
-TEST_F(Tls, SmtpSendsOnlyOverAVerifiedConnection) {
-  const QString ca = tls().caFile;
-  const SmtpCase cases[] = {
-      {"STARTTLS, the CA pinned", kUpgrade, tls().smtpPort, ca, {}},
-      {"TLS, the CA pinned", kImplicit, tls().smtpsPort, ca, {}},
-      {"TLS, the server's own certificate pinned",
-       kImplicit,
-       tls().smtpsPort,
-       tls().goodCertFile,
-       {}},
-      {"no mode: STARTTLS because the server offers it", kNone, tls().smtpPort, ca, {}},
-      {"the system's store does not know the test CA",
-       kImplicit,
-       tls().smtpsPort,
-       {},
-       QStringLiteral("服务器证书不是由本机信任的证书机构签发的")},
-      {"another CA pinned", kUpgrade, tls().smtpPort, tls().otherCaFile,
-       QStringLiteral("服务器证书与帐户指定的证书文件不符")},
-      {"certificate for another host", kUpgrade, tls().wrongNameStarttlsPort, ca,
-       QStringLiteral("服务器证书不是签发给“127.0.0.1”的")},
-      {"expired certificate", kImplicit, tls().expiredTlsPort, ca,
-       QStringLiteral("服务器证书已过期")},
-      {"server without STARTTLS", kUpgrade, plain().smtpPort, ca,
-       QStringLiteral("不支持 STARTTLS 加密")},
-      {"a server in clear on the TLS port", kImplicit, plain().smtpPort, ca,
-       QStringLiteral("建立加密连接")},
-      {"pinned file missing", kUpgrade, tls().smtpPort, ca + QStringLiteral(".gone"),
-       QStringLiteral("文件不存在")},
-      {"unknown mode", 3, tls().smtpPort, ca, QStringLiteral("无法识别")},
-  };
-  for (const SmtpCase& c : cases) {
-    ASSERT_TRUE(clearMailbox(kUser));
-    kvmail::SmtpSender sender;
-    SenderProbe probe(sender);
-    sender.setServer(QStringLiteral("127.0.0.1"));
-    sender.setPort(c.port);
-    sender.setSecurity(c.mode);
-    sender.setCertificateFile(c.pinned);
-    sender.setAuthenticate(true);
-    sender.setUserName(kUser);
-    sender.setPassword(loopbackServers().password);
-    sender.setFromAddress(QStringLiteral("sales@kvmail.localhost"));
-    sender.setRecipients(addressOf(kUser));
-    sender.setSubject(QStringLiteral("加密发送"));
-    sender.setBody(QStringLiteral("<p>您好</p>"));
-    const bool sent = sender.Send();
-    EXPECT_FALSE(probe.shown().contains(loopbackServers().password)) << c.what;
-    if (c.reason.isEmpty()) {
-      EXPECT_TRUE(sent) << c.what << ": " << probe.failures.join(u'\n').toStdString();
-      EXPECT_TRUE(waitForMail(kUser, 1, 5000)) << c.what;
-      continue;
-    }
-    EXPECT_FALSE(sent) << c.what;
-    ASSERT_EQ(probe.failures.size(), 1) << c.what;
-    EXPECT_TRUE(probe.failures.first().contains(c.reason))
-        << c.what << ": " << probe.failures.first().toStdString();
-    EXPECT_TRUE(listMails(kUser).isEmpty()) << c.what;
-  }
 }
 
 }  // namespace

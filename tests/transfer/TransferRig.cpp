@@ -34,17 +34,23 @@ bool TransferRig::receive(int timeoutMs) {
 
 bool TransferRig::run(const kvmail::BundlePtr& bundle, bool sendOnly, int timeoutMs) {
   QSignalSpy ended(run_.get(), &kvmail::TransferRun::TasksEnded);
-  run_->start(bundle, store_.host.get(), account_, sendOnly);
+  run_->start(bundle, host.get(), account_, sendOnly);
   if (ended.isEmpty() && !ended.wait(timeoutMs)) return false;
   lastOk_ = ended.first().first().toBool();
   return true;
 }
 
 QByteArray TransferRig::storedMessage(long mailId) {
-  const QString path = store_.path(QStringLiteral("stored-%1.eml").arg(mailId));
-  QFile::remove(path);
-  if (!kvmail::MailStore(*store_.host).messageToFile(mailId, path)) return {};
-  return readAll(path);
+  const QString file = path(QStringLiteral("stored-%1.eml").arg(mailId));
+  QFile::remove(file);
+  if (!kvmail::MailStore(*host).messageToFile(mailId, file)) return {};
+  return readAll(file);
+}
+
+QList<QByteArray> sampleMails(const QStringList& subjects) {
+  QList<QByteArray> out;
+  for (const QString& s : subjects) out << sampleMail(s);
+  return out;
 }
 
 QByteArray sampleMail(const QString& subject, const QByteArray& body) {

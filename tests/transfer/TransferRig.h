@@ -1,6 +1,6 @@
 #pragma once
-// A transfer run over a fresh SQLite store in a private temp folder, shown on a view of plain
-// fields (no window), with the scripted prompt installed: what the engine tests drive.
+// A transfer run over a fresh SQLite store (StoreRig) in a private temp folder, shown on a view of
+// plain fields (no window), with the scripted prompt installed: what the engine tests drive.
 #include <QByteArray>
 
 #include <memory>
@@ -15,18 +15,16 @@
 
 namespace kvtest {
 
-class TransferRig {
+class TransferRig : public StoreRig {
  public:
   TransferRig();
   ~TransferRig();
 
-  kvmail::host::SqlHostSystem& host() { return *store_.host; }
   kvmail::clsAccount& account() { return *account_; }
   kvmail::AccountPtr accountPtr() { return account_; }
   kvmail::TransferRun& run() { return *run_; }
   FakeTransferView& view() { return view_; }
   ScriptedPrompt& prompt() { return *prompt_; }
-  QString tempDir() const { return store_.folder(); }
 
   // Points the account at a POP3 server on 127.0.0.1 with the given login.
   void usePop3(quint16 port, const QString& user, const QString& password);
@@ -44,13 +42,9 @@ class TransferRig {
   // The log as its lines, and as one text.
   QStringList logLines() const { return view_.log; }
   QString log() const { return view_.logText(); }
-  // Adds a trigger to the store over a connection of the rig's own (a trigger is several
-  // statements, which the host runs one at a time); false when it could not.
-  bool addTrigger(const QString& sql) { return store_.addTrigger(sql); }
-  // The first column of the first row, as text ("" when none).
-  QString value(const QString& sql) { return store_.value(sql); }
-  QStringList row(const QString& sql) { return store_.row(sql); }
-  int count(const QString& where = {}) { return store_.count(QStringLiteral("msgmail"), where); }
+  int count(const QString& where = {}) const {
+    return StoreRig::count(QStringLiteral("msgmail"), where);
+  }
   // The stored message file of one row.
   QByteArray storedMessage(long mailId);
   QString taskState(int row) const { return view_.taskState(row); }
@@ -58,7 +52,6 @@ class TransferRig {
   QString summary() const { return view_.summary; }
 
  private:
-  StoreRig store_;
   kvmail::AccountPtr account_;
   FakeTransferView view_;
   std::unique_ptr<kvmail::TransferRun> run_;
@@ -66,7 +59,8 @@ class TransferRig {
   bool lastOk_ = false;
 };
 
-// A small but real mail in CR LF form.
+// A small but real mail in CR LF form; one for each subject.
 QByteArray sampleMail(const QString& subject, const QByteArray& body = "Hello.\r\n");
+QList<QByteArray> sampleMails(const QStringList& subjects);
 
 }  // namespace kvtest

@@ -2,7 +2,6 @@
 // spelling, address forms outside the tidy one, NUL bytes.
 #include <gtest/gtest.h>
 
-#include "QtPrinters.h"
 #include "support/mime/MimeHeaderText.h"
 
 using namespace kvmail;

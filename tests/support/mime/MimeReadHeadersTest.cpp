@@ -4,7 +4,6 @@
 
 #include <QTemporaryDir>
 
-#include "QtPrinters.h"
 #include "TestEnv.h"
 #include "support/mime/MimeMail.h"
 

@@ -14,6 +14,16 @@ ParsedMail sample(const QString& name, const QString& charset = {}) {
   return readMailFile(kvtest::dataFile(QStringLiteral("mime/") + name), charset);
 }
 
+// Each attachment as "name type", with " inline" and " cid:<id>" when so.
+QStringList parts(const ParsedMail& m) {
+  QStringList out;
+  for (const MimeAttachment& a : m.attachments)
+    out << a.fileName + u' ' + a.contentType +
+               (a.isInline ? QStringLiteral(" inline") : QString()) +
+               (a.contentId.isEmpty() ? QString() : QStringLiteral(" cid:") + a.contentId);
+  return out;
+}
+
 QByteArray binarySample() {
   QByteArray b;
   for (int r = 0; r < 3; ++r)
@@ -23,31 +33,17 @@ QByteArray binarySample() {
 
 }  // namespace
 
-TEST(MimeRead, Gb2312LabelHoldingGbkCharactersInHeadersAndBodies) {
+TEST(MimeRead, Gb2312LabelHoldingGbkCharactersWithDatePriorityAndMessageId) {
   const ParsedMail m = sample(QStringLiteral("gb2312_alternative.eml"));
   ASSERT_TRUE(m.ok);
-  EXPECT_EQ(m.subject, QStringLiteral("报价单（朱镕基）"));
-  EXPECT_EQ(m.from.name, QStringLiteral("销售部"));
-  EXPECT_EQ(m.from.address, QStringLiteral("sales@example.cn"));
-  EXPECT_EQ(m.replyTo.name, QStringLiteral("回复"));
-  EXPECT_EQ(m.replyTo.address, QStringLiteral("reply@example.cn"));
-  ASSERT_EQ(m.to.size(), 2);
-  EXPECT_EQ(m.to[0].name, QStringLiteral("朱镕基"));
-  EXPECT_EQ(m.to[0].address, QStringLiteral("zhu@example.cn"));
-  EXPECT_EQ(m.to[1].name, QStringLiteral("Li Si"));
-  ASSERT_EQ(m.cc.size(), 1);
-  EXPECT_EQ(m.cc[0].name, QString());
-  EXPECT_EQ(m.cc[0].address, QStringLiteral("wang@example.cn"));
-  EXPECT_TRUE(m.bcc.isEmpty());
-  EXPECT_EQ(m.textBody, QStringLiteral("朱镕基先生：\n喆报价单见附件。\n"));
   EXPECT_EQ(
-      m.htmlBody,
-      QStringLiteral("<html><body><p>朱镕基先生：</p><p>喆报价单见附件。</p></body></html>\n"));
+      (QStringList{m.subject, joinDisplay({m.from}), joinDisplay({m.replyTo}), joinDisplay(m.to),
+                   joinDisplay(m.cc), joinDisplay(m.bcc), m.textBody, m.htmlBody}),
+      (QStringList{"报价单（朱镕基）", "销售部 <sales@example.cn>", "回复 <reply@example.cn>",
+                   "朱镕基 <zhu@example.cn>;Li Si <lisi@example.cn>", "wang@example.cn", "",
+                   "朱镕基先生：\n喆报价单见附件。\n",
+                   "<html><body><p>朱镕基先生：</p><p>喆报价单见附件。</p></body></html>\n"}));
   EXPECT_TRUE(m.attachments.isEmpty());
-}
-
-TEST(MimeRead, DatePriorityAndMessageId) {
-  const ParsedMail m = sample(QStringLiteral("gb2312_alternative.eml"));
   EXPECT_EQ(m.date.toUTC(), QDateTime(QDate(2024, 3, 5), QTime(1, 30, 15), Qt::UTC));
   EXPECT_EQ(m.date.offsetFromUtc(), 8 * 3600);
   EXPECT_EQ(m.priority, 3);  // "3 (Normal)"
@@ -67,23 +63,17 @@ TEST(MimeRead, DatePriorityAndMessageId) {
 TEST(MimeRead, NestedAlternativeInsideMixedWithNamedAttachments) {
   const ParsedMail m = sample(QStringLiteral("mixed_attachments.eml"));
   ASSERT_TRUE(m.ok);
-  EXPECT_EQ(m.subject, QStringLiteral("季度报表"));  // Q and B words, blank between dropped
-  EXPECT_EQ(m.from.name, QStringLiteral("Zhang San"));
-  ASSERT_EQ(m.to.size(), 1);
-  EXPECT_EQ(m.to[0].name, QStringLiteral("王五"));
-  EXPECT_EQ(m.textBody, QStringLiteral("请查收附件。"));
-  EXPECT_EQ(m.htmlBody, QStringLiteral("<p>请查收<b>附件</b>。</p>"));
-
+  // The subject's Q and B words lose the blank between them.
+  EXPECT_EQ((QStringList{m.subject, m.from.name, joinDisplay(m.to), m.textBody, m.htmlBody}),
+            (QStringList{"季度报表", "Zhang San", "王五 <wangwu@example.com>", "请查收附件。",
+                         "<p>请查收<b>附件</b>。</p>"}));
+  // Names in RFC 2047, in RFC 2231 with gb2312, and in RFC 2231 continued.
+  EXPECT_EQ(parts(m), (QStringList{"合同（草案）.doc application/msword",
+                                   "报价单.xls application/vnd.ms-excel",
+                                   "很长的文件名_第二季度销售报表汇总.pdf application/pdf"}));
   ASSERT_EQ(m.attachments.size(), 3);
-  EXPECT_EQ(m.attachments[0].fileName, QStringLiteral("合同（草案）.doc"));  // RFC 2047
-  EXPECT_EQ(m.attachments[0].contentType, QStringLiteral("application/msword"));
   EXPECT_EQ(m.attachments[0].data, binarySample());
-  EXPECT_FALSE(m.attachments[0].isInline);
-  EXPECT_EQ(m.attachments[1].fileName, QStringLiteral("报价单.xls"));  // RFC 2231, gb2312
   EXPECT_EQ(m.attachments[1].data, QByteArray("xls-bytes"));
-  EXPECT_EQ(m.attachments[2].fileName,
-            QStringLiteral("很长的文件名_第二季度销售报表汇总.pdf"));  // RFC 2231 continued
-  EXPECT_EQ(m.attachments[2].contentType, QStringLiteral("application/pdf"));
 }
 
 TEST(MimeRead, RelatedInlineImagesKeepTheirContentIds) {
@@ -93,18 +83,12 @@ TEST(MimeRead, RelatedInlineImagesKeepTheirContentIds) {
   EXPECT_TRUE(m.htmlBody.contains(QStringLiteral("欢迎 € 𠀀")));
   EXPECT_TRUE(m.htmlBody.contains(QStringLiteral("cid:logo@kv")));
   EXPECT_TRUE(m.textBody.isEmpty());
+  // The second has no disposition (inline inside multipart/related) and a made-up name.
+  EXPECT_EQ(parts(m), (QStringList{"logo.png image/png inline cid:logo@kv",
+                                   "part2.png image/png inline cid:sign@kv"}));
   ASSERT_EQ(m.attachments.size(), 2);
-  const MimeAttachment& logo = m.attachments[0];
-  EXPECT_EQ(logo.fileName, QStringLiteral("logo.png"));
-  EXPECT_EQ(logo.contentId, QStringLiteral("logo@kv"));
-  EXPECT_EQ(logo.contentType, QStringLiteral("image/png"));
-  EXPECT_TRUE(logo.isInline);
-  EXPECT_TRUE(logo.data.startsWith("\x89PNG"));
-  const MimeAttachment& sign = m.attachments[1];
-  EXPECT_EQ(sign.contentId, QStringLiteral("sign@kv"));
-  EXPECT_TRUE(sign.isInline);  // no disposition, inside multipart/related
-  EXPECT_EQ(sign.fileName, QStringLiteral("part2.png"));  // made up: the part has no name
-  EXPECT_EQ(sign.data, logo.data);
+  EXPECT_TRUE(m.attachments[0].data.startsWith("\x89PNG"));
+  EXPECT_EQ(m.attachments[1].data, m.attachments[0].data);
 }
 
 TEST(MimeRead, PlainTextOnlyBecomesEscapedHtmlWithLineBreaks) {
@@ -117,58 +101,49 @@ TEST(MimeRead, PlainTextOnlyBecomesEscapedHtmlWithLineBreaks) {
 TEST(MimeRead, RawGbkBytesInHeadersAndAttachmentNames) {
   const ParsedMail m = sample(QStringLiteral("raw_gbk.eml"));
   ASSERT_TRUE(m.ok);
-  EXPECT_EQ(m.subject, QStringLiteral("会议纪要（喆）"));
-  EXPECT_EQ(m.from.name, QStringLiteral("张三"));
-  EXPECT_EQ(m.from.address, QStringLiteral("zs@example.cn"));
-  EXPECT_EQ(m.htmlBody, QStringLiteral("<p>会议纪要 珺</p>"));  // labelled GB_2312-80
+  // The body is labelled GB_2312-80.
+  EXPECT_EQ((QStringList{m.subject, joinDisplay({m.from}), m.htmlBody}),
+            (QStringList{"会议纪要（喆）", "张三 <zs@example.cn>", "<p>会议纪要 珺</p>"}));
+  EXPECT_EQ(parts(m), QStringList{"纪要.txt text/plain"});
   ASSERT_EQ(m.attachments.size(), 1);
-  EXPECT_EQ(m.attachments[0].fileName, QStringLiteral("纪要.txt"));
-  EXPECT_EQ(m.attachments[0].contentType, QStringLiteral("text/plain"));
   EXPECT_EQ(m.attachments[0].data, QByteArray("\xBC\xCD\xD2\xAA\xC4\xDA\xC8\xDD"));  // GBK bytes
 }
 
 TEST(MimeRead, LfOnlyMailWithWrongAsciiLabelAndForwardedMessage) {
   const ParsedMail m = sample(QStringLiteral("lf_only.eml"));
   ASSERT_TRUE(m.ok);
-  EXPECT_EQ(m.from.name, QStringLiteral("Bob"));
-  EXPECT_EQ(m.subject, QStringLiteral("lf only"));
-  EXPECT_EQ(m.textBody, QStringLiteral("line one\nline two 中文\n"));
+  EXPECT_EQ((QStringList{m.from.name, m.subject, m.textBody}),
+            (QStringList{"Bob", "lf only", "line one\nline two 中文\n"}));
+  EXPECT_EQ(parts(m), QStringList{"转发的邮件.eml message/rfc822"});
   ASSERT_EQ(m.attachments.size(), 1);
-  EXPECT_EQ(m.attachments[0].contentType, QStringLiteral("message/rfc822"));
-  EXPECT_EQ(m.attachments[0].fileName, QStringLiteral("转发的邮件.eml"));
   EXPECT_TRUE(m.attachments[0].data.contains("inner body"));
 }
 
 TEST(MimeRead, TruncatedMailYieldsWhatWasThere) {
   const ParsedMail m = sample(QStringLiteral("truncated.eml"));
   ASSERT_TRUE(m.ok);
-  EXPECT_EQ(m.subject, QStringLiteral("截断的邮件"));
-  EXPECT_EQ(m.from.name, QStringLiteral("李四"));
-  EXPECT_EQ(m.htmlBody, QStringLiteral("<p>正文完整</p>"));
+  EXPECT_EQ((QStringList{m.subject, m.from.name, m.htmlBody}),
+            (QStringList{"截断的邮件", "李四", "<p>正文完整</p>"}));
   ASSERT_EQ(m.attachments.size(), 1);
   EXPECT_EQ(m.attachments[0].fileName, QStringLiteral("data.bin"));
   EXPECT_FALSE(m.attachments[0].data.isEmpty());
   EXPECT_TRUE(binarySample().startsWith(m.attachments[0].data));
 }
 
-TEST(MimeRead, TextWithoutHeadersIsTheBody) {
+// Text without headers is the body; leading blank lines and an mbox "From " line are skipped.
+TEST(MimeRead, HeaderlessTextLeadingBlankLinesAndMboxLines) {
   const ParsedMail m = sample(QStringLiteral("no_headers.eml"));
   ASSERT_TRUE(m.ok);
-  EXPECT_TRUE(m.subject.isEmpty());
-  EXPECT_TRUE(m.from.address.isEmpty());
-  EXPECT_EQ(m.textBody, QStringLiteral("这不是邮件头\n只是一些文字 <x>\n"));
-  EXPECT_EQ(m.htmlBody, QStringLiteral("这不是邮件头<br>\n只是一些文字 &lt;x&gt;<br>\n"));
-}
-
-TEST(MimeRead, LeadingBlankLinesAndAnMboxFromLineAreSkipped) {
-  const ParsedMail m = readMailBytes("\r\n\r\nFrom: a@b.cn\r\nSubject: hi\r\n\r\nbody");
-  EXPECT_EQ(m.subject, QStringLiteral("hi"));
-  EXPECT_EQ(m.textBody, QStringLiteral("body"));
-  const ParsedMail mbox =
-      readMailBytes("From a@b.cn Mon Jan  1 00:00:00 2024\nFrom: a@b.cn\nSubject: hi\n\nbody");
-  EXPECT_EQ(mbox.subject, QStringLiteral("hi"));
-  EXPECT_EQ(mbox.from.address, QStringLiteral("a@b.cn"));
-  EXPECT_EQ(mbox.textBody, QStringLiteral("body"));
+  EXPECT_EQ((QStringList{m.subject, m.from.address, m.textBody, m.htmlBody}),
+            (QStringList{"", "", "这不是邮件头\n只是一些文字 <x>\n",
+                         "这不是邮件头<br>\n只是一些文字 &lt;x&gt;<br>\n"}));
+  for (const QByteArray raw : {"\r\n\r\nFrom: a@b.cn\r\nSubject: hi\r\n\r\nbody",
+                               "From a@b.cn Mon Jan  1 00:00:00 2024\nFrom: a@b.cn\nSubject: "
+                               "hi\n\nbody"}) {
+    const ParsedMail r = readMailBytes(raw);
+    EXPECT_EQ((QStringList{r.subject, r.from.address, r.textBody}),
+              (QStringList{"hi", "a@b.cn", "body"}));
+  }
 }
 
 TEST(MimeRead, NothingReadableGivesNotOk) {
