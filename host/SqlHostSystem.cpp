@@ -3,6 +3,7 @@
 #include "HostTables.h"
 #include "SqlRecordset.h"
 #include "SqlRun.h"
+#include "WalCheckpointer.h"
 
 #include <QAtomicInt>
 #include <QRegularExpression>
@@ -95,6 +96,10 @@ QString SqlHostSystem::open() {
     setup << QStringLiteral("pragma synchronous=normal");
     setup << QStringLiteral("pragma temp_store=memory");  // sorting for DISTINCT and UNION
   }
+  const bool checkpointApart = !pg && !options_.readOnly && !options_.sqlitePath.isEmpty() &&
+                               options_.sqlitePath != QLatin1String(":memory:");
+  // The checkpointer below does the copying; the writer's own only if it falls far behind.
+  if (checkpointApart) setup << QStringLiteral("pragma wal_autocheckpoint=10000");
   if (!options_.readOnly) setup << hostTableStatements(options_.engine);
   for (const QString& statement : setup) {
     const QString error = runPlain(statement);
@@ -103,6 +108,7 @@ QString SqlHostSystem::open() {
       return error;
     }
   }
+  if (checkpointApart) checkpointer_ = std::make_unique<WalCheckpointer>(options_.sqlitePath);
   if (!options_.readOnly) {
     // A store made by an earlier version gets the settings columns added since.
     const QSqlDatabase db = QSqlDatabase::database(connection_);
@@ -121,6 +127,7 @@ QString SqlHostSystem::open() {
 }
 
 void SqlHostSystem::close() {
+  checkpointer_.reset();
   if (!QSqlDatabase::contains(connection_)) return;
   forgetStatements(connection_);
   {

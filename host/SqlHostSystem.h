@@ -7,7 +7,11 @@
 #include <QString>
 #include <QVariantList>
 
+#include <memory>
+
 namespace kvmail::host {
+
+class WalCheckpointer;
 
 struct HostOptions {
   SqlEngine engine = SqlEngine::Sqlite;
@@ -58,6 +62,7 @@ class SqlHostSystem : public IHostSystem {
   QString runPlain(const QString& sql);
   long takeKey(const QString& table, const QString& keyColumn, QString* error);
 
+  std::unique_ptr<WalCheckpointer> checkpointer_;  // SQLite stores written to only
   HostOptions options_;
   QString connection_;
   bool inTransaction_ = false;

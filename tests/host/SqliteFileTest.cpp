@@ -2,6 +2,10 @@
 // statements kept prepared.
 #include "HostStoreTest.h"
 
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QThread>
+
 using kvmail::host::HostOptions;
 using kvmail::host::SqlHostSystem;
 using kvtest::StoreRig;
@@ -22,6 +26,27 @@ TEST_F(SqliteFile, WriteAheadJournalAndStoresMadeInNewFolders) {
   EXPECT_FALSE(missing.open().isEmpty());
   EXPECT_FALSE(missing.isOpen());
   EXPECT_FALSE(missing.execute(QStringLiteral("select 1")).isEmpty());
+}
+
+// The log is copied back into the file by a thread of the store's own, well before the writer's
+// far-off backstop would: about 8 MB of message files reach the database file while the writer
+// only commits.
+TEST_F(SqliteFile, TheLogIsCopiedBackWhileTheWriterGoesOn) {
+  const QString path = rig.path(QStringLiteral("log.db"));
+  SqlHostSystem host(HostOptions::sqlite(path));
+  ASSERT_EQ(host.open(), QString());
+  EXPECT_EQ(StoreRig::valueOf(host, QStringLiteral("pragma wal_autocheckpoint")),
+            QStringLiteral("10000"));
+  const QByteArray message(16 * 1024, 'm');
+  for (int id = 1; id <= 500; ++id)
+    ASSERT_EQ(host.executeBound(QStringLiteral("insert into msgmail(邮件ID,消息) values(?,?)"),
+                                {id, message}),
+              QString());
+  QElapsedTimer waited;
+  waited.start();
+  while (QFileInfo(path).size() < 8'000'000 && waited.elapsed() < 5000) QThread::msleep(20);
+  EXPECT_GE(QFileInfo(path).size(), 8'000'000);
+  EXPECT_EQ(StoreRig::countOf(host, QStringLiteral("msgmail")), 500);
 }
 
 // A read-only file, and a file another connection holds locked past the busy time-out: writes
