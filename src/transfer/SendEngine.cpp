@@ -66,8 +66,12 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
   view_.WriteLog(QStringLiteral("开始发送邮件:") + now(), 1);
   view_.setCaption(QStringLiteral("正在使用“") + account_.sName + QStringLiteral("”发送邮件...") +
                    kCrLf + kCrLf);
-  // The queue's next mail is read from the store while this one is on the wire.
+  // The queue's next mail is read from the store while this one is on the wire. Nothing read or
+  // written ahead by an earlier run carries over.
   const auto* queue = dynamic_cast<const QueuedBundle*>(bundle.get());
+  poSendMail_->setWhileSending({});
+  poSendMail_->setPrepared({});
+  ahead_.reset();
   try {
     const long n = bundle ? bundle->Count() : 0;
     for (long i = 1; i <= n; ++i) {
@@ -133,6 +137,7 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
       QCoreApplication::processEvents();
     }
   } catch (const MailError& e) {
+    poSendMail_->setWhileSending({});  // it points into this run's queue
     view_.ask(e.description(), QStringLiteral("错误："), PromptIcon::Critical);
     return false;
   }
