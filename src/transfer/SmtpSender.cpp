@@ -55,22 +55,6 @@ QStringList splitList(const QString& list, const QString& delimiter) {
   return out;
 }
 
-bool sameAddress(const MimeAddress& a, const MimeAddress& b) {
-  return a.name == b.name && a.address == b.address;
-}
-
-bool sameAddresses(const QList<MimeAddress>& a, const QList<MimeAddress>& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), sameAddress);
-}
-
-// The same message apart from its date and id, which are taken when the bytes are written.
-bool sameMessage(const OutgoingMail& a, const OutgoingMail& b) {
-  return sameAddress(a.from, b.from) && sameAddress(a.replyTo, b.replyTo) &&
-         sameAddresses(a.to, b.to) && sameAddresses(a.cc, b.cc) && sameAddresses(a.bcc, b.bcc) &&
-         a.subject == b.subject && a.htmlBody == b.htmlBody &&
-         a.headerPriority == b.headerPriority && a.attachmentPaths == b.attachmentPaths;
-}
-
 }  // namespace
 
 SmtpSender::SmtpSender(QObject* parent) : QObject(parent) {}
@@ -146,10 +130,11 @@ bool SmtpSender::Send() {
     return fail(
         QStringLiteral("发件人地址“%1”无效，请检查邮件帐户中的发件人地址。").arg(job.mailFrom));
 
-  // Bytes prepared while the previous message was on the wire, when they are of this message.
+  // Bytes prepared while the previous message was on the wire, when they are of this message
+  // (neither side has a date or id yet: both are taken when the bytes are written).
   const Prepared prepared = std::exchange(prepared_, Prepared{});
   QString error;
-  if (!prepared.bytes.isEmpty() && sameMessage(prepared.mail, mail))
+  if (!prepared.bytes.isEmpty() && prepared.mail == mail)
     job.payload = prepared.bytes;
   else if (!writeMailBytes(mail, &job.payload, &error))
     return fail(QStringLiteral("无法生成要发送的邮件：%1").arg(error));

@@ -12,6 +12,7 @@ namespace kvmail {
 struct MimeAddress {
   QString name;
   QString address;
+  bool operator==(const MimeAddress&) const = default;
 };
 
 struct MimeAttachment {
@@ -75,6 +76,7 @@ struct OutgoingMail {
   QStringList attachmentPaths;  // files attached by path, in order
   QDateTime date;               // now when invalid
   QString messageId;            // generated when empty
+  bool operator==(const OutgoingMail&) const = default;
 };
 
 // Writes the message with CR LF line ends: gb2312 headers and base64 HTML body, UTF-8 for any
