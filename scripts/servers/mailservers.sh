@@ -66,7 +66,8 @@ if [ ${#BASE_DIR} -gt 60 ]; then
   BASE_DIR="/tmp/kvmail-dovecot-$(printf '%s' "$STATE" | md5sum | cut -c1-12)"
 fi
 
-port_open() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+PORT_OWNER=mailservers
+. "$HERE/ports.sh"
 
 # A pid file counts only while its process is alive and is still the program we started.
 alive() {
@@ -107,21 +108,6 @@ do_status() {
   else echo "smtp sink: stopped"; rc=3; fi
   [ -f "$STATE/env" ] && cat "$STATE/env"
   return $rc
-}
-
-# Ports handed out by this start: not yet listening, but no longer free either.
-PICKED=" "
-pick_port() {
-  local port="$1" n
-  for n in $(seq 0 49); do
-    if ! port_open $((port + n)) && [[ "$PICKED" != *" $((port + n)) "* ]]; then
-      echo $((port + n))
-      return 0
-    fi
-    [ "$FIND_FREE" = 1 ] || break
-  done
-  echo "mailservers: port $port is taken by another program" >&2
-  return 1
 }
 
 write_config() {
@@ -224,14 +210,14 @@ wait_for() {
 do_start() {
   do_stop
   rm -f "$STATE/env"
-  POP3_PORT="$(pick_port "$POP3_PORT")"
-  PICKED+="$POP3_PORT "
-  SMTP_PORT="$(pick_port "$SMTP_PORT")"
-  PICKED+="$SMTP_PORT "
+  pick_port "$POP3_PORT"
+  POP3_PORT=$PORT
+  pick_port "$SMTP_PORT"
+  SMTP_PORT=$PORT
   [ "$POP3_PORT" != "$SMTP_PORT" ] || { echo "mailservers: POP3 and SMTP ports are equal" >&2; exit 1; }
   local sink_tls=()
-  if [ -n "$POP3S_PORT" ]; then POP3S_PORT="$(pick_port "$POP3S_PORT")"; PICKED+="$POP3S_PORT "; fi
-  if [ -n "$SMTPS_PORT" ]; then SMTPS_PORT="$(pick_port "$SMTPS_PORT")"; PICKED+="$SMTPS_PORT "; fi
+  if [ -n "$POP3S_PORT" ]; then pick_port "$POP3S_PORT"; POP3S_PORT=$PORT; fi
+  if [ -n "$SMTPS_PORT" ]; then pick_port "$SMTPS_PORT"; SMTPS_PORT=$PORT; fi
   if [ -n "$TLS_CERT" ]; then
     sink_tls=(--tls-cert "$TLS_CERT" --tls-key "$TLS_KEY")
     [ -z "$SMTPS_PORT" ] || sink_tls+=(--smtps-port "$SMTPS_PORT")

@@ -44,22 +44,8 @@ done
 mkdir -p "$STATE"
 STATE="$(cd "$STATE" && pwd)"
 
-port_open() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
-
-PICKED=" "
-pick_port() {
-  local port="$1" n
-  for n in $(seq 0 49); do
-    if ! port_open $((port + n)) && [[ "$PICKED" != *" $((port + n)) "* ]]; then
-      PICKED+="$((port + n)) "
-      PORT=$((port + n))
-      return 0
-    fi
-    [ "$FIND_FREE" = 1 ] || break
-  done
-  echo "tlsservers: port $port is taken by another program" >&2
-  return 1
-}
+PORT_OWNER=tlsservers
+. "$HERE/ports.sh"
 
 sink_alive() {
   local pidfile="$1" pid
