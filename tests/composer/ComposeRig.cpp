@@ -7,7 +7,7 @@
 namespace kvtest {
 
 ComposeRig::ComposeRig(bool startNow) {
-  faults = std::make_shared<FaultHost>(*host);
+  faults = std::make_shared<RecordingHost>(*host);
   seedAccount(true, false);
   if (startNow) start();
 }

@@ -1,50 +1,18 @@
 #pragma once
 // The compose window as the service opens it, over a fresh SQLite store, with the scripted
-// prompt; the host can be told to fail its key service, and keeps every statement it ran.
+// prompt; the host keeps every statement it ran and can be told to fail its key service.
 #include <QAction>
 #include <QLineEdit>
 #include <QStringList>
 
 #include <memory>
 
+#include "RecordingHost.h"
 #include "ServiceRig.h"
 #include "TestEnv.h"
 #include "composer/FrmNewMail.h"
-#include "store/HostSystem.h"
 
 namespace kvtest {
-
-class FaultHost : public kvmail::IHostSystem {
- public:
-  explicit FaultHost(kvmail::IHostSystem& real) : real_(real) {}
-
-  QStringList statements;  // every statement run, in order
-  int failKeyAt = 0;       // the n-th key asked for fails (0: none does)
-  int keyCalls = 0;
-
-  std::shared_ptr<kvmail::IRecordset> openQuery(const QString& sql, QString* error) override {
-    return real_.openQuery(sql, error);
-  }
-  QString execute(const QString& sql) override {
-    statements << sql;
-    return real_.execute(sql);
-  }
-  long nextKey(const QString& table, const QString& column, QString* error) override {
-    if (++keyCalls == failKeyAt) {
-      *error = QStringLiteral("编号服务不可用");
-      return 0;
-    }
-    return real_.nextKey(table, column, error);
-  }
-  QString beginTransaction() override { return real_.beginTransaction(); }
-  QString commitTransaction() override { return real_.commitTransaction(); }
-  QString rollbackTransaction() override { return real_.rollbackTransaction(); }
-  QString currentUserId() const override { return real_.currentUserId(); }
-  QString currentOperator() const override { return real_.currentOperator(); }
-
- private:
-  kvmail::IHostSystem& real_;
-};
 
 class ComposeRig : public ServiceRig {
  public:
@@ -52,7 +20,7 @@ class ComposeRig : public ServiceRig {
   explicit ComposeRig(bool start = true);
   ~ComposeRig();
 
-  std::shared_ptr<FaultHost> faults;
+  std::shared_ptr<RecordingHost> faults;  // the host the service runs on
 
   bool start() { return mail->Init(faults, 1); }
   kvmail::FrmNewMail* window() const { return mail->composeWindow(); }
@@ -66,11 +34,6 @@ class ComposeRig : public ServiceRig {
   void attach(const QString& path) {
     prompt->answerOpenFiles({path});
     trigger(QStringLiteral("TBTattach"));
-  }
-  // A file in the rig's folder with the given bytes.
-  QString file(const QString& name, const QByteArray& bytes) const {
-    writeAll(path(name), bytes);
-    return path(name);
   }
   // One mail per address through CreateNew from the program's template: subject 致甲, 致乙, …
   // (致[名]), Bcc boss@kvmail.test; an empty address gives a mail with an empty To field.

@@ -46,14 +46,8 @@ QString sha256(const QByteArray& bytes) {
 class ComposeRoundTrip : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto& servers = kvtest::loopbackServers();
-    ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
-    ASSERT_TRUE(kvtest::clearMailbox(kUser));
-    rig.host->executeBound(
-        QStringLiteral(
-            "update mailaccount set masmtpport=?, mapop3port=?, mausername=?, mapassword=?, "
-            "mafromemailaddress=?"),
-        {servers.smtpPort, servers.pop3Port, kUser, servers.password, kvtest::addressOf(kUser)});
+    ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
+    rig.useLoopback(kUser);
     ASSERT_TRUE(rig.start());
   }
 
@@ -183,10 +177,7 @@ TEST_F(ComposeRoundTrip, ComposedSentReceivedAndReadBackTheSame) {
 // refuses a mail whose attachment is too large: the send fails with the server's words and
 // the mail stays queued.
 TEST_F(ComposeRoundTrip, AnAttachmentLargerThanTheServerTakesFailsWithItsWordsAndStaysQueued) {
-  QTcpServer probe;
-  ASSERT_TRUE(probe.listen(QHostAddress::LocalHost));
-  const quint16 port = probe.serverPort();
-  probe.close();
+  const quint16 port = kvtest::closedPort();
   const auto& servers = kvtest::loopbackServers();
   ASSERT_TRUE(kvtest::writeAll(
       rig.path(QStringLiteral("users")),

@@ -19,8 +19,7 @@ class AttachmentFiles : public ::testing::Test {
  protected:
   QString path(const QString& name) const { return dir_.filePath(name); }
   QString make(const QString& name, const QByteArray& bytes) {
-    EXPECT_TRUE(kvtest::writeAll(path(name), bytes));
-    return path(name);
+    return kvtest::writtenFile(path(name), bytes);
   }
   static long errorOf(const std::function<void()>& call) {
     try {

@@ -57,10 +57,7 @@ struct LineClient {
 
 class Servers : public ::testing::Test {
  protected:
-  void SetUp() override {
-    ASSERT_TRUE(loopbackServers().ok()) << loopbackServers().error.toStdString();
-    ASSERT_TRUE(clearMailbox(kUser));
-  }
+  void SetUp() override { ASSERT_TRUE(serversWithEmptyMailbox(kUser)); }
   void smtp(LineClient& c) {
     ASSERT_TRUE(c.connectTo(loopbackServers().smtpPort));
     ASSERT_TRUE(c.ask({}).startsWith("220 "));

@@ -153,8 +153,7 @@ TEST(ServiceCreateNew, WithoutATemplatePriorityIsZero) {
 TEST(ServiceCreateNew, TemplateAttachmentsAreSavedToTheTempFolder) {
   ServiceRig rig;
   rig.seedAccount(true, false);
-  const QString file = rig.path(QStringLiteral("价目表.txt"));
-  ASSERT_TRUE(kvtest::writeAll(file, "price list\r\n"));
+  const QString file = rig.file(QStringLiteral("价目表.txt"), "price list\r\n");
   kvmail::OutgoingMail tpl = templateFile({file});
   tpl.headerPriority = 1;
   rig.seedTemplate(8, QStringLiteral("x@kvmail.test"), QString(), QString(), QStringLiteral("报价"),
@@ -299,10 +298,8 @@ TEST_F(ServiceWindows, WindowEventsBecomeServiceEvents) {
 }
 
 TEST_F(ServiceWindows, PrintFilesOfBothWindowsAreActuallyPrinted) {
-  const QString text = rig.path(QStringLiteral("print.txt"));
-  const QString html = rig.path(QStringLiteral("print.html"));
-  ASSERT_TRUE(kvtest::writeAll(text, QStringLiteral("收件人：王经理\n主题：对账单\n").toUtf8()));
-  ASSERT_TRUE(kvtest::writeAll(html, QStringLiteral("<p><b>主题</b>：对账单</p>").toUtf8()));
+  const QString text = rig.file(QStringLiteral("print.txt"), "收件人：王经理\n主题：对账单\n");
+  const QString html = rig.file(QStringLiteral("print.html"), "<p><b>主题</b>：对账单</p>");
   Q_EMIT rig.mail->viewerWindow()->DoPrint(text);
   Q_EMIT rig.mail->composeWindow()->DoPrint(html);
   const auto printed = rig.prompt->records(kvtest::ScriptedPrompt::Kind::PrintFile);

@@ -128,10 +128,8 @@ QStringList columnsOf(const QJsonObject& mail) {
 class CorpusReceive : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto& servers = kvtest::loopbackServers();
-    ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
-    ASSERT_TRUE(kvtest::clearMailbox(kUser));
-    rig.usePop3(servers.pop3Port, kUser, servers.password);
+    ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
+    rig.useLoopback(kUser);
   }
   void TearDown() override { kvtest::clearMailbox(kUser); }
   kvtest::TransferRig rig;

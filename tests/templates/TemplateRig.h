@@ -34,11 +34,6 @@ struct TemplateRig : StoreRig {
     account->lProgID = kProgram;
   }
 
-  QString file(const QString& name, const QByteArray& bytes) const {
-    writeAll(path(name), bytes);
-    return path(name);
-  }
-
   // The mail being composed.
   kvmail::MessagePtr message(const QString& priority = QStringLiteral("3"),
                              const QStringList& attachments = {}) const {

@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMap>
+#include <QTcpServer>
 #include <QThread>
 
 #include <sys/stat.h>
@@ -92,6 +93,12 @@ const LoopbackServers& loopbackServers() {
   return servers;
 }
 
+quint16 closedPort() {
+  QTcpServer probe;
+  probe.listen(QHostAddress::LocalHost, 0);
+  return probe.serverPort();
+}
+
 QString addressOf(const QString& user) {
   return user + QStringLiteral("@kvmail.localhost");
 }
@@ -118,6 +125,14 @@ bool clearMailbox(const QString& user) {
     }
   }
   return ok;
+}
+
+::testing::AssertionResult serversWithEmptyMailbox(const QString& user) {
+  if (!loopbackServers().ok())
+    return ::testing::AssertionFailure() << loopbackServers().error.toStdString();
+  if (!clearMailbox(user))
+    return ::testing::AssertionFailure() << "cannot empty the mailbox of " << user.toStdString();
+  return ::testing::AssertionSuccess();
 }
 
 QString dropMail(const QString& user, const QByteArray& bytes) {

@@ -2,6 +2,8 @@
 // The loopback mail servers of the "mailservers" fixture, as tests see them: ports, users and
 // the Maildirs behind the POP3 server, with helpers to empty, fill and read a user's mailbox.
 // Each test program uses its own user (t01..t40) so no two programs share a mailbox.
+#include <gtest/gtest.h>
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -38,12 +40,17 @@ struct TlsServers {
 // Read once from <KV_BUILD_DIR>/servers/tls/env and the good pair's env.
 const TlsServers& tlsServers();
 
+// A port on 127.0.0.1 on which nothing listens: taken and given back at once.
+quint16 closedPort();
+
 // An address the SMTP sink delivers into the user's mailbox.
 QString addressOf(const QString& user);
 QString maildirOf(const QString& user);
 
 // Empties the user's Maildir and forgets the server's state for it (UIDs start afresh).
 bool clearMailbox(const QString& user);
+// Where a test on the servers starts: the servers found and the user's mailbox emptied.
+::testing::AssertionResult serversWithEmptyMailbox(const QString& user);
 // Drops a message into new/ with an owner the POP3 server can read; answers its path or empty.
 QString dropMail(const QString& user, const QByteArray& bytes);
 // The user's mails in new/ and cur/, oldest delivery first.

@@ -1,7 +1,8 @@
 #pragma once
 // A real host system object that keeps the text of every query and statement it is handed, so
 // a test can hold a window to the exact statements and their order, and the chunk calls made on
-// its recordsets, so a test sees how a stored file was moved, not only that it arrived.
+// its recordsets, so a test sees how a stored file was moved, not only that it arrived. It can
+// also be told to fail one request for a key, as a host's key service may.
 #include <QStringList>
 
 #include "store/HostSystem.h"
@@ -16,6 +17,8 @@ class RecordingHost : public kvmail::IHostSystem {
   QStringList queries;     // the queries alone
   QStringList statements;  // the statements alone, "nextKey" for each key taken
   QStringList calls;       // "get 16384", "set ''", "append 100", "update" in call order
+  int failKeyAt = 0;       // the n-th key asked for fails (0: none does)
+  int keyCalls = 0;
 
   std::shared_ptr<kvmail::IRecordset> openQuery(const QString& sql, QString* error) override {
     texts << sql;
@@ -30,6 +33,10 @@ class RecordingHost : public kvmail::IHostSystem {
   }
   long nextKey(const QString& t, const QString& k, QString* e) override {
     statements << QStringLiteral("nextKey");
+    if (++keyCalls == failKeyAt) {
+      *e = QStringLiteral("编号服务不可用");
+      return 0;
+    }
     return real_.nextKey(t, k, e);
   }
   QString beginTransaction() override { return real_.beginTransaction(); }

@@ -4,6 +4,7 @@
 #include <QEvent>
 #include <QFile>
 
+#include "LoopbackServers.h"
 #include "store/MailStore.h"
 #include "store/Statements.h"
 #include "store/StoredFile.h"
@@ -34,6 +35,14 @@ void ServiceRig::seedAccount(bool perUser, bool asDefault, const QString& name) 
   seed.fromAddress = QStringLiteral("sales@kvmail.test");
   seed.pop3 = QStringLiteral("127.0.0.1");
   kvmail::host::seedAccount(*host, seed);
+}
+
+void ServiceRig::useLoopback(const QString& user) {
+  const LoopbackServers& servers = loopbackServers();
+  host->executeBound(
+      QStringLiteral("update mailaccount set masmtpport=?, mapop3servername=?, "
+                     "mapop3port=?, mausername=?, mapassword=?, mafromemailaddress=?"),
+      {servers.smtpPort, servers.host, servers.pop3Port, user, servers.password, addressOf(user)});
 }
 
 void ServiceRig::seedTemplate(long progId, const QString& to, const QString& cc, const QString& bcc,

@@ -21,6 +21,9 @@ class ServiceRig : public StoreRig {
   using StoreRig::seedAccount;
   // The demo account for user 7 (per-user row) or as the default account.
   void seedAccount(bool perUser, bool asDefault, const QString& name = QStringLiteral("公司邮箱"));
+  // Points the seeded account at the loopback servers, logging in as the user and sending from
+  // the user's address.
+  void useLoopback(const QString& user);
   // A template for a program: the MailTemplet row and its stored message file.
   void seedTemplate(long progId, const QString& to, const QString& cc, const QString& bcc,
                     const QString& subject, const kvmail::OutgoingMail& file);

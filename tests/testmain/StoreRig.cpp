@@ -3,6 +3,8 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 
+#include "LoopbackServers.h"
+
 namespace kvtest {
 
 using kvmail::host::HostOptions;
@@ -115,6 +117,20 @@ kvmail::sql::ReceivedRow receivedRow(long id, const QString& uidl) {
   r.replyId = id;
   r.size = 456;
   return r;
+}
+
+kvmail::host::AccountSeed loopbackAccount(const QString& user, const QString& name) {
+  kvmail::host::AccountSeed seed;
+  seed.userId = QStringLiteral("1");
+  seed.isDefault = true;
+  seed.name = name;
+  seed.userName = user;
+  seed.password = loopbackServers().password;
+  seed.smtp = seed.pop3 = QStringLiteral("127.0.0.1");
+  seed.smtpPort = loopbackServers().smtpPort;
+  seed.fromName = QStringLiteral("测试");
+  seed.fromAddress = addressOf(user);
+  return seed;
 }
 
 }  // namespace kvtest

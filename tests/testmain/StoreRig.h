@@ -28,6 +28,10 @@ class StoreRig {
   std::unique_ptr<kvmail::host::SqlHostSystem> connect() const;
   QString path(const QString& name) const { return dir_.filePath(name); }
   QString folder() const { return dir_.path(); }  // also TMPDIR while the rig lives
+  // A file in the rig's folder with the given bytes.
+  QString file(const QString& name, const QByteArray& bytes) const {
+    return writtenFile(path(name), bytes);
+  }
 
   QString seedAccount(const kvmail::host::AccountSeed& seed) {
     return kvmail::host::seedAccount(*host, seed);
@@ -74,5 +78,8 @@ class StoreTest : public ::testing::Test {
 // The composed mail's sent day follows its key, so a higher key is a newer mail.
 kvmail::sql::ComposedRow composedRow(long id);
 kvmail::sql::ReceivedRow receivedRow(long id, const QString& uidl);
+// The default account of user 1 logging in to the loopback servers as the given user, sending
+// through their SMTP port and receiving from POP3's standard port unless told otherwise.
+kvmail::host::AccountSeed loopbackAccount(const QString& user, const QString& name);
 
 }  // namespace kvtest

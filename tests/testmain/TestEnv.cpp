@@ -1,5 +1,9 @@
 #include "TestEnv.h"
 
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -26,6 +30,16 @@ bool writeAll(const QString& path, const QByteArray& bytes) {
   QFile f(path);
   if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
   return f.write(bytes) == bytes.size();
+}
+
+void pumpEvents(int ms) {
+  const QDeadlineTimer until(ms);
+  while (!until.hasExpired()) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+}
+
+QString writtenFile(const QString& path, const QByteArray& bytes) {
+  if (!writeAll(path, bytes)) ADD_FAILURE() << "cannot write " << path.toStdString();
+  return path;
 }
 
 }  // namespace kvtest

@@ -14,6 +14,11 @@ QString dataFile(const QString& name);
 QByteArray readAll(const QString& path);
 // Writes bytes to a file, creating folders; false on failure.
 bool writeAll(const QString& path, const QByteArray& bytes);
+// The same for a file a test goes on to use: answers the path, and a failure fails the test.
+QString writtenFile(const QString& path, const QByteArray& bytes);
+
+// Runs the event loop for a while.
+void pumpEvents(int ms);
 
 // Sets an environment variable for a scope and puts the old value (or its absence) back.
 class ScopedEnv {

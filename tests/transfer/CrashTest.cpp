@@ -32,8 +32,6 @@ QStringList subjectsOnServer(const QString& user) {
 }  // namespace
 
 TEST(CrashDovecot, AStoreRefusingTheThirdOfFiveKeepsItOnTheServerAndTheRowsBeforeWhole) {
-  const auto& servers = kvtest::loopbackServers();
-  ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
   const QStringList subjects{"m1", "m2", "third", "m4", "m5"};
   struct Case {
     const char* policy;
@@ -45,10 +43,10 @@ TEST(CrashDovecot, AStoreRefusingTheThirdOfFiveKeepsItOnTheServerAndTheRowsBefor
       {"delete once stored", true, {"third"}},
   };
   for (const Case& c : cases) {
-    ASSERT_TRUE(kvtest::clearMailbox(kUser));
+    ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
     for (const QString& s : subjects) kvtest::dropMail(kUser, kvtest::sampleMail(s));
     TransferRig rig;
-    rig.usePop3(servers.pop3Port, kUser, servers.password);
+    rig.useLoopback(kUser);
     rig.account().bIsDelete = c.deleteAfterStore;
     ASSERT_TRUE(rig.addTrigger(
         QStringLiteral("create trigger refuse_third before insert on msgmail when new.主题='third' "

@@ -19,10 +19,8 @@ const QString kUser = QStringLiteral("t10");
 class ReceiveFromDovecot : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto& servers = kvtest::loopbackServers();
-    ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
-    ASSERT_TRUE(kvtest::clearMailbox(kUser));
-    rig.usePop3(servers.pop3Port, kUser, servers.password);
+    ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
+    rig.useLoopback(kUser);
     rig.account().sPop3 = QStringLiteral("127.0.0.1");
   }
   QByteArray data(const char* name) {

@@ -1,5 +1,7 @@
 #include "TransferRig.h"
 
+#include "LoopbackServers.h"
+
 #include <QFile>
 #include <QSignalSpy>
 
@@ -26,6 +28,10 @@ void TransferRig::usePop3(quint16 port, const QString& user, const QString& pass
   account_->sPop3 = QStringLiteral("127.0.0.1");
   account_->sUserName = user;
   account_->sPassword = password;
+}
+
+void TransferRig::useLoopback(const QString& user) {
+  usePop3(loopbackServers().pop3Port, user, loopbackServers().password);
 }
 
 bool TransferRig::receive(int timeoutMs) {

@@ -28,6 +28,8 @@ class TransferRig : public StoreRig {
 
   // Points the account at a POP3 server on 127.0.0.1 with the given login.
   void usePop3(quint16 port, const QString& user, const QString& password);
+  // The same for a user's mailbox on the loopback Dovecot.
+  void useLoopback(const QString& user);
   // Opens the window to receive only and waits until every task has ended; false on time-out.
   bool receive(int timeoutMs = 30000);
   // Logs in to the scripted server as "u" with password "p" and receives.

@@ -2,12 +2,11 @@
 // request made during a run is neither dropped nor sends a mail twice.
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QSignalSpy>
-#include <QTcpServer>
 
 #include "FakePop3Server.h"
+#include "LoopbackServers.h"
+#include "TestEnv.h"
 #include "TransferRig.h"
 #include "model/IBundle.h"
 #include "store/MailStore.h"
@@ -22,18 +21,6 @@ namespace {
 const auto uidls = FakePop3Server::uidls;
 const auto mails = kvtest::sampleMails;
 const Commands kLogin = FakePop3Server::loggedIn({});
-
-// A port on which nothing listens: taken and given back at once.
-quint16 closedPort() {
-  QTcpServer probe;
-  probe.listen(QHostAddress::LocalHost, 0);
-  return probe.serverPort();
-}
-
-void pumpFor(int ms) {
-  const QDeadlineTimer until(ms);
-  while (!until.hasExpired()) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-}
 
 }  // namespace
 
@@ -50,7 +37,7 @@ TEST(TransferRun, CloseWhenDoneHidesTheWindowAfterAReceiveThatWentWell) {
 TEST(TransferRun, ASocketErrorEndsTheRunAndTheWindowSaysSo) {
   TransferRig rig;
   rig.view().closeChecked = true;  // not closed after a run that failed: the user must see why
-  rig.usePop3(closedPort(), QStringLiteral("u"), QStringLiteral("p"));
+  rig.usePop3(kvtest::closedPort(), QStringLiteral("u"), QStringLiteral("p"));
   ASSERT_TRUE(rig.receive(10000));  // the run ends: nothing waits for ever
   EXPECT_FALSE(rig.lastOk());
   // The row keeps the text it always kept; the animation stops and the error is listed.
@@ -110,7 +97,7 @@ TEST(TransferRun, AStoreThatRefusesAMailKeepsItOnTheServerForNextTime) {
                      "begin select raise(abort, 'third refused'); end")));
   // The user leaves the error box open well past the silence guard: the session lives on.
   rig.run().setPop3StallTimeout(300);
-  rig.view().whileAsked = [] { pumpFor(900); };
+  rig.view().whileAsked = [] { kvtest::pumpEvents(900); };
   {
     FakePop3Server server;
     server.setHandler(FakePop3Server::mailbox(mails(subjects), uidls(5)));
@@ -159,7 +146,7 @@ TEST(TransferRun, ADeadStoreShowsOneBoxAndLogsTheRest) {
 TEST(TransferRun, ARequestDuringARunWaitsAndDoesNotSendAMailTwice) {
   TransferRig rig;
   rig.account().sSmtp = QStringLiteral("127.0.0.1");
-  rig.account().lSmtpPort = closedPort();  // the send fails, which is enough to see it ran
+  rig.account().lSmtpPort = kvtest::closedPort();  // the send fails, which is enough to see it ran
   kvmail::OutgoingMail out;
   out.from = {QString(), QStringLiteral("sender@kvmail.test")};
   out.to = {{QString(), QStringLiteral("to@kvmail.test")}};
@@ -194,7 +181,7 @@ TEST(TransferRun, ARequestDuringARunWaitsAndDoesNotSendAMailTwice) {
     rig.run().start(nullptr, rig.host.get(), rig.accountPtr(), false);
     while (ended.size() < c.runs) ASSERT_TRUE(ended.wait(10000)) << c.what;
     QObject::disconnect(during);
-    pumpFor(200);
+    kvtest::pumpEvents(200);
     EXPECT_EQ(ended.size(), c.runs) << c.what;
     if (c.runs == 2)
       EXPECT_TRUE(rig.view().tasks.first().text.startsWith(QStringLiteral("发送1封邮件")));

@@ -86,13 +86,8 @@ QList<Expected> expectations() {
 class ReceivedMailInTheViewer : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto& servers = kvtest::loopbackServers();
-    ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
-    ASSERT_TRUE(kvtest::clearMailbox(kUser));
-    rig_.host->executeBound(
-        QStringLiteral("update mailaccount set mausername=?, mapassword=?, mapop3servername=?, "
-                       "mapop3port=?"),
-        {kUser, servers.password, servers.host, servers.pop3Port});
+    ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
+    rig_.useLoopback(kUser);
     ASSERT_TRUE(rig_.mail->Init(rig_.host, 1));
   }
 

@@ -56,12 +56,6 @@ QImage imageOf(const QVariant& value) {
   return {};
 }
 
-void pumpEvents(int ms) {
-  QEventLoop loop;
-  QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-  loop.exec();
-}
-
 QString remoteHtml(const QString& base) {
   return QStringLiteral(
              "<html><head>"
@@ -104,10 +98,10 @@ TEST(ViewerSafety, AMailFullOfRemoteReferencesCausesNoRequestAtAll) {
   for (int step = 0; step <= 4; ++step) {
     web->verticalScrollBar()->setValue(web->verticalScrollBar()->maximum() * step / 4);
     w->grab();
-    pumpEvents(50);
+    kvtest::pumpEvents(50);
   }
   rig.action(QStringLiteral("TBPrint"))->trigger();  // the printed copy fetches nothing either
-  pumpEvents(300);
+  kvtest::pumpEvents(300);
   EXPECT_EQ(server.connections, 0);
   EXPECT_EQ(server.requests, 0);
   EXPECT_TRUE(rig.prompt->records(ScriptedPrompt::Kind::OpenWithDesktop).isEmpty());

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
-#include <QTcpServer>
 #include <QTemporaryDir>
 
 #include "DemoStore.h"
@@ -24,9 +23,7 @@ constexpr int kRunMs = 120000;
 class KvhostCommandLine : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto& servers = kvtest::loopbackServers();
-    ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
-    ASSERT_TRUE(kvtest::clearMailbox(kUser));
+    ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
     ASSERT_TRUE(kvtest::clearMailbox(kRecipient));
     db = dir.filePath(QStringLiteral("host.db"));
   }
@@ -42,17 +39,9 @@ class KvhostCommandLine : public ::testing::Test {
   // A store whose account logs in as t30 at the fixture's SMTP port, as a host would set it up.
   void seedFixtureAccount() {
     ASSERT_EQ(kvmail::host::createStore(db), QString());
-    kvmail::host::AccountSeed seed;
-    seed.userId = QStringLiteral("1");
-    seed.isDefault = true;
-    seed.name = QStringLiteral("测试帐户");
-    seed.userName = kUser;
-    seed.password = kvtest::loopbackServers().password;
-    seed.smtp = seed.pop3 = QStringLiteral("127.0.0.1");
-    seed.smtpPort = kvtest::loopbackServers().smtpPort;
-    seed.fromName = QStringLiteral("测试");
-    seed.fromAddress = kvtest::addressOf(kUser);
-    ASSERT_EQ(kvmail::host::seedAccount(*open(), seed), QString());
+    ASSERT_EQ(kvmail::host::seedAccount(*open(),
+                                        kvtest::loopbackAccount(kUser, QStringLiteral("测试帐户"))),
+              QString());
   }
 
   long queueTo(const QString& user, const QString& subject) {
@@ -81,14 +70,6 @@ class KvhostCommandLine : public ::testing::Test {
   QTemporaryDir dir;
   QString db;
 };
-
-quint16 closedPort() {
-  QTcpServer probe;
-  probe.listen(QHostAddress::LocalHost, 0);
-  const quint16 port = probe.serverPort();
-  probe.close();  // nothing listens there any more
-  return port;
-}
 
 }  // namespace
 
@@ -131,7 +112,8 @@ TEST_F(KvhostCommandLine, PortOptionsPointTheRunAtAClosedPortAndItFails) {
   for (const char* command : {"receive", "send"}) {
     const QString option =
         command[0] == 'r' ? QStringLiteral("--pop3-port") : QStringLiteral("--smtp-port");
-    const ProcessResult r = kvhost({QLatin1String(command), option, QString::number(closedPort())});
+    const ProcessResult r =
+        kvhost({QLatin1String(command), option, QString::number(kvtest::closedPort())});
     ASSERT_TRUE(r.finished) << r.all().toStdString();
     EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
     EXPECT_TRUE(r.out.contains(QStringLiteral("结果：失败"))) << r.out.toStdString();
@@ -231,12 +213,11 @@ TEST_F(KvhostCommandLine, ShowPrintsWhatTheViewerShowsAndSavesTheAttachments) {
 
 TEST_F(KvhostCommandLine, ComposeFillsTheWindowAndSendsWithAttachments) {
   seedFixtureAccount();
-  const QString body = dir.filePath(QStringLiteral("body.html"));
-  const QString quote = dir.filePath(QStringLiteral("报价单.xlsx"));
-  const QString notes = dir.filePath(QStringLiteral("notes.txt"));
-  ASSERT_TRUE(kvtest::writeAll(body, QStringLiteral("<p>您好，请查收报价。</p>").toUtf8()));
-  ASSERT_TRUE(kvtest::writeAll(quote, QByteArray(4000, '\x05')));
-  ASSERT_TRUE(kvtest::writeAll(notes, "notes"));
+  const QString body =
+      kvtest::writtenFile(dir.filePath(QStringLiteral("body.html")), "<p>您好，请查收报价。</p>");
+  const QString quote =
+      kvtest::writtenFile(dir.filePath(QStringLiteral("报价单.xlsx")), QByteArray(4000, '\x05'));
+  const QString notes = kvtest::writtenFile(dir.filePath(QStringLiteral("notes.txt")), "notes");
   const ProcessResult r =
       kvhost({QStringLiteral("compose"), QStringLiteral("--to"), kvtest::addressOf(kRecipient),
               QStringLiteral("--subject"), QStringLiteral("命令行写的信"),

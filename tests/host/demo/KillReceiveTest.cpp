@@ -14,6 +14,7 @@
 #include "HostStore.h"
 #include "KvhostProcess.h"
 #include "LoopbackServers.h"
+#include "StoreRig.h"
 #include "store/MailStore.h"
 #include "support/mime/MimeMail.h"
 
@@ -41,25 +42,17 @@ QString subjectOf(const QByteArray& mail) {
 class KillReceive : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto& servers = kvtest::loopbackServers();
-    ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
-    ASSERT_TRUE(kvtest::clearMailbox(kUser));
+    ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
     for (int n = 1; n <= kMails; ++n)
       ASSERT_FALSE(kvtest::dropMail(kUser, numberedMail(n)).isEmpty());
     db = dir.filePath(QStringLiteral("host.db"));
     ASSERT_EQ(kvmail::host::createStore(db), QString());
     kvmail::host::SqlHostSystem host(kvmail::host::HostOptions::sqlite(db));
     ASSERT_EQ(host.open(), QString());
-    kvmail::host::AccountSeed seed;
-    seed.userId = QStringLiteral("1");
-    seed.isDefault = true;
-    seed.name = QStringLiteral("断电帐户");
-    seed.userName = kUser;
-    seed.password = servers.password;
-    seed.smtp = seed.pop3 = QStringLiteral("127.0.0.1");
-    seed.fromAddress = kvtest::addressOf(kUser);
-    seed.notDelete = 0;  // delete from the server once stored
-    ASSERT_EQ(kvmail::host::seedAccount(host, seed), QString());
+    // The seed's notDelete is 0: each mail is deleted from the server once stored.
+    ASSERT_EQ(
+        kvmail::host::seedAccount(host, kvtest::loopbackAccount(kUser, QStringLiteral("断电帐户"))),
+        QString());
   }
 
   QStringList args() const {

@@ -71,11 +71,10 @@ QByteArray htmlPartBytes(const QByteArray& raw) {
 
 TEST(MimeWrite, ChineseMailRoundTripsWithEveryField) {
   QTemporaryDir dir;
-  const QString attachment = dir.filePath(QStringLiteral("报价单（第二季度）.xls"));
-  ASSERT_TRUE(kvtest::writeAll(attachment, binaryBytes()));
   OutgoingMail out = chineseMail();
   out.replyTo = {QStringLiteral("回复处"), QStringLiteral("reply@example.cn")};
-  out.attachmentPaths = {attachment};
+  out.attachmentPaths = {
+      kvtest::writtenFile(dir.filePath(QStringLiteral("报价单（第二季度）.xls")), binaryBytes())};
 
   const ParsedMail in = readMailBytes(written(out));
   ASSERT_TRUE(in.ok);
@@ -97,10 +96,8 @@ TEST(MimeWrite, ChineseMailRoundTripsWithEveryField) {
 
 TEST(MimeWrite, Gb2312HeadersAndBase64HtmlBodyWhereTheTextFits) {
   QTemporaryDir dir;
-  const QString attachment = dir.filePath(QStringLiteral("合同.doc"));
-  ASSERT_TRUE(kvtest::writeAll(attachment, "doc"));
   OutgoingMail m = chineseMail();
-  m.attachmentPaths = {attachment};
+  m.attachmentPaths = {kvtest::writtenFile(dir.filePath(QStringLiteral("合同.doc")), "doc")};
   // The name as Foxmail and Outlook write and show it: one B word in name= and filename=.
   const QByteArray raw = expectWritten(
       m, {"\r\nSubject: =?gb2312?B?", "\r\nFrom: =?gb2312?B?1cXI/Q==?= <zhangsan@example.cn>\r\n",
@@ -115,13 +112,11 @@ TEST(MimeWrite, Gb2312HeadersAndBase64HtmlBodyWhereTheTextFits) {
 
 TEST(MimeWrite, TextOutsideGb2312IsWrittenInUtf8WithoutLoss) {
   QTemporaryDir dir;
-  const QString attachment = dir.filePath(QStringLiteral("价格€.txt"));
-  ASSERT_TRUE(kvtest::writeAll(attachment, "price"));
   OutgoingMail m = chineseMail();
   m.subject = QStringLiteral("价格 €5 𠀀 朱镕基");
   m.from.name = QStringLiteral("喆");
   m.htmlBody = QStringLiteral("<p>单价 € 𠀀</p>");
-  m.attachmentPaths = {attachment};
+  m.attachmentPaths = {kvtest::writtenFile(dir.filePath(QStringLiteral("价格€.txt")), "price")};
   // Each header decides for itself: the To list still fits gb2312.
   const ParsedMail in = readMailBytes(
       expectWritten(m, {"\r\nSubject: =?UTF-8?B?", "\r\nFrom: =?UTF-8?B?", "To: =?gb2312?B?",
@@ -132,14 +127,12 @@ TEST(MimeWrite, TextOutsideGb2312IsWrittenInUtf8WithoutLoss) {
 
 TEST(MimeWrite, CrLfLineEndsThroughout) {
   QTemporaryDir dir;
-  const QString a = dir.filePath(QStringLiteral("bin.dat"));
-  const QString b = dir.filePath(QStringLiteral("notes.txt"));
-  ASSERT_TRUE(kvtest::writeAll(a, binaryBytes()));
-  ASSERT_TRUE(kvtest::writeAll(b, "one\ntwo\n"));
   OutgoingMail m = chineseMail();
   m.htmlBody = QStringLiteral("a\nb\r\nc\n") + QString(300, QChar(0x6587));
   m.subject = QString(60, QChar(0x4E2D));  // long enough to be folded
-  m.attachmentPaths = {a, b};
+  m.attachmentPaths = {
+      kvtest::writtenFile(dir.filePath(QStringLiteral("bin.dat")), binaryBytes()),
+      kvtest::writtenFile(dir.filePath(QStringLiteral("notes.txt")), "one\ntwo\n")};
   const QByteArray raw = written(m);
   EXPECT_TRUE(everyLineEndIsCrLf(raw));
   EXPECT_TRUE(everyLineEndIsCrLf(htmlPartBytes(raw)));
