@@ -10,13 +10,13 @@ namespace {
 
 // In the store's order: a binary sort puts capitals first, so "Zhang" comes before "li".
 const QStringList kHistory = {
-    QStringLiteral("Wang.Fang@Kvmail.test"),            // 0
-    QStringLiteral("Zhang@kvmail.test"),                // 1
-    QStringLiteral("li@kvmail.test;wang@kvmail.test"),  // 2: a composed mail's recipient list
-    QStringLiteral("wang@kvmail.test"),                 // 3
-    QStringLiteral("王经理@公司.cn"),                   // 4
-    QStringLiteral("zhang@other.test"),                 // 5
-    QStringLiteral("Jürgen.MÜLLER@Firma.de"),           // 6: letters beyond ASCII
+    u"Wang.Fang@Kvmail.test"_s,            // 0
+    u"Zhang@kvmail.test"_s,                // 1
+    u"li@kvmail.test;wang@kvmail.test"_s,  // 2: a composed mail's recipient list
+    u"wang@kvmail.test"_s,                 // 3
+    u"王经理@公司.cn"_s,                   // 4
+    u"zhang@other.test"_s,                 // 5
+    u"Jürgen.MÜLLER@Firma.de"_s,           // 6: letters beyond ASCII
 };
 
 struct Case {
@@ -51,12 +51,10 @@ TEST(AddressIndex, SearchFindsTheFirstRowContainingTheTextWhateverItsCase) {
   }
   // Never across the end of one row into the next; the character 0 that ends rows inside the
   // index is an ordinary character of an address.
-  const QString withZero = QStringLiteral("test") + QChar(0) + QStringLiteral("wang");
+  const QString withZero = u"test"_s + QChar(0) + u"wang"_s;
   EXPECT_EQ(index.firstContaining(withZero), -1);
-  EXPECT_EQ(AddressIndex({QStringLiteral("a") + QChar(0) + QStringLiteral("b")})
-                .firstContaining(QChar(0) + QStringLiteral("b")),
-            0);
-  EXPECT_EQ(AddressIndex().firstContaining(QStringLiteral("a")), -1);
+  EXPECT_EQ(AddressIndex({u"a"_s + QChar(0) + u"b"_s}).firstContaining(QChar(0) + u"b"_s), 0);
+  EXPECT_EQ(AddressIndex().firstContaining(u"a"_s), -1);
 }
 
 TEST(AddressIndex, CompletionTakesTheFirstEntryInHistoryOrderBeginningWithTheWholeText) {
@@ -78,5 +76,5 @@ TEST(AddressIndex, CompletionTakesTheFirstEntryInHistoryOrderBeginningWithTheWho
     EXPECT_EQ(index.firstStartingWith(text), c.row) << text.toStdString();
     EXPECT_EQ(index.completion(text), c.row < 0 ? QString() : kHistory.at(c.row));
   }
-  EXPECT_EQ(AddressIndex().completion(QStringLiteral("a")), QString());
+  EXPECT_EQ(AddressIndex().completion(u"a"_s), QString());
 }

@@ -12,16 +12,11 @@ struct AddressStore : StoreRig {
 
   void mail(Direction direction, const QString& from, const QString& to) {
     host->executeBound(
-        QStringLiteral(
-            "insert into msgmail(邮件ID,CshgnsID,发件人邮箱,收件人邮箱) values(?,?,?,?)"),
+        u"insert into msgmail(邮件ID,CshgnsID,发件人邮箱,收件人邮箱) values(?,?,?,?)"_s,
         {qlonglong(nextId++), int(direction), from, to});
   }
-  void received(const QString& from) {
-    mail(Direction::Received, from, QStringLiteral("me@kvmail.test"));
-  }
-  void composed(const QString& to) {
-    mail(Direction::Composed, QStringLiteral("me@kvmail.test"), to);
-  }
+  void received(const QString& from) { mail(Direction::Received, from, u"me@kvmail.test"_s); }
+  void composed(const QString& to) { mail(Direction::Composed, u"me@kvmail.test"_s, to); }
 };
 
 }  // namespace kvtest

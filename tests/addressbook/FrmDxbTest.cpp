@@ -23,8 +23,8 @@ class FrmDxbTest : public ::testing::Test {
     window.py_Init(store.host.get());
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    grid = window.findChild<QTableView*>(QStringLiteral("Vs"));
-    box = window.findChild<QLineEdit*>(QStringLiteral("kvTxt"));
+    grid = window.findChild<QTableView*>(u"Vs"_s);
+    box = window.findChild<QLineEdit*>(u"kvTxt"_s);
     ASSERT_NE(grid, nullptr);
     ASSERT_NE(box, nullptr);
   }
@@ -52,29 +52,29 @@ class FrmDxbTest : public ::testing::Test {
 // A few hundred addresses, so most of them are out of sight.
 void fill(kvtest::AddressStore& store, int count) {
   for (int i = 0; i < count; ++i)
-    store.received(QStringLiteral("user%1@kvmail.test").arg(i, 4, 10, QLatin1Char('0')));
+    store.received(u"user%1@kvmail.test"_s.arg(i, 4, 10, QLatin1Char('0')));
 }
 
 }  // namespace
 
 TEST_F(FrmDxbTest, ListsEveryAddressOnceUnderTheHeading) {
-  store.received(QStringLiteral("zhao@kvmail.test"));
-  store.received(QStringLiteral("qian@kvmail.test"));
-  store.composed(QStringLiteral("qian@kvmail.test"));  // sender and recipient: listed once
-  store.composed(QStringLiteral("li@kvmail.test;wu@kvmail.test"));  // a list stays one entry
-  store.composed(QString());                                        // no recipient: left out
+  store.received(u"zhao@kvmail.test"_s);
+  store.received(u"qian@kvmail.test"_s);
+  store.composed(u"qian@kvmail.test"_s);               // sender and recipient: listed once
+  store.composed(u"li@kvmail.test;wu@kvmail.test"_s);  // a list stays one entry
+  store.composed(QString());                           // no recipient: left out
   open();
   ASSERT_EQ(grid->model()->rowCount(), 3);
   EXPECT_EQ(QStringList({cell(0), cell(1), cell(2)}),
             (QStringList{"li@kvmail.test;wu@kvmail.test", "qian@kvmail.test", "zhao@kvmail.test"}));
   EXPECT_EQ(grid->model()->columnCount(), 1);
-  EXPECT_EQ(grid->model()->headerData(0, Qt::Horizontal).toString(), QStringLiteral("邮箱地址"));
+  EXPECT_EQ(grid->model()->headerData(0, Qt::Horizontal).toString(), u"邮箱地址"_s);
   EXPECT_EQ(grid->model()->headerData(0, Qt::Vertical).toString(), QString());  // blank column
   EXPECT_EQ(window.currentRow(), 0);
   EXPECT_EQ(window.addressIndex()->size(), 3);  // what the compose window may share
 
   // A second initialisation reads the store again, from the heading up.
-  store.received(QStringLiteral("sun@kvmail.test"));
+  store.received(u"sun@kvmail.test"_s);
   window.py_Init(store.host.get());
   EXPECT_EQ(grid->model()->rowCount(), 4);
 }
@@ -83,9 +83,9 @@ TEST_F(FrmDxbTest, AnEmptyMailTableShowsTheHeadingOnlyAndPicksNothing) {
   open();
   QSignalSpy picked(&window, &FrmDxb::EvHasReturn);
   EXPECT_EQ(grid->model()->rowCount(), 0);
-  EXPECT_EQ(grid->model()->headerData(0, Qt::Horizontal).toString(), QStringLiteral("邮箱地址"));
+  EXPECT_EQ(grid->model()->headerData(0, Qt::Horizontal).toString(), u"邮箱地址"_s);
   EXPECT_EQ(window.currentRow(), -1);
-  type(QStringLiteral("a"));
+  type(u"a"_s);
   QTest::keyClick(box, Qt::Key_Return);
   doubleClick(0);
   QTest::keyClick(grid, Qt::Key_Return);
@@ -95,42 +95,42 @@ TEST_F(FrmDxbTest, AnEmptyMailTableShowsTheHeadingOnlyAndPicksNothing) {
 
 TEST_F(FrmDxbTest, TypingMovesToTheFirstRowContainingTheTextAndNoMatchMovesNothing) {
   fill(store, 300);
-  store.received(QStringLiteral("Zhang.San@KVMAIL.test"));  // sorts first: capitals
+  store.received(u"Zhang.San@KVMAIL.test"_s);  // sorts first: capitals
   open();
-  ASSERT_EQ(cell(0), QStringLiteral("Zhang.San@KVMAIL.test"));
+  ASSERT_EQ(cell(0), u"Zhang.San@KVMAIL.test"_s);
 
   // Out of sight: becomes current and the top row.
-  type(QStringLiteral("USER0250"));
+  type(u"USER0250"_s);
   EXPECT_EQ(window.currentRow(), 251);
   EXPECT_EQ(topRow(), 251);
   EXPECT_EQ(grid->selectionModel()->selectedRows().value(0).row(), 251);
 
   // In sight: becomes current, the grid stays where it is.
-  type(QStringLiteral("user0253"));
+  type(u"user0253"_s);
   EXPECT_EQ(window.currentRow(), 254);
   EXPECT_EQ(topRow(), 251);
 
   // No address has it: the current row and the view stay; an emptied box moves nothing either.
-  QTest::keyClicks(box, QStringLiteral("x"));
+  QTest::keyClicks(box, u"x"_s);
   EXPECT_EQ(window.currentRow(), 254);
   EXPECT_EQ(topRow(), 251);
   box->clear();
   EXPECT_EQ(window.currentRow(), 254);
 
   // Each key searches again from the top; a part, not the whole address, is enough.
-  type(QStringLiteral("san@kv"));
+  type(u"san@kv"_s);
   EXPECT_EQ(window.currentRow(), 0);
   EXPECT_EQ(topRow(), 0);
 }
 
 TEST_F(FrmDxbTest, DoubleClickAndEnterPickTheCurrentAddress) {
-  store.received(QStringLiteral("zhao@kvmail.test"));
-  store.received(QStringLiteral("qian@kvmail.test"));
-  store.composed(QStringLiteral("sun@kvmail.test"));
+  store.received(u"zhao@kvmail.test"_s);
+  store.received(u"qian@kvmail.test"_s);
+  store.composed(u"sun@kvmail.test"_s);
   open();
   QSignalSpy picked(&window, &FrmDxb::EvHasReturn);
   doubleClick(2);
-  type(QStringLiteral("SUN"));
+  type(u"SUN"_s);
   QTest::keyClick(box, Qt::Key_Return);
   QTest::keyClick(grid, Qt::Key_Up);
   QTest::keyClick(grid, Qt::Key_Enter);
@@ -146,7 +146,7 @@ TEST_F(FrmDxbTest, ShowModalReturnsWhenClosedAndTheNextShowFindsTheListAndSearch
   bool wasModal = false, refused = false;
   QTimer::singleShot(0, &window, [&] {
     wasModal = window.isVisible() && window.isModal();
-    QTest::keyClicks(window.findChild<QLineEdit*>(QStringLiteral("kvTxt")), QStringLiteral("0042"));
+    QTest::keyClicks(window.findChild<QLineEdit*>(u"kvTxt"_s), u"0042"_s);
     refused = !window.close();  // the request is refused, the window hidden instead
   });
   window.showModal();
@@ -157,21 +157,21 @@ TEST_F(FrmDxbTest, ShowModalReturnsWhenClosedAndTheNextShowFindsTheListAndSearch
   QString text;
   int row = -1;
   QTimer::singleShot(0, &window, [&] {
-    text = window.findChild<QLineEdit*>(QStringLiteral("kvTxt"))->text();
+    text = window.findChild<QLineEdit*>(u"kvTxt"_s)->text();
     row = window.currentRow();
     window.hide();
   });
   window.showModal();
-  EXPECT_EQ(text, QStringLiteral("0042"));
+  EXPECT_EQ(text, u"0042"_s);
   EXPECT_EQ(row, 42);
 }
 
 TEST_F(FrmDxbTest, AStoreThatCannotBeReadIsReportedAndLeavesTheHeading) {
-  store.host->execute(QStringLiteral("drop table msgmail"));
+  store.host->execute(u"drop table msgmail"_s);
   open();
   EXPECT_EQ(grid->model()->rowCount(), 0);
   ASSERT_EQ(prompt->records().size(), 1);
-  EXPECT_EQ(prompt->records().at(0).title, QStringLiteral("错误："));
+  EXPECT_EQ(prompt->records().at(0).title, u"错误："_s);
   EXPECT_EQ(prompt->records().at(0).icon, kvmail::PromptIcon::Critical);
-  EXPECT_TRUE(prompt->records().at(0).text.startsWith(QStringLiteral("读取通讯簿时出错：")));
+  EXPECT_TRUE(prompt->records().at(0).text.startsWith(u"读取通讯簿时出错："_s));
 }

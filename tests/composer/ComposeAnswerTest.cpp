@@ -17,18 +17,17 @@ class ComposeAnswer : public ::testing::Test {
  protected:
   void SetUp() override {
     kvmail::OutgoingMail m;
-    m.from = {QStringLiteral("王五"), QStringLiteral("wang@kvmail.test")};
-    m.to = {{QStringLiteral("销售部"), QStringLiteral("sales@kvmail.test")}};
-    m.subject = QStringLiteral("询价");
-    m.htmlBody = QStringLiteral("<html><body><p>请报价，谢谢。</p></body></html>");
-    m.attachmentPaths = {rig.file(QStringLiteral("规格.pdf"), datasheet)};
+    m.from = {u"王五"_s, u"wang@kvmail.test"_s};
+    m.to = {{u"销售部"_s, u"sales@kvmail.test"_s}};
+    m.subject = u"询价"_s;
+    m.htmlBody = u"<html><body><p>请报价，谢谢。</p></body></html>"_s;
+    m.attachmentPaths = {rig.file(u"规格.pdf"_s, datasheet)};
     original = rig.storeReceived(m);
     ASSERT_GT(original, 0);
   }
   QString row(long id, const char* columns) {
-    return rig.value(QStringLiteral("select %1 from msgmail where 邮件ID=%2")
-                         .arg(QString::fromUtf8(columns))
-                         .arg(id));
+    return rig.value(
+        u"select %1 from msgmail where 邮件ID=%2"_s.arg(QString::fromUtf8(columns)).arg(id));
   }
 
   ComposeRig rig;
@@ -40,14 +39,14 @@ class ComposeAnswer : public ::testing::Test {
 
 TEST_F(ComposeAnswer, AReplyGoesToTheSenderWithTheOriginalQuotedBelowALine) {
   EXPECT_FALSE(rig.mail->ReplyMail(original));
-  EXPECT_EQ(rig.field(1)->text(), QStringLiteral("王五<wang@kvmail.test>"));
-  EXPECT_EQ(rig.field(3)->text(), QStringLiteral("回复：询价"));
+  EXPECT_EQ(rig.field(1)->text(), u"王五<wang@kvmail.test>"_s);
+  EXPECT_EQ(rig.field(3)->text(), u"回复：询价"_s);
   const QString body = rig.window()->editor()->toPlainText();
-  const qsizetype line = body.indexOf(QStringLiteral("原始邮件"));
+  const qsizetype line = body.indexOf(u"原始邮件"_s);
   ASSERT_GE(line, 0) << body.toStdString();
-  EXPECT_GT(body.indexOf(QStringLiteral("请报价，谢谢。")), line);
-  EXPECT_TRUE(body.contains(QStringLiteral("发件人：王五<wang@kvmail.test>")));
-  EXPECT_EQ(rig.window()->findChild<QTreeWidget*>(QStringLiteral("LView"))->topLevelItemCount(), 0);
+  EXPECT_GT(body.indexOf(u"请报价，谢谢。"_s), line);
+  EXPECT_TRUE(body.contains(u"发件人：王五<wang@kvmail.test>"_s));
+  EXPECT_EQ(rig.window()->findChild<QTreeWidget*>(u"LView"_s)->topLevelItemCount(), 0);
   EXPECT_FALSE(rig.window()->isModified());
   // The stored message file was only borrowed.
   EXPECT_FALSE(QFile::exists(kvmail::tempFilePath(QString::number(original) + ".eml")));
@@ -55,47 +54,44 @@ TEST_F(ComposeAnswer, AReplyGoesToTheSenderWithTheOriginalQuotedBelowALine) {
   const long id = rig.send();
   ASSERT_GT(id, 0);
   EXPECT_EQ(row(id, "回复ID||'/'||级次||'/'||[E-MAIL]"),
-            QStringLiteral("%1/2/销售部<sales@kvmail.test>").arg(original));
-  EXPECT_EQ(row(id, "收件人"), QStringLiteral("王五<wang@kvmail.test>"));
-  EXPECT_EQ(row(id, "收件人邮箱"), QStringLiteral("wang@kvmail.test"));
+            u"%1/2/销售部<sales@kvmail.test>"_s.arg(original));
+  EXPECT_EQ(row(id, "收件人"), u"王五<wang@kvmail.test>"_s);
+  EXPECT_EQ(row(id, "收件人邮箱"), u"wang@kvmail.test"_s);
 }
 
 TEST_F(ComposeAnswer, AForwardCarriesTheBodyAndTheAttachments) {
   EXPECT_FALSE(rig.mail->TransmitMail(original));
   EXPECT_EQ(rig.field(1)->text(), QString());
-  EXPECT_EQ(rig.field(3)->text(), QStringLiteral("转发：询价"));
-  EXPECT_TRUE(rig.window()->editor()->toPlainText().contains(QStringLiteral("请报价，谢谢。")));
-  auto* list = rig.window()->findChild<QTreeWidget*>(QStringLiteral("LView"));
+  EXPECT_EQ(rig.field(3)->text(), u"转发：询价"_s);
+  EXPECT_TRUE(rig.window()->editor()->toPlainText().contains(u"请报价，谢谢。"_s));
+  auto* list = rig.window()->findChild<QTreeWidget*>(u"LView"_s);
   ASSERT_EQ(list->topLevelItemCount(), 1);
-  EXPECT_EQ(list->topLevelItem(0)->text(0), QStringLiteral("规格.pdf"));
+  EXPECT_EQ(list->topLevelItem(0)->text(0), u"规格.pdf"_s);
   const QString saved = list->topLevelItem(0)->text(1);
   EXPECT_TRUE(saved.startsWith(kvmail::tempFolder()));
   EXPECT_EQ(kvtest::readAll(saved), datasheet);
 
-  rig.field(1)->setText(QStringLiteral("zhao@kvmail.test"));
+  rig.field(1)->setText(u"zhao@kvmail.test"_s);
   const long id = rig.send();
   ASSERT_GT(id, 0);
-  EXPECT_EQ(row(id, "附件"), QStringLiteral("1"));
+  EXPECT_EQ(row(id, "附件"), u"1"_s);
   const kvmail::ParsedMail back =
-      kvmail::MailStore(*rig.host).readMessage(id, rig.path(QStringLiteral("fwd.eml")));
+      kvmail::MailStore(*rig.host).readMessage(id, rig.path(u"fwd.eml"_s));
   ASSERT_EQ(back.attachments.size(), 1);
-  EXPECT_EQ(back.attachments.first().fileName, QStringLiteral("规格.pdf"));
+  EXPECT_EQ(back.attachments.first().fileName, u"规格.pdf"_s);
   EXPECT_EQ(back.attachments.first().data, datasheet);
 }
 
 TEST(ComposeQuote, OnlyTheBodyOfAnHtmlDocumentIsQuoted) {
-  EXPECT_EQ(kvmail::compose::bodyContents(
-                QStringLiteral("<HTML><head><style>p{}</style></head><BODY bgcolor=x>"
-                               "<p>正文</p></BODY></HTML>")),
-            QStringLiteral("<p>正文</p>"));
-  EXPECT_EQ(kvmail::compose::bodyContents(QStringLiteral("纯文本<br>")),
-            QStringLiteral("纯文本<br>"));
+  EXPECT_EQ(kvmail::compose::bodyContents(u"<HTML><head><style>p{}</style></head><BODY bgcolor=x>"
+                                          "<p>正文</p></BODY></HTML>"_s),
+            u"<p>正文</p>"_s);
+  EXPECT_EQ(kvmail::compose::bodyContents(u"纯文本<br>"_s), u"纯文本<br>"_s);
   const QString quoted = kvmail::compose::quotedBody(
-      QStringLiteral("A<a@x>"), QStringLiteral("2026-01-02 03:04:05"), QStringLiteral("b@y"),
-      QStringLiteral("<主题>"), QStringLiteral("<body><p>原文</p></body>"));
-  EXPECT_TRUE(quoted.contains(QStringLiteral("A&lt;a@x&gt;")));
-  EXPECT_TRUE(quoted.contains(QStringLiteral("&lt;主题&gt;")));
-  EXPECT_TRUE(quoted.endsWith(QStringLiteral("<div><p>原文</p></div>")));
+      u"A<a@x>"_s, u"2026-01-02 03:04:05"_s, u"b@y"_s, u"<主题>"_s, u"<body><p>原文</p></body>"_s);
+  EXPECT_TRUE(quoted.contains(u"A&lt;a@x&gt;"_s));
+  EXPECT_TRUE(quoted.contains(u"&lt;主题&gt;"_s));
+  EXPECT_TRUE(quoted.endsWith(u"<div><p>原文</p></div>"_s));
 }
 
 TEST_F(ComposeAnswer, AMailThatIsNotStoredGivesAnEmptyMailToWrite) {

@@ -33,7 +33,7 @@ void seedHistory(ComposeRig& rig) {
   for (const char* from : {"zhao@kvmail.test", "wu@kvmail.test", "Wang.Li@Kvmail.test"}) {
     kvmail::OutgoingMail m;
     m.from = {QString(), QLatin1String(from)};
-    m.to = {{QString(), QStringLiteral("sales@kvmail.test")}};
+    m.to = {{QString(), u"sales@kvmail.test"_s}};
     m.subject = QLatin1String(from);
     rig.storeReceived(m);
   }
@@ -88,76 +88,73 @@ TEST(ComposeHelpers, TheToFieldCompletesTheWholeTextFromTheHistoryIgnoringCase) 
   }
   // Taking text away never completes again.
   to->clear();
-  QTest::keyClicks(to, QStringLiteral("WANG"));
+  QTest::keyClicks(to, u"WANG"_s);
   QTest::keyClick(to, Qt::Key_Backspace);
-  EXPECT_EQ(to->text(), QStringLiteral("Wang"));
+  EXPECT_EQ(to->text(), u"Wang"_s);
   QTest::keyClick(to, Qt::Key_Backspace);
-  EXPECT_EQ(to->text(), QStringLiteral("Wan"));
+  EXPECT_EQ(to->text(), u"Wan"_s);
   QTest::keyClick(to, Qt::Key_Left);
   QTest::keyClick(to, Qt::Key_Delete);
-  EXPECT_EQ(to->text(), QStringLiteral("Wa"));
+  EXPECT_EQ(to->text(), u"Wa"_s);
 }
 
 TEST(ComposeHelpers, AStoreWithoutMailGivesNoHistoryAndNothingCompletes) {
   ComposeRig rig;
   rig.mail->NewMail();
   EXPECT_EQ(rig.window()->history(), nullptr);
-  QTest::keyClicks(rig.field(1), QStringLiteral("w"));
-  EXPECT_EQ(rig.field(1)->text(), QStringLiteral("w"));
+  QTest::keyClicks(rig.field(1), u"w"_s);
+  EXPECT_EQ(rig.field(1)->text(), u"w"_s);
 }
 
 TEST(ComposeHelpers, TheAddressBookOpensModallyAndItsPickReplacesTheToField) {
   ComposeRig rig;
   seedHistory(rig);
   rig.mail->NewMail();
-  rig.field(1)->setText(QStringLiteral("old@kvmail.test;other@kvmail.test"));
+  rig.field(1)->setText(u"old@kvmail.test;other@kvmail.test"_s);
   for (const char* key : {"TBTdxb", "mnuMailTdxb"}) {
     withModal<kvmail::FrmDxb>(rig, QLatin1String(key), [](kvmail::FrmDxb* book) {
       EXPECT_TRUE(book->isModal() || book->windowModality() != Qt::NonModal);
-      auto* search = book->findChild<QLineEdit*>(QStringLiteral("kvTxt"));
-      search->setText(QStringLiteral("WU"));
+      auto* search = book->findChild<QLineEdit*>(u"kvTxt"_s);
+      search->setText(u"WU"_s);
       QTest::keyClick(search, Qt::Key_Return);
       EXPECT_FALSE(book->isVisible());  // the pick ends the modal loop
     });
-    EXPECT_EQ(rig.field(1)->text(), QStringLiteral("wu@kvmail.test")) << key;
-    rig.field(1)->setText(QStringLiteral("again@kvmail.test"));
+    EXPECT_EQ(rig.field(1)->text(), u"wu@kvmail.test"_s) << key;
+    rig.field(1)->setText(u"again@kvmail.test"_s);
   }
   // Closing the book without a pick keeps the field.
-  withModal<kvmail::FrmDxb>(rig, QStringLiteral("TBTdxb"),
-                            [](kvmail::FrmDxb* book) { book->close(); });
-  EXPECT_EQ(rig.field(1)->text(), QStringLiteral("again@kvmail.test"));
+  withModal<kvmail::FrmDxb>(rig, u"TBTdxb"_s, [](kvmail::FrmDxb* book) { book->close(); });
+  EXPECT_EQ(rig.field(1)->text(), u"again@kvmail.test"_s);
 }
 
 TEST(ComposeHelpers, ATemplateSavedFromTheWindowIsWhatCreateNewFillsNext) {
   ComposeRig rig;
   rig.mail->NewMail();
-  rig.field(1)->setText(QStringLiteral("客户<kehu@kvmail.test>"));
-  rig.field(3)->setText(QStringLiteral("新品目录"));
-  rig.window()->editor()->setDocumentHtml(QStringLiteral("<p><b>[名]</b>您好，请看新品：</p>"));
+  rig.field(1)->setText(u"客户<kehu@kvmail.test>"_s);
+  rig.field(3)->setText(u"新品目录"_s);
+  rig.window()->editor()->setDocumentHtml(u"<p><b>[名]</b>您好，请看新品：</p>"_s);
   rig.window()->editor()->moveCursor(QTextCursor::End);
-  rig.window()->editor()->insertPicture(pictureFile(rig, QStringLiteral("新品.png"), Qt::blue));
-  const QString catalogue = rig.file(QStringLiteral("目录.pdf"), QByteArray("%PDF-1.4 catalogue"));
+  rig.window()->editor()->insertPicture(pictureFile(rig, u"新品.png"_s, Qt::blue));
+  const QString catalogue = rig.file(u"目录.pdf"_s, QByteArray("%PDF-1.4 catalogue"));
   rig.attach(catalogue);
 
   for (const char* key : {"TBTemplet", "mnuMailTemplet"})  // saved twice: the second replaces
     withModal<kvmail::FrmTemplet>(rig, QLatin1String(key), [](kvmail::FrmTemplet* t) {
-      t->findChild<QLineEdit*>(QStringLiteral("Txt(0)"))->setText(QStringLiteral("[名]<[邮箱]>"));
-      t->findChild<QPushButton*>(QStringLiteral("Cmd(0)"))->click();
+      t->findChild<QLineEdit*>(u"Txt(0)"_s)->setText(u"[名]<[邮箱]>"_s);
+      t->findChild<QPushButton*>(u"Cmd(0)"_s)->click();
     });
-  EXPECT_EQ(rig.value(QStringLiteral("select [to] from MailTemplet where progID=1")),
-            QStringLiteral("[名]<[邮箱]>"));
+  EXPECT_EQ(rig.value(u"select [to] from MailTemplet where progID=1"_s), u"[名]<[邮箱]>"_s);
   rig.prompt->answer(kvmail::PromptAnswer::No);
   rig.window()->close();
   QFile::remove(catalogue);  // the template carries its own copy
 
   const QChar nul(0);
-  ASSERT_TRUE(rig.mail->CreateNew(
-      QStringLiteral("[名]甲") + nul + QStringLiteral("[邮箱]a@kvmail.test"), QStringLiteral("|")));
-  EXPECT_EQ(rig.field(1)->text(), QStringLiteral("甲<a@kvmail.test>"));
-  EXPECT_EQ(rig.field(3)->text(), QStringLiteral("新品目录"));
+  ASSERT_TRUE(rig.mail->CreateNew(u"[名]甲"_s + nul + u"[邮箱]a@kvmail.test"_s, u"|"_s));
+  EXPECT_EQ(rig.field(1)->text(), u"甲<a@kvmail.test>"_s);
+  EXPECT_EQ(rig.field(3)->text(), u"新品目录"_s);
   const QString body = rig.window()->editor()->toHtml();
-  EXPECT_TRUE(body.contains(QStringLiteral("[名]"))) << body.toStdString();  // body kept as saved
-  EXPECT_FALSE(body.contains(QStringLiteral("cid:")));
+  EXPECT_TRUE(body.contains(u"[名]"_s)) << body.toStdString();  // body kept as saved
+  EXPECT_FALSE(body.contains(u"cid:"_s));
   const QList<QVariant> images = [&] {
     QList<QVariant> out;
     for (QTextBlock b = rig.window()->editor()->document()->begin(); b.isValid(); b = b.next())
@@ -172,32 +169,32 @@ TEST(ComposeHelpers, ATemplateSavedFromTheWindowIsWhatCreateNewFillsNext) {
   EXPECT_EQ(images.first().value<QImage>().pixelColor(1, 1), QColor(Qt::blue));
   auto* list = rig.window()->findChild<QTreeWidget*>();
   ASSERT_EQ(list->topLevelItemCount(), 1);
-  EXPECT_EQ(list->topLevelItem(0)->text(0), QStringLiteral("目录.pdf"));
+  EXPECT_EQ(list->topLevelItem(0)->text(0), u"目录.pdf"_s);
   EXPECT_EQ(kvtest::readAll(list->topLevelItem(0)->text(1)), QByteArray("%PDF-1.4 catalogue"));
 }
 
 TEST(ComposeHelpers, PicturesOfTheBodyAreStoredAsRelatedPartsAndComeBackAsFiles) {
   ComposeRig rig;
   rig.mail->NewMail();
-  rig.field(1)->setText(QStringLiteral("kehu@kvmail.test"));
-  const QString red = pictureFile(rig, QStringLiteral("red.png"), Qt::red);
+  rig.field(1)->setText(u"kehu@kvmail.test"_s);
+  const QString red = pictureFile(rig, u"red.png"_s, Qt::red);
   kvmail::BodyEditor* editor = rig.window()->editor();
-  editor->insertPlainText(QStringLiteral("两张图："));
+  editor->insertPlainText(u"两张图："_s);
   editor->insertPicture(red);
   editor->insertPicture(red);  // shown twice, sent once
   ASSERT_TRUE(rig.window()->StoreAll());
-  const long id = rig.value(QStringLiteral("select 邮件ID from msgmail")).toLong();
-  EXPECT_EQ(rig.value(QStringLiteral("select 附件 from msgmail")), QStringLiteral("0"));
+  const long id = rig.value(u"select 邮件ID from msgmail"_s).toLong();
+  EXPECT_EQ(rig.value(u"select 附件 from msgmail"_s), u"0"_s);
 
   const kvmail::ParsedMail stored =
-      kvmail::MailStore(*rig.host).readMessage(id, rig.path(QStringLiteral("stored.eml")));
+      kvmail::MailStore(*rig.host).readMessage(id, rig.path(u"stored.eml"_s));
   ASSERT_EQ(stored.attachments.size(), 1);
   const kvmail::MimeAttachment& part = stored.attachments.first();
   EXPECT_TRUE(part.isInline);
-  EXPECT_EQ(part.contentType, QStringLiteral("image/png"));
+  EXPECT_EQ(part.contentType, u"image/png"_s);
   EXPECT_EQ(part.data, kvtest::readAll(red));
-  EXPECT_EQ(stored.htmlBody.count(QStringLiteral("cid:") + part.contentId), 2);
-  EXPECT_FALSE(stored.htmlBody.contains(QStringLiteral("file:")));
+  EXPECT_EQ(stored.htmlBody.count(u"cid:"_s + part.contentId), 2);
+  EXPECT_FALSE(stored.htmlBody.contains(u"file:"_s));
 
   // The send queue reads it back with the picture as a file the body shows, not an attachment.
   const kvmail::BundlePtr queue = kvmail::MailStore(*rig.host).readSendQueue();
@@ -205,7 +202,7 @@ TEST(ComposeHelpers, PicturesOfTheBodyAreStoredAsRelatedPartsAndComeBackAsFiles)
   const kvmail::MessagePtr back = queue->Item(kvmail::IndexKey(1));
   EXPECT_EQ(back->Attachments()->Count(), 0);
   const QString body = back->BodyText();
-  const qsizetype at = body.indexOf(QStringLiteral("file://"));
+  const qsizetype at = body.indexOf(u"file://"_s);
   ASSERT_GE(at, 0) << body.toStdString();
   const QUrl shown(body.mid(at, body.indexOf(QLatin1Char('"'), at) - at));
   EXPECT_EQ(kvtest::readAll(shown.toLocalFile()), kvtest::readAll(red));
@@ -214,18 +211,17 @@ TEST(ComposeHelpers, PicturesOfTheBodyAreStoredAsRelatedPartsAndComeBackAsFiles)
 TEST(ComposeHelpers, AReplyAndAForwardQuoteTheReceivedPicturesAsFilesNotAttachments) {
   ComposeRig rig;
   kvmail::OutgoingMail received;
-  received.from = {QStringLiteral("客户"), QStringLiteral("kehu@kvmail.test")};
-  received.to = {{QString(), QStringLiteral("sales@kvmail.test")}};
-  received.subject = QStringLiteral("样品照片");
-  const QString green = pictureFile(rig, QStringLiteral("sample.png"), Qt::green);
-  received.htmlBody =
-      QStringLiteral("<p>照片：<img src=\"%1\"></p>").arg(QUrl::fromLocalFile(green).toString());
+  received.from = {u"客户"_s, u"kehu@kvmail.test"_s};
+  received.to = {{QString(), u"sales@kvmail.test"_s}};
+  received.subject = u"样品照片"_s;
+  const QString green = pictureFile(rig, u"sample.png"_s, Qt::green);
+  received.htmlBody = u"<p>照片：<img src=\"%1\"></p>"_s.arg(QUrl::fromLocalFile(green).toString());
   const long id = rig.storeReceived(received);
   for (bool forward : {false, true}) {
     forward ? rig.mail->TransmitMail(id) : rig.mail->ReplyMail(id);  // both answer false
     const QString body = rig.window()->editor()->toHtml();
-    EXPECT_FALSE(body.contains(QStringLiteral("cid:"))) << forward;
-    EXPECT_TRUE(body.contains(QStringLiteral("sample.png"))) << forward;
+    EXPECT_FALSE(body.contains(u"cid:"_s)) << forward;
+    EXPECT_TRUE(body.contains(u"sample.png"_s)) << forward;
     EXPECT_EQ(rig.window()->findChild<QTreeWidget*>()->topLevelItemCount(), 0) << forward;
     rig.prompt->answer(kvmail::PromptAnswer::No);
     rig.window()->close();

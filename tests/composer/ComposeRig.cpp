@@ -29,20 +29,17 @@ void ComposeRig::trigger(const QString& key) const {
 }
 
 void ComposeRig::openBatch(const QStringList& tos) {
-  host->executeBound(
-      QStringLiteral("insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"),
-      {1, QStringLiteral("[邮箱]"), QString(), QStringLiteral("boss@kvmail.test"),
-       QStringLiteral("致[名]")});
+  host->executeBound(u"insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"_s,
+                     {1, u"[邮箱]"_s, QString(), u"boss@kvmail.test"_s, u"致[名]"_s});
   QStringList records;
   for (int i = 0; i < tos.size(); ++i)
-    records << QStringLiteral("[名]") + QStringLiteral("甲乙丙丁").at(i) + QChar(0) +
-                   QStringLiteral("[邮箱]") + tos[i];
-  EXPECT_TRUE(mail->CreateNew(records.join(QLatin1Char('|')), QStringLiteral("|")));
+    records << u"[名]"_s + u"甲乙丙丁"_s.at(i) + QChar(0) + u"[邮箱]"_s + tos[i];
+  EXPECT_TRUE(mail->CreateNew(records.join(QLatin1Char('|')), u"|"_s));
 }
 
 long ComposeRig::send() {
   QSignalSpy returned(window(), &kvmail::FrmNewMail::ReturnData);
-  trigger(QStringLiteral("TBSend"));
+  trigger(u"TBSend"_s);
   return returned.isEmpty() ? 0 : returned[0][0].toString().section(u';', 0, 0).toLong();
 }
 

@@ -25,7 +25,7 @@ class ComposeRig : public ServiceRig {
   bool start() { return mail->Init(faults, 1); }
   kvmail::FrmNewMail* window() const { return mail->composeWindow(); }
   QLineEdit* field(int index) const {
-    return window()->findChild<QLineEdit*>(QStringLiteral("Txt(%1)").arg(index));
+    return window()->findChild<QLineEdit*>(u"Txt(%1)"_s.arg(index));
   }
   QAction* action(const QString& key) const { return window()->findChild<QAction*>(key); }
   // Triggers a menu item or toolbar button by its key.
@@ -33,7 +33,7 @@ class ComposeRig : public ServiceRig {
   // Answers the insert dialog with the file and presses the attachment button.
   void attach(const QString& path) {
     prompt->answerOpenFiles({path});
-    trigger(QStringLiteral("TBTattach"));
+    trigger(u"TBTattach"_s);
   }
   // One mail per address through CreateNew from the program's template: subject 致甲, 致乙, …
   // (致[名]), Bcc boss@kvmail.test; an empty address gives a mail with an empty To field.

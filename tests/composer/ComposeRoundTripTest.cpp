@@ -27,11 +27,11 @@
 
 namespace {
 
-const QString kUser = QStringLiteral("t26");
+const QString kUser = u"t26"_s;
 
 QJsonObject readWithPython(const QString& path) {
   QProcess python;
-  python.start(QStringLiteral("/usr/bin/python3"), {QStringLiteral(KV_MAIL_READER), path});
+  python.start(u"/usr/bin/python3"_s, {QStringLiteral(KV_MAIL_READER), path});
   if (!python.waitForFinished(30000) || python.exitCode() != 0) {
     ADD_FAILURE() << python.readAllStandardError().toStdString();
     return {};
@@ -63,32 +63,32 @@ class ComposeRoundTrip : public ::testing::Test {
   // What Python reads from a message file matches what was composed.
   void expectComposed(const QString& path) {
     const QJsonObject mail = readWithPython(path);
-    EXPECT_EQ(mail[QStringLiteral("subject")].toString(), subject);
-    EXPECT_EQ(mail[QStringLiteral("charset")].toString(), QStringLiteral("gb2312"));
+    EXPECT_EQ(mail[u"subject"_s].toString(), subject);
+    EXPECT_EQ(mail[u"charset"_s].toString(), u"gb2312"_s);
     for (const QString& line : bodyLines)
-      EXPECT_TRUE(mail[QStringLiteral("text")].toString().contains(line))
-          << mail[QStringLiteral("text")].toString().toStdString();
-    const QJsonArray files = mail[QStringLiteral("attachments")].toArray();
+      EXPECT_TRUE(mail[u"text"_s].toString().contains(line))
+          << mail[u"text"_s].toString().toStdString();
+    const QJsonArray files = mail[u"attachments"_s].toArray();
     ASSERT_EQ(files.size(), 2);
-    EXPECT_EQ(files[0][QStringLiteral("name")].toString(), QStringLiteral("报价单（2026）.xlsx"));
-    EXPECT_EQ(files[0][QStringLiteral("sha256")].toString(), sha256(quote));
-    EXPECT_EQ(files[1][QStringLiteral("name")].toString(), QStringLiteral("catalog.pdf"));
-    EXPECT_EQ(files[1][QStringLiteral("sha256")].toString(), sha256(catalog));
+    EXPECT_EQ(files[0][u"name"_s].toString(), u"报价单（2026）.xlsx"_s);
+    EXPECT_EQ(files[0][u"sha256"_s].toString(), sha256(quote));
+    EXPECT_EQ(files[1][u"name"_s].toString(), u"catalog.pdf"_s);
+    EXPECT_EQ(files[1][u"sha256"_s].toString(), sha256(catalog));
 
     // The formatting and the picture, as another client reads them.
-    const QString html = mail[QStringLiteral("html")].toString();
-    EXPECT_TRUE(html.contains(QStringLiteral("font-weight:700"))) << html.toStdString();
-    EXPECT_TRUE(html.contains(QStringLiteral("color:#c80000"))) << html.toStdString();
-    EXPECT_TRUE(html.contains(QStringLiteral("href=\"https://kvmail.test/price?q=1&amp;r=2\"")))
+    const QString html = mail[u"html"_s].toString();
+    EXPECT_TRUE(html.contains(u"font-weight:700"_s)) << html.toStdString();
+    EXPECT_TRUE(html.contains(u"color:#c80000"_s)) << html.toStdString();
+    EXPECT_TRUE(html.contains(u"href=\"https://kvmail.test/price?q=1&amp;r=2\""_s))
         << html.toStdString();
-    EXPECT_EQ(mail[QStringLiteral("bodyParent")].toString(), QStringLiteral("multipart/related"));
-    const QJsonArray pictures = mail[QStringLiteral("pictures")].toArray();
+    EXPECT_EQ(mail[u"bodyParent"_s].toString(), u"multipart/related"_s);
+    const QJsonArray pictures = mail[u"pictures"_s].toArray();
     ASSERT_EQ(pictures.size(), 1);
-    const QString cid = pictures[0][QStringLiteral("cid")].toString();
-    EXPECT_TRUE(html.contains(QStringLiteral("src=\"cid:") + cid + QLatin1Char('"')));
-    EXPECT_EQ(pictures[0][QStringLiteral("type")].toString(), QStringLiteral("image/png"));
-    EXPECT_EQ(pictures[0][QStringLiteral("disposition")].toString(), QStringLiteral("inline"));
-    EXPECT_EQ(pictures[0][QStringLiteral("sha256")].toString(), sha256(logo));
+    const QString cid = pictures[0][u"cid"_s].toString();
+    EXPECT_TRUE(html.contains(u"src=\"cid:"_s + cid + QLatin1Char('"')));
+    EXPECT_EQ(pictures[0][u"type"_s].toString(), u"image/png"_s);
+    EXPECT_EQ(pictures[0][u"disposition"_s].toString(), u"inline"_s);
+    EXPECT_EQ(pictures[0][u"sha256"_s].toString(), sha256(logo));
   }
 
   // The body as a user writes it with the strip: "王经理" bold, "报价单" in red, a link after the
@@ -100,21 +100,19 @@ class ComposeRoundTrip : public ::testing::Test {
       QTextCursor c = editor->document()->find(word);
       editor->setTextCursor(c);
     };
-    select(QStringLiteral("王经理"));
+    select(u"王经理"_s);
     editor->ExecCommand(kvmail::compose::CmdBold);
-    select(QStringLiteral("报价单"));
+    select(u"报价单"_s);
     editor->ExecCommand(kvmail::compose::CmdForeColor, QColor(200, 0, 0));
     editor->moveCursor(QTextCursor::End);
-    editor->ExecCommand(kvmail::compose::CmdHyperlink,
-                        QStringLiteral("https://kvmail.test/price?q=1&r=2"));
-    const QString png = rig.file(QStringLiteral("logo.png"), logo);
+    editor->ExecCommand(kvmail::compose::CmdHyperlink, u"https://kvmail.test/price?q=1&r=2"_s);
+    const QString png = rig.file(u"logo.png"_s, logo);
     editor->ExecCommand(kvmail::compose::CmdPicture, png);
   }
 
   kvtest::ComposeRig rig{false};
-  const QString subject = QStringLiteral("季度报价：华东区（第三季度）");
-  const QStringList bodyLines = {QStringLiteral("王经理：您好！"),
-                                 QStringLiteral("附件是报价单和产品目录，请查收。")};
+  const QString subject = u"季度报价：华东区（第三季度）"_s;
+  const QStringList bodyLines = {u"王经理：您好！"_s, u"附件是报价单和产品目录，请查收。"_s};
   QByteArray quote = [] {
     QByteArray b;
     for (int i = 0; i < 70000; ++i) b.append(char(i * 31 % 256));
@@ -136,24 +134,23 @@ class ComposeRoundTrip : public ::testing::Test {
 
 TEST_F(ComposeRoundTrip, ComposedSentReceivedAndReadBackTheSame) {
   rig.mail->NewMail();
-  rig.field(1)->setText(QStringLiteral("王经理<%1>").arg(kvtest::addressOf(kUser)));
+  rig.field(1)->setText(u"王经理<%1>"_s.arg(kvtest::addressOf(kUser)));
   rig.field(3)->setText(subject);
   writeBody();
-  rig.attach(rig.file(QStringLiteral("报价单（2026）.xlsx"), quote));
-  rig.attach(rig.file(QStringLiteral("catalog.pdf"), catalog));
+  rig.attach(rig.file(u"报价单（2026）.xlsx"_s, quote));
+  rig.attach(rig.file(u"catalog.pdf"_s, catalog));
   QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
 
-  ASSERT_TRUE(runTransfer([&] { rig.trigger(QStringLiteral("TBSend")); }));
+  ASSERT_TRUE(runTransfer([&] { rig.trigger(u"TBSend"_s); }));
   ASSERT_EQ(returned.size(), 2);
   const long queued = returned[0][0].toString().toLong();
   EXPECT_EQ(returned[0][1].toLongLong(), 1);
   EXPECT_EQ(returned[1][0].toString(), QString::number(queued));
   EXPECT_EQ(returned[1][1].toLongLong(), 2);
-  EXPECT_EQ(rig.value(QStringLiteral("select messageID||'/'||是否已读 from msgmail where "
-                                     "邮件ID=%1")
-                          .arg(queued)),
-            QStringLiteral("127.0.0.1/1"));
-  const QString composedFile = rig.path(QStringLiteral("composed.eml"));
+  EXPECT_EQ(rig.value(u"select messageID||'/'||是否已读 from msgmail where "
+                      "邮件ID=%1"_s.arg(queued)),
+            u"127.0.0.1/1"_s);
+  const QString composedFile = rig.path(u"composed.eml"_s);
   ASSERT_TRUE(kvmail::MailStore(*rig.host).messageToFile(queued, composedFile));
   expectComposed(composedFile);
 
@@ -163,12 +160,11 @@ TEST_F(ComposeRoundTrip, ComposedSentReceivedAndReadBackTheSame) {
 
   // Received back by POP3 into the store.
   ASSERT_TRUE(runTransfer([&] { rig.mail->ReceiveMail(); }));
-  const QString received = rig.value(QStringLiteral("select 邮件ID from msgmail where CshgnsID=1"));
+  const QString received = rig.value(u"select 邮件ID from msgmail where CshgnsID=1"_s);
   ASSERT_FALSE(received.isEmpty());
-  EXPECT_EQ(
-      rig.value(QStringLiteral("select 主题||'/'||附件 from msgmail where 邮件ID=") + received),
-      subject + QStringLiteral("/1"));
-  const QString storedFile = rig.path(QStringLiteral("received.eml"));
+  EXPECT_EQ(rig.value(u"select 主题||'/'||附件 from msgmail where 邮件ID="_s + received),
+            subject + u"/1"_s);
+  const QString storedFile = rig.path(u"received.eml"_s);
   ASSERT_TRUE(kvmail::MailStore(*rig.host).messageToFile(received.toLong(), storedFile));
   expectComposed(storedFile);
 }
@@ -180,17 +176,13 @@ TEST_F(ComposeRoundTrip, AnAttachmentLargerThanTheServerTakesFailsWithItsWordsAn
   const quint16 port = kvtest::closedPort();
   const auto& servers = kvtest::loopbackServers();
   ASSERT_TRUE(kvtest::writeAll(
-      rig.path(QStringLiteral("users")),
-      (kUser + QStringLiteral(":{PLAIN}") + servers.password + QStringLiteral("::::::\n"))
-          .toUtf8()));
+      rig.path(u"users"_s), (kUser + u":{PLAIN}"_s + servers.password + u"::::::\n"_s).toUtf8()));
   QProcess sink;
-  sink.start(QStringLiteral("/usr/bin/python3"),
-             {kvtest::sourceDir() + QStringLiteral("/scripts/servers/smtp_sink.py"),
-              QStringLiteral("--port"), QString::number(port), QStringLiteral("--users"),
-              rig.path(QStringLiteral("users")), QStringLiteral("--maildir-root"),
-              rig.path(QStringLiteral("maildirs")), QStringLiteral("--pid-file"),
-              rig.path(QStringLiteral("sink.pid")), QStringLiteral("--size-limit"),
-              QStringLiteral("40000")});
+  sink.start(
+      u"/usr/bin/python3"_s,
+      {kvtest::sourceDir() + u"/scripts/servers/smtp_sink.py"_s, u"--port"_s, QString::number(port),
+       u"--users"_s, rig.path(u"users"_s), u"--maildir-root"_s, rig.path(u"maildirs"_s),
+       u"--pid-file"_s, rig.path(u"sink.pid"_s), u"--size-limit"_s, u"40000"_s});
   ASSERT_TRUE(sink.waitForStarted(5000));
   bool up = false;
   for (int i = 0; i < 100 && !up; ++i) {  // at most 10 s for the sink to listen
@@ -200,22 +192,21 @@ TEST_F(ComposeRoundTrip, AnAttachmentLargerThanTheServerTakesFailsWithItsWordsAn
     if (!up) QThread::msleep(100);
   }
   ASSERT_TRUE(up) << sink.readAllStandardError().toStdString();
-  rig.host->executeBound(QStringLiteral("update mailaccount set masmtpport=?"), {port});
+  rig.host->executeBound(u"update mailaccount set masmtpport=?"_s, {port});
   rig.mail->account()->lSmtpPort = port;
 
   rig.mail->NewMail();
   rig.field(1)->setText(kvtest::addressOf(kUser));
-  rig.field(3)->setText(QStringLiteral("大附件"));
-  rig.attach(rig.file(QStringLiteral("big.bin"), QByteArray(120000, 'x')));
-  runTransfer([&] { rig.trigger(QStringLiteral("TBSend")); });  // ends with the failure
+  rig.field(3)->setText(u"大附件"_s);
+  rig.attach(rig.file(u"big.bin"_s, QByteArray(120000, 'x')));
+  runTransfer([&] { rig.trigger(u"TBSend"_s); });  // ends with the failure
   const QString log =
-      rig.mail->transferWindow()->findChild<QPlainTextEdit*>(QStringLiteral("Txt"))->toPlainText();
-  EXPECT_TRUE(log.contains(QStringLiteral("552"))) << log.toStdString();
-  EXPECT_TRUE(log.contains(QStringLiteral("exceeds fixed maximum message size")))
-      << log.toStdString();
-  EXPECT_EQ(rig.value(QStringLiteral("select count(*) from msgmail where CshgnsID=2 and "
-                                     "messageID='' and 是否已读=0")),
-            QStringLiteral("1"));
+      rig.mail->transferWindow()->findChild<QPlainTextEdit*>(u"Txt"_s)->toPlainText();
+  EXPECT_TRUE(log.contains(u"552"_s)) << log.toStdString();
+  EXPECT_TRUE(log.contains(u"exceeds fixed maximum message size"_s)) << log.toStdString();
+  EXPECT_EQ(rig.value(u"select count(*) from msgmail where CshgnsID=2 and "
+                      "messageID='' and 是否已读=0"_s),
+            u"1"_s);
   sink.terminate();
   EXPECT_TRUE(sink.waitForFinished(5000));
 }

@@ -33,27 +33,23 @@ TEST(ComposeChecks, EachFailureHasItsOwnMessageAndStoresNothing) {
     QString to, from, message;
   };
   const QList<Case> cases = {
-      {QString(), QStringLiteral("销售部<sales@kvmail.test>"), QStringLiteral("收件人为空")},
-      {QStringLiteral("a@kvmail.test; b@kvmail.test"), QStringLiteral("sales@kvmail.test"),
-       QStringLiteral("收件人地址有错误，请检查")},
-      {QStringLiteral("a@kvmail.test;"), QStringLiteral("sales@kvmail.test"),
-       QStringLiteral("收件人地址有错误，请检查")},
-      {QStringLiteral("张三<zhang@kvmail.test>"), QStringLiteral("   "),
-       QStringLiteral("发件人为空")},
-      {QStringLiteral("zhang@kvmail.test"), QStringLiteral("sales desk@kvmail.test"),
-       QStringLiteral("发件人地址错误,请检查")},
+      {QString(), u"销售部<sales@kvmail.test>"_s, u"收件人为空"_s},
+      {u"a@kvmail.test; b@kvmail.test"_s, u"sales@kvmail.test"_s, u"收件人地址有错误，请检查"_s},
+      {u"a@kvmail.test;"_s, u"sales@kvmail.test"_s, u"收件人地址有错误，请检查"_s},
+      {u"张三<zhang@kvmail.test>"_s, u"   "_s, u"发件人为空"_s},
+      {u"zhang@kvmail.test"_s, u"sales desk@kvmail.test"_s, u"发件人地址错误,请检查"_s},
   };
   for (const Case& c : cases) {
     ComposeRig rig;
     QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
     rig.mail->NewMail();
-    fill(rig, c.to, QStringLiteral("检查"));
+    fill(rig, c.to, u"检查"_s);
     rig.field(0)->setText(c.from);
-    rig.trigger(QStringLiteral("TBSend"));
+    rig.trigger(u"TBSend"_s);
     ASSERT_EQ(rig.prompt->count(Kind::MessageBox), 1) << c.message.toStdString();
     const auto box = rig.prompt->records(Kind::MessageBox).first();
-    EXPECT_EQ(box.text, QStringLiteral("第1封邮件,") + c.message);
-    EXPECT_EQ(box.title, QStringLiteral("提示："));
+    EXPECT_EQ(box.text, u"第1封邮件,"_s + c.message);
+    EXPECT_EQ(box.title, u"提示："_s);
     EXPECT_EQ(box.icon, kvmail::PromptIcon::Information);
     EXPECT_EQ(box.buttons, kvmail::PromptButtons::Ok);
     EXPECT_EQ(rig.count(), 0);
@@ -65,35 +61,32 @@ TEST(ComposeChecks, EachFailureHasItsOwnMessageAndStoresNothing) {
 
 TEST(ComposeChecks, TheSecondMailOfABatchFailingStoresNotEvenTheFirst) {
   ComposeRig rig;
-  rig.openBatch({QStringLiteral("a@kvmail.test"), QString()});
-  rig.trigger(QStringLiteral("TBSend"));
-  EXPECT_EQ(rig.prompt->messages(), QStringList{QStringLiteral("第2封邮件,收件人为空")});
+  rig.openBatch({u"a@kvmail.test"_s, QString()});
+  rig.trigger(u"TBSend"_s);
+  EXPECT_EQ(rig.prompt->messages(), QStringList{u"第2封邮件,收件人为空"_s});
   EXPECT_EQ(rig.count(), 0);
 }
 
 TEST(ComposeStore, TheInsertStatementStandsToTheCharacter) {
   ComposeRig rig;
   rig.mail->NewMail();
-  fill(rig, QStringLiteral("张三<zhang@kvmail.test>;li@kvmail.test"),
-       QStringLiteral("O'Brien 的报价"), QStringLiteral("正文"));
+  fill(rig, u"张三<zhang@kvmail.test>;li@kvmail.test"_s, u"O'Brien 的报价"_s, u"正文"_s);
   const long id = rig.send();
   ASSERT_GT(id, 0);
-  const QString where = QStringLiteral(" from msgmail where 邮件ID=%1").arg(id);
-  const QString sent = rig.value(QStringLiteral("select 发送时间") + where);
-  const QString size = rig.value(QStringLiteral("select 大小") + where);
+  const QString where = u" from msgmail where 邮件ID=%1"_s.arg(id);
+  const QString sent = rig.value(u"select 发送时间"_s + where);
+  const QString size = rig.value(u"select 大小"_s + where);
   EXPECT_EQ(
       rig.faults->statements.join(u'\n'),
-      QStringLiteral(
-          "nextKey\nInsert into msgmail(邮件ID,发件人,主题,发送时间,收件人邮箱,发件人邮箱,收件人,"
-          "[E-MAIL],级次,接收时间,附件,CshgnsID,操作者,优先级,标记,帐户,跟踪与忽略,"
-          "是否已读,messageID,回复ID,大小,权限)Values(%1,'销售部','O''Brien 的报价',"
-          "'%2','zhang@kvmail.test;li@kvmail.test','sales@kvmail.test',"
-          "'张三<zhang@kvmail.test>;li@kvmail.test','-1',1,'',0,2,'李四',3,0,'',0,0,'',"
-          "%1,%3,'')")
-          .arg(QString::number(id), sent, size));
+      u"nextKey\nInsert into msgmail(邮件ID,发件人,主题,发送时间,收件人邮箱,发件人邮箱,收件人,"
+      "[E-MAIL],级次,接收时间,附件,CshgnsID,操作者,优先级,标记,帐户,跟踪与忽略,"
+      "是否已读,messageID,回复ID,大小,权限)Values(%1,'销售部','O''Brien 的报价',"
+      "'%2','zhang@kvmail.test;li@kvmail.test','sales@kvmail.test',"
+      "'张三<zhang@kvmail.test>;li@kvmail.test','-1',1,'',0,2,'李四',3,0,'',0,0,'',"
+      "%1,%3,'')"_s.arg(QString::number(id), sent, size));
   // The apostrophe reads back unchanged, and the size is the stored message's.
-  EXPECT_EQ(rig.value(QStringLiteral("select 主题") + where), QStringLiteral("O'Brien 的报价"));
-  const QString back = rig.path(QStringLiteral("back.eml"));
+  EXPECT_EQ(rig.value(u"select 主题"_s + where), u"O'Brien 的报价"_s);
+  const QString back = rig.path(u"back.eml"_s);
   ASSERT_TRUE(kvmail::MailStore(*rig.host).messageToFile(id, back));
   EXPECT_EQ(size.toLongLong(), kvtest::readAll(back).size());
 }
@@ -101,21 +94,19 @@ TEST(ComposeStore, TheInsertStatementStandsToTheCharacter) {
 TEST(ComposeStore, ThreeMailsReturnTheirKeysInOrderAndQueueForSending) {
   ComposeRig rig(false);
   QString error;  // keys 1..16 are spent: the window's mails get 17, 18, 19
-  for (int i = 0; i < 16; ++i)
-    rig.host->nextKey(QStringLiteral("msgmail"), QStringLiteral("邮件ID"), &error);
+  for (int i = 0; i < 16; ++i) rig.host->nextKey(u"msgmail"_s, u"邮件ID"_s, &error);
   ASSERT_TRUE(rig.start());
-  const QString file = rig.file(QStringLiteral("清单.txt"), "list");
-  rig.openBatch({QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
-                 QStringLiteral("c@kvmail.test")});
-  rig.trigger(QStringLiteral("TBNext"));
+  const QString file = rig.file(u"清单.txt"_s, "list");
+  rig.openBatch({u"a@kvmail.test"_s, u"b@kvmail.test"_s, u"c@kvmail.test"_s});
+  rig.trigger(u"TBNext"_s);
   rig.attach(file);  // only the second mail has an attachment
   QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
   QSignalSpy send(rig.window(), &kvmail::FrmNewMail::SendMail);
   QSignalSpy unload(rig.window(), &kvmail::FrmNewMail::Unload);
-  rig.trigger(QStringLiteral("TBSend"));
+  rig.trigger(u"TBSend"_s);
 
   ASSERT_GE(returned.size(), 1);
-  EXPECT_EQ(returned[0][0].toString(), QStringLiteral("17;18;19"));
+  EXPECT_EQ(returned[0][0].toString(), u"17;18;19"_s);
   EXPECT_EQ(returned[0][1].toLongLong(), 1);
   ASSERT_EQ(send.size(), 1);
   const kvmail::BundlePtr sent = send[0][0].value<kvmail::BundlePtr>();
@@ -125,28 +116,24 @@ TEST(ComposeStore, ThreeMailsReturnTheirKeysInOrderAndQueueForSending) {
   // Sent on: the window closed without asking anything.
   EXPECT_FALSE(rig.window()->isVisible());
   EXPECT_EQ(unload.size(), 1);
-  EXPECT_EQ(rig.prompt->messages().filter(QStringLiteral("是否保存邮件")).size(), 0);
+  EXPECT_EQ(rig.prompt->messages().filter(u"是否保存邮件"_s).size(), 0);
 
   for (int id : {17, 18, 19}) {
     // Each row answers itself; the other values are the insert statement's, tested above.
-    EXPECT_EQ(rig.value(QStringLiteral("select 回复ID||'/'||附件||'/'||主题 from msgmail where "
-                                       "邮件ID=%1")
-                            .arg(id)),
-              QStringLiteral("%1/%2/致%3")
-                  .arg(id)
-                  .arg(id == 18 ? 1 : 0)
-                  .arg(QStringLiteral("甲乙丙").at(id - 17)));
+    EXPECT_EQ(rig.value(u"select 回复ID||'/'||附件||'/'||主题 from msgmail where "
+                        "邮件ID=%1"_s.arg(id)),
+              u"%1/%2/致%3"_s.arg(id).arg(id == 18 ? 1 : 0).arg(u"甲乙丙"_s.at(id - 17)));
     // The message files are in the rows, and gone from the temporary folder.
-    EXPECT_FALSE(QFile::exists(kvmail::tempFilePath(QStringLiteral("temp%1.eml").arg(id - 16))));
+    EXPECT_FALSE(QFile::exists(kvmail::tempFilePath(u"temp%1.eml"_s.arg(id - 16))));
   }
   // The template's Bcc stays with each mail although the window has no field for it.
   const kvmail::ParsedMail third =
-      kvmail::MailStore(*rig.host).readMessage(19, rig.path(QStringLiteral("19.eml")));
+      kvmail::MailStore(*rig.host).readMessage(19, rig.path(u"19.eml"_s));
   ASSERT_EQ(third.bcc.size(), 1);
-  EXPECT_EQ(third.bcc.first().address, QStringLiteral("boss@kvmail.test"));
-  EXPECT_EQ(rig.value(QStringLiteral("select count(*) from msgmail where cshgnsID=2 and "
-                                     "MessageID=''")),
-            QStringLiteral("3"));
+  EXPECT_EQ(third.bcc.first().address, u"boss@kvmail.test"_s);
+  EXPECT_EQ(rig.value(u"select count(*) from msgmail where cshgnsID=2 and "
+                      "MessageID=''"_s),
+            u"3"_s);
 }
 
 TEST(ComposeStore, AFailureOfTheKeyOrTheInsertRollsBackTheWholeWindow) {
@@ -155,22 +142,21 @@ TEST(ComposeStore, AFailureOfTheKeyOrTheInsertRollsBackTheWholeWindow) {
     QString text, title;
   };
   const QList<Case> cases = {
-      {true, QStringLiteral("编号服务不可用"), QStringLiteral("提示：")},
-      {false, QStringLiteral("数据库拒绝了这封邮件"), QStringLiteral("错误：")},
+      {true, u"编号服务不可用"_s, u"提示："_s},
+      {false, u"数据库拒绝了这封邮件"_s, u"错误："_s},
   };
   for (const Case& c : cases) {
     ComposeRig rig;
     if (c.keyFails)
       rig.faults->failKeyAt = 2;
     else
-      ASSERT_TRUE(rig.addTrigger(
-          QStringLiteral("create trigger refuse before insert on msgmail when new.主题='致乙' "
-                         "begin select raise(abort, '数据库拒绝了这封邮件'); end")));
-    rig.openBatch({QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
-                   QStringLiteral("c@kvmail.test")});
+      ASSERT_TRUE(
+          rig.addTrigger(u"create trigger refuse before insert on msgmail when new.主题='致乙' "
+                         "begin select raise(abort, '数据库拒绝了这封邮件'); end"_s));
+    rig.openBatch({u"a@kvmail.test"_s, u"b@kvmail.test"_s, u"c@kvmail.test"_s});
     QSignalSpy error(rig.window(), &kvmail::FrmNewMail::ErrMessage);
     QSignalSpy returned(rig.window(), &kvmail::FrmNewMail::ReturnData);
-    rig.trigger(QStringLiteral("TBSend"));
+    rig.trigger(u"TBSend"_s);
     ASSERT_EQ(error.size(), 1);
     EXPECT_TRUE(error[0][0].toString().contains(c.text)) << error[0][0].toString().toStdString();
     EXPECT_EQ(error[0][2].toString(), c.title);
@@ -180,22 +166,22 @@ TEST(ComposeStore, AFailureOfTheKeyOrTheInsertRollsBackTheWholeWindow) {
     EXPECT_EQ(rig.count(), 0) << "the first mail went in before the second failed";
     EXPECT_TRUE(rig.window()->isVisible());
     // The second mail's file stays behind for the next attempt; nothing was kept.
-    EXPECT_TRUE(QFile::exists(kvmail::tempFilePath(QStringLiteral("temp2.eml"))));
+    EXPECT_TRUE(QFile::exists(kvmail::tempFilePath(u"temp2.eml"_s)));
   }
 }
 
 TEST(ComposeStore, AnAttachmentThatVanishedIsNamedAndNothingIsStored) {
   ComposeRig rig;
   rig.mail->NewMail();
-  fill(rig, QStringLiteral("kehu@kvmail.test"), QStringLiteral("带附件"));
-  const QString gone = rig.file(QStringLiteral("合同.pdf"), "%PDF");
+  fill(rig, u"kehu@kvmail.test"_s, u"带附件"_s);
+  const QString gone = rig.file(u"合同.pdf"_s, "%PDF");
   rig.attach(gone);
   QFile::remove(gone);
   QSignalSpy error(rig.window(), &kvmail::FrmNewMail::ErrMessage);
-  rig.trigger(QStringLiteral("TBSend"));
+  rig.trigger(u"TBSend"_s);
   ASSERT_EQ(error.size(), 1);
-  EXPECT_EQ(error[0][0].toString(), QStringLiteral("第1封邮件,附件文件不存在：") + gone);
-  EXPECT_EQ(error[0][2].toString(), QStringLiteral("错误："));
+  EXPECT_EQ(error[0][0].toString(), u"第1封邮件,附件文件不存在："_s + gone);
+  EXPECT_EQ(error[0][2].toString(), u"错误："_s);
   EXPECT_EQ(rig.count(), 0);
   EXPECT_TRUE(rig.window()->isVisible());
 }
@@ -207,22 +193,20 @@ TEST(ComposeStore, PriorityGoesInOnTheProgramsScale) {
     int header;
   };
   const QList<Case> cases = {
-      {{QStringLiteral("mnuTool_H")}, QStringLiteral("1"), 1},
-      {{QStringLiteral("mnuTool_L")}, QStringLiteral("2"), 5},
-      {{QStringLiteral("mnuTool_H"), QStringLiteral("mnuTool_N")}, QStringLiteral("3"), 3},
+      {{u"mnuTool_H"_s}, u"1"_s, 1},
+      {{u"mnuTool_L"_s}, u"2"_s, 5},
+      {{u"mnuTool_H"_s, u"mnuTool_N"_s}, u"3"_s, 3},
   };
   for (const Case& c : cases) {
     ComposeRig rig;
     rig.mail->NewMail();
-    fill(rig, QStringLiteral("kehu@kvmail.test"), QStringLiteral("优先级"));
+    fill(rig, u"kehu@kvmail.test"_s, u"优先级"_s);
     for (const QString& key : c.choices) rig.trigger(key);
     const long id = rig.send();
     ASSERT_GT(id, 0);
-    EXPECT_EQ(rig.value(QStringLiteral("select 优先级 from msgmail where 邮件ID=%1").arg(id)),
-              c.stored);
-    EXPECT_EQ(
-        kvmail::MailStore(*rig.host).readMessage(id, rig.path(QStringLiteral("p.eml"))).priority,
-        c.header);
+    EXPECT_EQ(rig.value(u"select 优先级 from msgmail where 邮件ID=%1"_s.arg(id)), c.stored);
+    EXPECT_EQ(kvmail::MailStore(*rig.host).readMessage(id, rig.path(u"p.eml"_s)).priority,
+              c.header);
   }
 }
 

@@ -40,9 +40,9 @@ TEST(ComposeWindow, NewMailShowsTheSenderAndOneMailUnchanged) {
   ComposeRig rig;
   ASSERT_TRUE(rig.mail->NewMail());
   EXPECT_TRUE(rig.window()->isVisible());
-  EXPECT_EQ(rig.window()->windowTitle(), QStringLiteral("新邮件"));
-  EXPECT_EQ(rig.field(0)->text(), QStringLiteral("销售部<sales@kvmail.test>"));
-  EXPECT_EQ(label(rig, "lblPosition"), QStringLiteral("第1封/共1封"));
+  EXPECT_EQ(rig.window()->windowTitle(), u"新邮件"_s);
+  EXPECT_EQ(rig.field(0)->text(), u"销售部<sales@kvmail.test>"_s);
+  EXPECT_EQ(label(rig, "lblPosition"), u"第1封/共1封"_s);
   EXPECT_FALSE(shown(rig, "LView"));
   EXPECT_FALSE(shown(rig, "lblAttach"));
   EXPECT_FALSE(shown(rig, "PicType"));
@@ -53,50 +53,48 @@ TEST(ComposeWindow, NewMailShowsTheSenderAndOneMailUnchanged) {
   rig.prompt->answer(PromptAnswer::No);
   rig.window()->close();
   ASSERT_TRUE(rig.mail->NewMail());
-  EXPECT_EQ(rig.field(0)->text(), QStringLiteral("sales@kvmail.test"));
+  EXPECT_EQ(rig.field(0)->text(), u"sales@kvmail.test"_s);
 }
 
 TEST(ComposeWindow, ABatchOfThreeMovesAndHoldsAtItsEnds) {
   ComposeRig rig;
-  rig.openBatch({QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
-                 QStringLiteral("c@kvmail.test")});
-  EXPECT_EQ(label(rig, "lblPosition"), QStringLiteral("第1封/共3封"));
-  EXPECT_EQ(rig.field(1)->text(), QStringLiteral("a@kvmail.test"));
-  EXPECT_EQ(rig.field(3)->text(), QStringLiteral("致甲"));
-  rig.trigger(QStringLiteral("TBPrior"));
+  rig.openBatch({u"a@kvmail.test"_s, u"b@kvmail.test"_s, u"c@kvmail.test"_s});
+  EXPECT_EQ(label(rig, "lblPosition"), u"第1封/共3封"_s);
+  EXPECT_EQ(rig.field(1)->text(), u"a@kvmail.test"_s);
+  EXPECT_EQ(rig.field(3)->text(), u"致甲"_s);
+  rig.trigger(u"TBPrior"_s);
   EXPECT_EQ(rig.window()->position(), 1);
 
-  rig.field(3)->setText(QStringLiteral("致甲先生"));  // kept when moving on
-  rig.trigger(QStringLiteral("TBNext"));
-  EXPECT_EQ(rig.field(1)->text(), QStringLiteral("b@kvmail.test"));
-  rig.trigger(QStringLiteral("mnuMailNext"));
-  rig.trigger(QStringLiteral("mnuMailNext"));
+  rig.field(3)->setText(u"致甲先生"_s);  // kept when moving on
+  rig.trigger(u"TBNext"_s);
+  EXPECT_EQ(rig.field(1)->text(), u"b@kvmail.test"_s);
+  rig.trigger(u"mnuMailNext"_s);
+  rig.trigger(u"mnuMailNext"_s);
   EXPECT_EQ(rig.window()->position(), 3);
-  EXPECT_EQ(label(rig, "lblPosition"), QStringLiteral("第3封/共3封"));
-  EXPECT_EQ(rig.field(3)->text(), QStringLiteral("致丙"));
-  rig.trigger(QStringLiteral("mnuMailPrior"));
-  rig.trigger(QStringLiteral("mnuMailPrior"));
-  EXPECT_EQ(rig.field(3)->text(), QStringLiteral("致甲先生"));
+  EXPECT_EQ(label(rig, "lblPosition"), u"第3封/共3封"_s);
+  EXPECT_EQ(rig.field(3)->text(), u"致丙"_s);
+  rig.trigger(u"mnuMailPrior"_s);
+  rig.trigger(u"mnuMailPrior"_s);
+  EXPECT_EQ(rig.field(3)->text(), u"致甲先生"_s);
 }
 
 TEST(ComposeWindow, DeletingDownToOneHidesTheNavigationForGood) {
   ComposeRig rig;
-  rig.openBatch({QStringLiteral("a@kvmail.test"), QStringLiteral("b@kvmail.test"),
-                 QStringLiteral("c@kvmail.test")});
+  rig.openBatch({u"a@kvmail.test"_s, u"b@kvmail.test"_s, u"c@kvmail.test"_s});
   rig.prompt->answer(PromptAnswer::No);
-  rig.trigger(QStringLiteral("TBDelete"));
+  rig.trigger(u"TBDelete"_s);
   EXPECT_EQ(rig.window()->mailCount(), 3);
   const auto box = rig.prompt->records(Kind::MessageBox).last();
-  EXPECT_EQ(box.text, QStringLiteral("是否删除当前显示的邮件！"));
-  EXPECT_EQ(box.title, QStringLiteral("提示"));
+  EXPECT_EQ(box.text, u"是否删除当前显示的邮件！"_s);
+  EXPECT_EQ(box.title, u"提示"_s);
   EXPECT_EQ(box.icon, PromptIcon::Information);
   EXPECT_EQ(box.buttons, PromptButtons::YesNo);
 
-  rig.trigger(QStringLiteral("TBNext"));
-  rig.trigger(QStringLiteral("TBNext"));
-  rig.trigger(QStringLiteral("TBDelete"));  // the last of three: the position stays at the end
-  EXPECT_EQ(label(rig, "lblPosition"), QStringLiteral("第2封/共2封"));
-  EXPECT_EQ(rig.field(3)->text(), QStringLiteral("致乙"));
+  rig.trigger(u"TBNext"_s);
+  rig.trigger(u"TBNext"_s);
+  rig.trigger(u"TBDelete"_s);  // the last of three: the position stays at the end
+  EXPECT_EQ(label(rig, "lblPosition"), u"第2封/共2封"_s);
+  EXPECT_EQ(rig.field(3)->text(), u"致乙"_s);
   const auto navigation = [&rig](bool visible) {
     for (const char* key : {"mnuMail3", "mnuMailPrior", "mnuMailNext", "mnuFileDelete", "TBs5",
                             "TBPrior", "TBNext", "TBDelete"})
@@ -104,12 +102,12 @@ TEST(ComposeWindow, DeletingDownToOneHidesTheNavigationForGood) {
   };
   navigation(true);
 
-  rig.trigger(QStringLiteral("mnuFileDelete"));
-  EXPECT_EQ(label(rig, "lblPosition"), QStringLiteral("第1封/共1封"));
-  EXPECT_EQ(rig.field(1)->text(), QStringLiteral("a@kvmail.test"));
+  rig.trigger(u"mnuFileDelete"_s);
+  EXPECT_EQ(label(rig, "lblPosition"), u"第1封/共1封"_s);
+  EXPECT_EQ(rig.field(1)->text(), u"a@kvmail.test"_s);
   navigation(false);
   // The last mail is never deleted, even after Yes.
-  rig.window()->m_cMenu_Click(QStringLiteral("mnuFileDelete"));
+  rig.window()->m_cMenu_Click(u"mnuFileDelete"_s);
   EXPECT_EQ(rig.window()->mailCount(), 1);
   EXPECT_EQ(rig.window()->bundle()->Count(), 1);
 }
@@ -117,13 +115,13 @@ TEST(ComposeWindow, DeletingDownToOneHidesTheNavigationForGood) {
 TEST(ComposeWindow, PriorityDropDownShowsTheIndicatorAndMarksTheMailChanged) {
   ComposeRig rig;
   rig.mail->NewMail();
-  rig.trigger(QStringLiteral("mnuTool_H"));
+  rig.trigger(u"mnuTool_H"_s);
   EXPECT_TRUE(rig.window()->isModified());
   EXPECT_TRUE(shown(rig, "PicType"));
-  EXPECT_EQ(label(rig, "lblType"), QStringLiteral("邮件状态：高优先级。"));
-  rig.trigger(QStringLiteral("mnuTool_L"));
-  EXPECT_EQ(label(rig, "lblType"), QStringLiteral("邮件状态：低优先级。"));
-  rig.trigger(QStringLiteral("mnuTool_N"));
+  EXPECT_EQ(label(rig, "lblType"), u"邮件状态：高优先级。"_s);
+  rig.trigger(u"mnuTool_L"_s);
+  EXPECT_EQ(label(rig, "lblType"), u"邮件状态：低优先级。"_s);
+  rig.trigger(u"mnuTool_N"_s);
   EXPECT_FALSE(shown(rig, "PicType"));
   EXPECT_EQ(label(rig, "lblType"), QString());
 }
@@ -132,26 +130,26 @@ TEST(ComposeWindow, CloseAsksOnlyWhenSomethingChanged) {
   ComposeRig rig;
   rig.mail->NewMail();
   QSignalSpy unload(rig.window(), &kvmail::FrmNewMail::Unload);
-  rig.trigger(QStringLiteral("TBClose"));
+  rig.trigger(u"TBClose"_s);
   EXPECT_EQ(rig.prompt->count(Kind::MessageBox), 0);
   EXPECT_FALSE(rig.window()->isVisible());
   EXPECT_EQ(unload.size(), 1);
 
   rig.mail->NewMail();
-  rig.field(3)->setText(QStringLiteral("草稿"));
+  rig.field(3)->setText(u"草稿"_s);
   rig.prompt->answer(PromptAnswer::Cancel);
-  rig.trigger(QStringLiteral("mnuFileClose"));
+  rig.trigger(u"mnuFileClose"_s);
   const auto box = rig.prompt->records(Kind::MessageBox).last();
-  EXPECT_EQ(box.text, QStringLiteral("是否保存邮件？"));
-  EXPECT_EQ(box.title, QStringLiteral("提示："));
+  EXPECT_EQ(box.text, u"是否保存邮件？"_s);
+  EXPECT_EQ(box.title, u"提示："_s);
   EXPECT_EQ(box.icon, PromptIcon::Information);
   EXPECT_EQ(box.buttons, PromptButtons::YesNoCancel);
   EXPECT_TRUE(rig.window()->isVisible());
-  EXPECT_EQ(rig.field(3)->text(), QStringLiteral("草稿"));
+  EXPECT_EQ(rig.field(3)->text(), u"草稿"_s);
   EXPECT_EQ(unload.size(), 1);
 
   rig.prompt->answer(PromptAnswer::No);
-  rig.trigger(QStringLiteral("TBClose"));
+  rig.trigger(u"TBClose"_s);
   EXPECT_FALSE(rig.window()->isVisible());
   EXPECT_EQ(unload.size(), 2);
   EXPECT_EQ(rig.count(), 0);
@@ -161,39 +159,39 @@ TEST(ComposeWindow, YesOnCloseStoresAndAFailedCheckKeepsTheWindow) {
   ComposeRig rig;
   rig.mail->NewMail();
   QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
-  rig.window()->editor()->setPlainText(QStringLiteral("关闭时保存的正文"));
+  rig.window()->editor()->setPlainText(u"关闭时保存的正文"_s);
   rig.prompt->answer(PromptAnswer::Yes);  // the To field is still empty
   rig.window()->close();
   EXPECT_TRUE(rig.window()->isVisible());
-  EXPECT_EQ(rig.prompt->messages().last(), QStringLiteral("第1封邮件,收件人为空"));
-  rig.field(1)->setText(QStringLiteral("客户 <kehu@kvmail.test"));  // a failure, not a check
+  EXPECT_EQ(rig.prompt->messages().last(), u"第1封邮件,收件人为空"_s);
+  rig.field(1)->setText(u"客户 <kehu@kvmail.test"_s);  // a failure, not a check
   rig.prompt->answer(PromptAnswer::Yes);
   rig.window()->close();
-  EXPECT_TRUE(rig.prompt->messages().last().startsWith(QStringLiteral("IsCanSave:")));
+  EXPECT_TRUE(rig.prompt->messages().last().startsWith(u"IsCanSave:"_s));
   EXPECT_TRUE(rig.window()->isVisible());
   EXPECT_EQ(rig.count(), 0);
 
-  rig.field(1)->setText(QStringLiteral("kehu@kvmail.test"));
+  rig.field(1)->setText(u"kehu@kvmail.test"_s);
   rig.prompt->answer(PromptAnswer::Yes);
   rig.window()->close();
   EXPECT_FALSE(rig.window()->isVisible());
   ASSERT_EQ(returned.size(), 1);
   EXPECT_EQ(returned[0][1].toLongLong(), 1);
   const kvmail::ParsedMail stored = kvmail::MailStore(*rig.host).readMessage(
-      returned[0][0].toString().toLong(), rig.path(QStringLiteral("back.eml")));
-  EXPECT_TRUE(stored.htmlBody.contains(QStringLiteral("关闭时保存的正文")));
+      returned[0][0].toString().toLong(), rig.path(u"back.eml"_s));
+  EXPECT_TRUE(stored.htmlBody.contains(u"关闭时保存的正文"_s));
   // The body went through temp1.eml on the way, and that file is gone.
-  EXPECT_FALSE(QFile::exists(kvmail::tempFilePath(QStringLiteral("temp1.eml"))));
+  EXPECT_FALSE(QFile::exists(kvmail::tempFilePath(u"temp1.eml"_s)));
 }
 
 TEST(ComposeWindow, OpeningAnotherMailOverUnsavedWorkAsksFirst) {
   ComposeRig rig;
   rig.mail->NewMail();
-  rig.field(3)->setText(QStringLiteral("写到一半"));
+  rig.field(3)->setText(u"写到一半"_s);
   rig.prompt->answer(PromptAnswer::Cancel);
   rig.mail->NewMail();
-  EXPECT_EQ(rig.prompt->messages().last(), QStringLiteral("是否保存邮件？"));
-  EXPECT_EQ(rig.field(3)->text(), QStringLiteral("写到一半"));
+  EXPECT_EQ(rig.prompt->messages().last(), u"是否保存邮件？"_s);
+  EXPECT_EQ(rig.field(3)->text(), u"写到一半"_s);
   rig.prompt->answer(PromptAnswer::No);
   rig.mail->NewMail();
   EXPECT_EQ(rig.field(3)->text(), QString());
@@ -203,13 +201,13 @@ TEST(ComposeWindow, OpeningAnotherMailOverUnsavedWorkAsksFirst) {
 TEST(ComposeWindow, AttachmentsAreInsertedOpenedAndRemoved) {
   ComposeRig rig;
   rig.mail->NewMail();
-  const QString quote = rig.file(QStringLiteral("报价单.xlsx"), QByteArray(300, 'q'));
-  const QString notes = rig.file(QStringLiteral("notes.txt"), "notes");
+  const QString quote = rig.file(u"报价单.xlsx"_s, QByteArray(300, 'q'));
+  const QString notes = rig.file(u"notes.txt"_s, "notes");
   rig.prompt->answerOpenFiles({});  // cancelled: nothing happens
-  rig.trigger(QStringLiteral("mnuMailTattach"));
+  rig.trigger(u"mnuMailTattach"_s);
   EXPECT_FALSE(shown(rig, "LView"));
   EXPECT_EQ(rig.prompt->records(Kind::OpenFiles).first().folder,
-            kvmail::GetSystemPath(QStringLiteral("Mydocuments")));
+            kvmail::GetSystemPath(u"Mydocuments"_s));
   EXPECT_FALSE(rig.window()->isModified());
 
   rig.attach(quote);
@@ -218,20 +216,20 @@ TEST(ComposeWindow, AttachmentsAreInsertedOpenedAndRemoved) {
   EXPECT_TRUE(shown(rig, "LView"));
   EXPECT_TRUE(shown(rig, "lblAttach"));
   EXPECT_TRUE(rig.window()->isModified());
-  auto* list = rig.window()->findChild<QTreeWidget*>(QStringLiteral("LView"));
+  auto* list = rig.window()->findChild<QTreeWidget*>(u"LView"_s);
   ASSERT_EQ(list->topLevelItemCount(), 2);
-  EXPECT_EQ(list->topLevelItem(0)->text(0), QStringLiteral("报价单.xlsx"));
+  EXPECT_EQ(list->topLevelItem(0)->text(0), u"报价单.xlsx"_s);
   EXPECT_EQ(list->topLevelItem(0)->text(1), quote);
 
   list->setCurrentItem(list->topLevelItem(0));
-  rig.window()->findChild<QAction*>(QStringLiteral("mnu(0)"))->trigger();
+  rig.window()->findChild<QAction*>(u"mnu(0)"_s)->trigger();
   ASSERT_EQ(rig.prompt->count(Kind::OpenWithDesktop), 1);
   EXPECT_EQ(rig.prompt->records(Kind::OpenWithDesktop).first().text, quote);
 
   rig.prompt->answerOpenWithDesktop(false);  // the desktop knows no program for it
   rig.window()->mnu_Click(0);
   EXPECT_EQ(rig.prompt->messages().last(),
-            QStringLiteral("打开时错误，原因：No application is associated with this file type."));
+            u"打开时错误，原因：No application is associated with this file type."_s);
 
   const int boxes = rig.prompt->count(Kind::MessageBox);
   QFile::remove(quote);  // vanished meanwhile: nothing is opened and nothing is said
@@ -239,7 +237,7 @@ TEST(ComposeWindow, AttachmentsAreInsertedOpenedAndRemoved) {
   EXPECT_EQ(rig.prompt->count(Kind::OpenWithDesktop), 2);
   EXPECT_EQ(rig.prompt->count(Kind::MessageBox), boxes);
 
-  rig.window()->findChild<QAction*>(QStringLiteral("mnu(4)"))->trigger();
+  rig.window()->findChild<QAction*>(u"mnu(4)"_s)->trigger();
   EXPECT_EQ(list->topLevelItemCount(), 1);
   EXPECT_TRUE(shown(rig, "LView"));
   list->setCurrentItem(list->topLevelItem(0));
@@ -252,41 +250,38 @@ TEST(ComposeWindow, BodyIsLoadedAndSavedThroughTheDialogs) {
   ComposeRig rig;
   rig.mail->NewMail();
   // An HTML file as Chinese editors write it: gb2312 bytes.
-  const QString html =
-      rig.file(QStringLiteral("正文.htm"), QByteArray("<html><body><p>\xc4\xfa\xba\xc3\xa3\xac"
-                                                      "\xbf\xcd\xbb\xa7</p></body></html>"));
+  const QString html = rig.file(u"正文.htm"_s, QByteArray("<html><body><p>\xc4\xfa\xba\xc3\xa3\xac"
+                                                          "\xbf\xcd\xbb\xa7</p></body></html>"));
   rig.prompt->answerOpenFiles({html});
-  rig.trigger(QStringLiteral("TBAddHtml"));
+  rig.trigger(u"TBAddHtml"_s);
   EXPECT_EQ(rig.prompt->records(Kind::OpenFiles).first().filter, kvmail::compose::addBodyFilter());
   EXPECT_EQ(rig.prompt->records(Kind::OpenFiles).first().folder,
-            kvmail::GetSystemPath(QStringLiteral("Mydocuments")));
-  EXPECT_EQ(rig.window()->editor()->toPlainText(), QStringLiteral("您好，客户"));
+            kvmail::GetSystemPath(u"Mydocuments"_s));
+  EXPECT_EQ(rig.window()->editor()->toPlainText(), u"您好，客户"_s);
   EXPECT_TRUE(rig.window()->isModified());
 
-  const QString target = rig.path(QStringLiteral("saved"));  // no extension: html is added
+  const QString target = rig.path(u"saved"_s);  // no extension: html is added
   rig.prompt->answerSaveFile(target);
-  rig.trigger(QStringLiteral("mnuFileSaveHtml"));
-  EXPECT_TRUE(rig.prompt->records(Kind::SaveFile)
-                  .first()
-                  .folder.endsWith(QStringLiteral("/正文另存为.html")));
-  const QByteArray written = kvtest::readAll(target + QStringLiteral(".html"));
-  EXPECT_TRUE(QString::fromUtf8(written).contains(QStringLiteral("您好，客户")));
+  rig.trigger(u"mnuFileSaveHtml"_s);
+  EXPECT_TRUE(rig.prompt->records(Kind::SaveFile).first().folder.endsWith(u"/正文另存为.html"_s));
+  const QByteArray written = kvtest::readAll(target + u".html"_s);
+  EXPECT_TRUE(QString::fromUtf8(written).contains(u"您好，客户"_s));
 }
 
 TEST(ComposeWindow, EditingCommandsReachTheBodyEditor) {
   ComposeRig rig;
   rig.mail->NewMail();
   kvmail::BodyEditor* editor = rig.window()->editor();
-  editor->setPlainText(QStringLiteral("第一行"));
-  rig.trigger(QStringLiteral("mnuEditSelectall"));
-  EXPECT_EQ(editor->textCursor().selectedText(), QStringLiteral("第一行"));
-  rig.trigger(QStringLiteral("TBCut"));
+  editor->setPlainText(u"第一行"_s);
+  rig.trigger(u"mnuEditSelectall"_s);
+  EXPECT_EQ(editor->textCursor().selectedText(), u"第一行"_s);
+  rig.trigger(u"TBCut"_s);
   EXPECT_EQ(editor->toPlainText(), QString());
-  rig.trigger(QStringLiteral("TBPaste"));
-  rig.trigger(QStringLiteral("mnuEditPaste"));
-  EXPECT_EQ(editor->toPlainText(), QStringLiteral("第一行第一行"));
-  rig.trigger(QStringLiteral("TBUndo"));
-  EXPECT_EQ(editor->toPlainText(), QStringLiteral("第一行"));
+  rig.trigger(u"TBPaste"_s);
+  rig.trigger(u"mnuEditPaste"_s);
+  EXPECT_EQ(editor->toPlainText(), u"第一行第一行"_s);
+  rig.trigger(u"TBUndo"_s);
+  EXPECT_EQ(editor->toPlainText(), u"第一行"_s);
   EXPECT_TRUE(editor->ExecCommand(5035));
   EXPECT_TRUE(editor->ExecCommand(5002));
   EXPECT_FALSE(editor->ExecCommand(5999));  // a command the editor does not know
@@ -295,34 +290,33 @@ TEST(ComposeWindow, EditingCommandsReachTheBodyEditor) {
 TEST(ComposeWindow, PrintWritesTheShownMailToATextFile) {
   ComposeRig rig;
   rig.mail->NewMail();
-  rig.field(1)->setText(QStringLiteral("kehu@kvmail.test"));
-  rig.field(3)->setText(QStringLiteral("打印的主题"));
-  rig.window()->editor()->setPlainText(QStringLiteral("打印的正文"));
+  rig.field(1)->setText(u"kehu@kvmail.test"_s);
+  rig.field(3)->setText(u"打印的主题"_s);
+  rig.window()->editor()->setPlainText(u"打印的正文"_s);
   QSignalSpy print(rig.window(), &kvmail::FrmNewMail::DoPrint);
-  rig.window()->cToolbar1_ButtonClick(QStringLiteral("TBPrint"));
-  rig.trigger(QStringLiteral("mnuFilePrint"));  // a key without a menu item of its own
+  rig.window()->cToolbar1_ButtonClick(u"TBPrint"_s);
+  rig.trigger(u"mnuFilePrint"_s);  // a key without a menu item of its own
   ASSERT_EQ(print.size(), 2);
   for (QAction* top : rig.window()->findChild<QMenuBar*>()->actions())
-    for (QAction* item : top->menu()->actions())
-      EXPECT_NE(item->objectName(), QStringLiteral("mnuFilePrint"));
+    for (QAction* item : top->menu()->actions()) EXPECT_NE(item->objectName(), u"mnuFilePrint"_s);
   const QString path = print[1][0].toString();
-  EXPECT_TRUE(path.startsWith(kvmail::tempFilePath(QStringLiteral("selfPrint/"))));
-  EXPECT_TRUE(path.endsWith(QStringLiteral(".txt")));
+  EXPECT_TRUE(path.startsWith(kvmail::tempFilePath(u"selfPrint/"_s)));
+  EXPECT_TRUE(path.endsWith(u".txt"_s));
   const QString text = QString::fromUtf8(kvtest::readAll(path));
-  EXPECT_TRUE(text.contains(QStringLiteral("打印的主题")));
-  EXPECT_TRUE(text.contains(QStringLiteral("打印的正文")));
-  EXPECT_TRUE(text.contains(QStringLiteral("kehu@kvmail.test")));
+  EXPECT_TRUE(text.contains(u"打印的主题"_s));
+  EXPECT_TRUE(text.contains(u"打印的正文"_s));
+  EXPECT_TRUE(text.contains(u"kehu@kvmail.test"_s));
 }
 
 TEST(ComposeWindow, FailuresOfACommandAreShownWithItsRoutinesName) {
   ComposeRig rig;
   rig.mail->NewMail();
-  rig.field(1)->setText(QStringLiteral("客户 <kehu@kvmail.test"));  // no closing bracket
-  rig.trigger(QStringLiteral("TBSend"));
-  EXPECT_TRUE(rig.prompt->messages().last().startsWith(QStringLiteral("cToolbar1_ButtonClick：")));
-  EXPECT_EQ(rig.prompt->records().last().title, QStringLiteral("错误："));
-  rig.trigger(QStringLiteral("mnuMailSend"));
-  EXPECT_TRUE(rig.prompt->messages().last().startsWith(QStringLiteral("m_cMenu_Click：")));
+  rig.field(1)->setText(u"客户 <kehu@kvmail.test"_s);  // no closing bracket
+  rig.trigger(u"TBSend"_s);
+  EXPECT_TRUE(rig.prompt->messages().last().startsWith(u"cToolbar1_ButtonClick："_s));
+  EXPECT_EQ(rig.prompt->records().last().title, u"错误："_s);
+  rig.trigger(u"mnuMailSend"_s);
+  EXPECT_TRUE(rig.prompt->messages().last().startsWith(u"m_cMenu_Click："_s));
   EXPECT_TRUE(rig.window()->isVisible());
   EXPECT_EQ(rig.count(), 0);
 }
@@ -333,39 +327,37 @@ TEST(ComposeWindow, ABrokenBundleIsReportedByTheInitialiserAndANewMailStillWorks
   bundle->AddMessage(nullptr);  // a host handing over a hole instead of a message
   rig.window()->py_Init(bundle, rig.faults.get(), rig.mail->account(), QString(), -1);
   ASSERT_EQ(rig.prompt->count(Kind::MessageBox), 1);
-  EXPECT_TRUE(
-      rig.prompt->messages().first().startsWith(QStringLiteral("初始化时发生错误，原因：")));
-  EXPECT_EQ(rig.prompt->records().first().title, QStringLiteral("错误："));
+  EXPECT_TRUE(rig.prompt->messages().first().startsWith(u"初始化时发生错误，原因："_s));
+  EXPECT_EQ(rig.prompt->records().first().title, u"错误："_s);
   EXPECT_TRUE(rig.window()->isVisible());
-  rig.field(1)->setText(QStringLiteral("kehu@kvmail.test"));
+  rig.field(1)->setText(u"kehu@kvmail.test"_s);
   QSignalSpy returned(rig.window(), &kvmail::FrmNewMail::ReturnData);
-  rig.trigger(QStringLiteral("TBSend"));
+  rig.trigger(u"TBSend"_s);
   EXPECT_EQ(returned.size(), 1);
 }
 
 TEST(ComposeWindow, AMailOpenedWhileTheLastOneIsSendingIsNotClosedByThatSend) {
   ComposeRig rig;
   rig.mail->NewMail();
-  rig.field(1)->setText(QStringLiteral("kehu@kvmail.test"));
-  rig.field(3)->setText(QStringLiteral("先发的"));
+  rig.field(1)->setText(u"kehu@kvmail.test"_s);
+  rig.field(3)->setText(u"先发的"_s);
   // The host opens a new mail from its own window while the send is still running.
   QObject::connect(rig.window(), &kvmail::FrmNewMail::SendMail, rig.window(),
                    [&rig] { rig.mail->NewMail(); });
-  rig.trigger(QStringLiteral("TBSend"));
+  rig.trigger(u"TBSend"_s);
   EXPECT_TRUE(rig.window()->isVisible());
   EXPECT_EQ(rig.field(3)->text(), QString());
   EXPECT_EQ(rig.count(), 1);
   // The send hid the window first: no question about the stored mail came up.
-  EXPECT_TRUE(rig.prompt->messages().filter(QStringLiteral("是否保存邮件")).isEmpty());
+  EXPECT_TRUE(rig.prompt->messages().filter(u"是否保存邮件"_s).isEmpty());
 }
 
 TEST(ComposeWindow, DialogFiltersBecomeQtFilters) {
   EXPECT_EQ(kvmail::toQtFilter(kvmail::compose::addBodyFilter()),
-            QStringLiteral("All Web Files (*.asp *.asa *.pl *.htm *.html *.css);;Asp files "
-                           "(*.asp);;Asa files (*.asa);;Htm files (*.htm);;Html files "
-                           "(*.html);;Perl files (*.pl);;Style Sheets (*.css);;All files (*)"));
+            u"All Web Files (*.asp *.asa *.pl *.htm *.html *.css);;Asp files "
+            "(*.asp);;Asa files (*.asa);;Htm files (*.htm);;Html files "
+            "(*.html);;Perl files (*.pl);;Style Sheets (*.css);;All files (*)"_s);
   EXPECT_EQ(kvmail::toQtFilter(kvmail::compose::saveBodyFilter()),
-            QStringLiteral("Html files (*.html);;All files (*)"));
-  EXPECT_EQ(kvmail::toQtFilter(kvmail::compose::attachmentFilter()),
-            QStringLiteral("所有文件 (*)"));
+            u"Html files (*.html);;All files (*)"_s);
+  EXPECT_EQ(kvmail::toQtFilter(kvmail::compose::attachmentFilter()), u"所有文件 (*)"_s);
 }

@@ -30,7 +30,7 @@ struct Strip {
 
   // "one two three" with "two" selected.
   void selectTwo(bool fresh = true) {
-    if (fresh) editor->setPlainText(QStringLiteral("one two three"));
+    if (fresh) editor->setPlainText(u"one two three"_s);
     QTextCursor c = editor->textCursor();
     c.setPosition(4);
     c.setPosition(7, QTextCursor::KeepAnchor);
@@ -87,7 +87,7 @@ TEST(FormatStrip, EveryKeySendsItsCommandAndTheEditorShowsIt) {
   for (const Row& row : rows) {
     Strip s;
     s.selectTwo();
-    if (QLatin1String(row.key) == QLatin1String("outdent")) s.click("indent");
+    if (QLatin1String(row.key) == "outdent"_L1) s.click("indent");
     s.sent.clear();
     s.click(row.key);
     EXPECT_EQ(s.commands(), QList<int>{row.command}) << row.key;
@@ -125,7 +125,7 @@ TEST(FormatStrip, ColoursAndLinksComeFromTheirDialogsAndCancelChangesNothing) {
     std::function<bool(const QTextCharFormat&)> done;
   };
   const QColor red(200, 0, 0);
-  const QString link = QStringLiteral("https://kvmail.test/价格");
+  const QString link = u"https://kvmail.test/价格"_s;
   const QList<Row> rows = {
       {"forecolor", Kind::PickColour, 5046, [&](auto& p) { p.answerColour(red); },
        [&](const QTextCharFormat& f) { return f.foreground().color() == red; }},
@@ -154,34 +154,34 @@ TEST(FormatStrip, FontListsStartAtSongtiThreeFollowTheCaretAndSendOnlyAChange) {
   Strip s;
   QComboBox* names = s.strip->fontNames();
   QComboBox* sizes = s.strip->fontSizes();
-  EXPECT_EQ(names->currentText(), QStringLiteral("宋体"));
-  EXPECT_EQ(names->itemText(0), QStringLiteral("宋体"));
-  EXPECT_EQ(sizes->currentText(), QStringLiteral("3"));
+  EXPECT_EQ(names->currentText(), u"宋体"_s);
+  EXPECT_EQ(names->itemText(0), u"宋体"_s);
+  EXPECT_EQ(sizes->currentText(), u"3"_s);
   s.selectTwo();
-  Q_EMIT names->activated(names->findText(QStringLiteral("宋体")));  // the current: nothing
-  Q_EMIT sizes->activated(sizes->findText(QStringLiteral("3")));
+  Q_EMIT names->activated(names->findText(u"宋体"_s));  // the current: nothing
+  Q_EMIT sizes->activated(sizes->findText(u"3"_s));
   EXPECT_TRUE(s.sent.isEmpty());
-  Q_EMIT names->activated(names->findText(QStringLiteral("黑体")));
-  Q_EMIT sizes->activated(sizes->findText(QStringLiteral("6")));
+  Q_EMIT names->activated(names->findText(u"黑体"_s));
+  Q_EMIT sizes->activated(sizes->findText(u"6"_s));
   ASSERT_EQ(s.commands(), (QList<int>{5044, 5045}));
-  EXPECT_EQ(s.sent[0][1].toString(), QStringLiteral("黑体"));
-  EXPECT_EQ(s.formatAt(6).fontFamilies().toStringList(), QStringList{QStringLiteral("黑体")});
+  EXPECT_EQ(s.sent[0][1].toString(), u"黑体"_s);
+  EXPECT_EQ(s.formatAt(6).fontFamilies().toStringList(), QStringList{u"黑体"_s});
   EXPECT_EQ(s.formatAt(6).fontPointSize(), 24);
 
   s.editor->setDocumentHtml(
-      QStringLiteral("<p>plain <span style=\"font-family:'楷体'; font-size:18pt\">big</span></p>"));
+      u"<p>plain <span style=\"font-family:'楷体'; font-size:18pt\">big</span></p>"_s);
   s.caretAt(8);
-  EXPECT_EQ(names->currentText(), QStringLiteral("楷体"));
-  EXPECT_EQ(sizes->currentText(), QStringLiteral("5"));
+  EXPECT_EQ(names->currentText(), u"楷体"_s);
+  EXPECT_EQ(sizes->currentText(), u"5"_s);
 }
 
 TEST(FormatStrip, APictureIsShownFromItsFileAndAFileThatIsNoPictureIsRefused) {
   QTemporaryDir dir;
   QImage red(40, 20, QImage::Format_RGB32);
   red.fill(Qt::red);
-  const QString png = dir.filePath(QStringLiteral("标志.png"));
+  const QString png = dir.filePath(u"标志.png"_s);
   ASSERT_TRUE(red.save(png));
-  const QString text = dir.filePath(QStringLiteral("notes.png.txt"));
+  const QString text = dir.filePath(u"notes.png.txt"_s);
   ASSERT_TRUE(kvtest::writeAll(text, "just some words"));
 
   Strip s;
@@ -190,9 +190,9 @@ TEST(FormatStrip, APictureIsShownFromItsFileAndAFileThatIsNoPictureIsRefused) {
   s.click("picture");
   ASSERT_EQ(s.prompt->messages().size(), 1);
   EXPECT_EQ(s.prompt->messages().first(),
-            QStringLiteral("ToolSet_ButtonClick:“notes.png.txt”不是图片文件，不能插入正文。"));
-  EXPECT_EQ(s.prompt->records(Kind::MessageBox).first().title, QStringLiteral("错误："));
-  EXPECT_FALSE(s.editor->toHtml().contains(QStringLiteral("<img")));
+            u"ToolSet_ButtonClick:“notes.png.txt”不是图片文件，不能插入正文。"_s);
+  EXPECT_EQ(s.prompt->records(Kind::MessageBox).first().title, u"错误："_s);
+  EXPECT_FALSE(s.editor->toHtml().contains(u"<img"_s));
 
   s.prompt->answerOpenFiles({png});
   s.click("picture");

@@ -30,9 +30,9 @@ TEST(Dialect, TsqlFormsBecomeEngineSql) {
 
 TEST(Dialect, OneStatementOnlyAndPlainNames) {
   QString error;
-  EXPECT_TRUE(toEngineSql(QStringLiteral("select 1; delete from msgmail"), &error).isEmpty());
+  EXPECT_TRUE(toEngineSql(u"select 1; delete from msgmail"_s, &error).isEmpty());
   EXPECT_FALSE(error.isEmpty());
-  EXPECT_TRUE(hasSecondStatement(QStringLiteral("select 1;select 2")));
+  EXPECT_TRUE(hasSecondStatement(u"select 1;select 2"_s));
   // Semicolons in quotes, in brackets, before blanks only, or after a quote left open.
   for (const char* one :
        {"select 'a@b;c@d'", "select [a;b] from t", "select 1;  \r\n", "select 'x;drop table t"})
@@ -45,22 +45,20 @@ TEST(Dialect, OneStatementOnlyAndPlainNames) {
 
 TEST(Literals, TextsAndComparedNumbersBecomeParameters) {
   QVariantList values;
-  EXPECT_EQ(
-      bindLiterals(QStringLiteral("select 大小 from msgMail where UIDL='it''s 1' and 邮件ID=42"),
-                   &values),
-      QStringLiteral("select 大小 from msgMail where UIDL=? and 邮件ID=?"));
-  EXPECT_EQ(values, (QVariantList{QStringLiteral("it's 1"), qlonglong(42)}));
+  EXPECT_EQ(bindLiterals(u"select 大小 from msgMail where UIDL='it''s 1' and 邮件ID=42"_s, &values),
+            u"select 大小 from msgMail where UIDL=? and 邮件ID=?"_s);
+  EXPECT_EQ(values, (QVariantList{u"it's 1"_s, qlonglong(42)}));
 
   values.clear();
-  EXPECT_EQ(bindLiterals(QStringLiteral("insert into t(a,b,c)Values(7,'',-2.5)"), &values),
-            QStringLiteral("insert into t(a,b,c)Values(?,?,-?)"));
+  EXPECT_EQ(bindLiterals(u"insert into t(a,b,c)Values(7,'',-2.5)"_s, &values),
+            u"insert into t(a,b,c)Values(?,?,-?)"_s);
   ASSERT_EQ(values.size(), 3);
   EXPECT_FALSE(values.at(1).toString().isNull());  // '' is an empty text, not a null
   EXPECT_EQ(values.at(2), QVariant(2.5));
 
   values.clear();
-  EXPECT_EQ(bindLiterals(QStringLiteral("select \"it's\" from t where a='b'"), &values),
-            QStringLiteral("select \"it's\" from t where a=?"));
+  EXPECT_EQ(bindLiterals(u"select \"it's\" from t where a='b'"_s, &values),
+            u"select \"it's\" from t where a=?"_s);
 }
 
 TEST(Literals, OtherStatementsAndNumbersThatAreNotValuesStay) {

@@ -13,30 +13,26 @@ TEST_F(HostSystem, OneStatementPerCallAndASemicolonInQuotesIsData) {
   EXPECT_FALSE(rig.host->execute(insertOne(1) + u';' + insertOne(2)).isEmpty());
   EXPECT_EQ(rig.count(), 0);
   QString queryError;
-  EXPECT_EQ(rig.host->openQuery(QStringLiteral("select 1; delete from msgmail"), &queryError),
-            nullptr);
+  EXPECT_EQ(rig.host->openQuery(u"select 1; delete from msgmail"_s, &queryError), nullptr);
   EXPECT_FALSE(queryError.isEmpty());
-  ASSERT_EQ(rig.host->execute(sql::insertTemplate(4, QStringLiteral("a@b;c@d"), QString(),
-                                                  QStringLiteral("s;t"))),
+  ASSERT_EQ(rig.host->execute(sql::insertTemplate(4, u"a@b;c@d"_s, QString(), u"s;t"_s)),
             QString());
-  EXPECT_EQ(rig.value(QStringLiteral("select [to] from MailTemplet where progID=4")),
-            QStringLiteral("a@b;c@d"));
+  EXPECT_EQ(rig.value(u"select [to] from MailTemplet where progID=4"_s), u"a@b;c@d"_s);
 }
 
 TEST_F(HostSystem, FailuresAreErrorTextsAndWriteNothing) {
   ASSERT_EQ(rig.host->execute(insertOne(1)), QString());
   sql::ComposedRow duplicate = composedRow(1);  // refused whole, not half-written
-  duplicate.subject = QStringLiteral("other");
+  duplicate.subject = u"other"_s;
   for (const QString& bad :
-       {QStringLiteral("insert into msgmail(邮件ID values(2)"),
-        QStringLiteral("insert into nosuchtable(a) values(1)"),
-        QStringLiteral("update msgmail set nosuchcolumn=1"), sql::insertComposed(duplicate)})
+       {u"insert into msgmail(邮件ID values(2)"_s, u"insert into nosuchtable(a) values(1)"_s,
+        u"update msgmail set nosuchcolumn=1"_s, sql::insertComposed(duplicate)})
     EXPECT_FALSE(rig.host->execute(bad).isEmpty()) << bad.toStdString();
   QString error;
-  EXPECT_EQ(rig.host->openQuery(QStringLiteral("select * from nosuchtable"), &error), nullptr);
+  EXPECT_EQ(rig.host->openQuery(u"select * from nosuchtable"_s, &error), nullptr);
   EXPECT_FALSE(error.isEmpty());
   EXPECT_EQ(rig.count(), 1);
-  EXPECT_EQ(rig.value(QStringLiteral("select 主题 from msgmail")), composedRow(1).subject);
+  EXPECT_EQ(rig.value(u"select 主题 from msgmail"_s), composedRow(1).subject);
 }
 
 TEST_F(HostSystem, TransactionsCommitRollBackAndDieWithTheConnection) {
@@ -50,7 +46,7 @@ TEST_F(HostSystem, TransactionsCommitRollBackAndDieWithTheConnection) {
   ASSERT_EQ(rig.host->beginTransaction(), QString());
   ASSERT_EQ(rig.host->execute(insertOne(3)), QString());
   ASSERT_EQ(rig.host->commitTransaction(), QString());
-  EXPECT_EQ(kvtest::StoreRig::countOf(*rig.connect(), QStringLiteral("msgmail")), 1);
+  EXPECT_EQ(kvtest::StoreRig::countOf(*rig.connect(), u"msgmail"_s), 1);
   EXPECT_FALSE(rig.host->commitTransaction().isEmpty());
   EXPECT_FALSE(rig.host->rollbackTransaction().isEmpty());
 
@@ -58,33 +54,32 @@ TEST_F(HostSystem, TransactionsCommitRollBackAndDieWithTheConnection) {
   ASSERT_EQ(rig.host->beginTransaction(), QString());
   ASSERT_EQ(rig.host->execute(insertOne(4)), QString());
   rig.host.reset();
-  EXPECT_EQ(kvtest::StoreRig::countOf(*rig.connect(), QStringLiteral("msgmail")), 1);
+  EXPECT_EQ(kvtest::StoreRig::countOf(*rig.connect(), u"msgmail"_s), 1);
 }
 
 TEST_F(HostSystem, RecordsetReadsRowsByNameWithNullsAsEmpty) {
   ASSERT_EQ(rig.host->execute(insertOne(1)), QString());
   ASSERT_EQ(rig.host->execute(insertOne(2)), QString());
-  auto empty = rig.host->openQuery(QStringLiteral("select 邮件ID from msgmail where 邮件ID=99"));
+  auto empty = rig.host->openQuery(u"select 邮件ID from msgmail where 邮件ID=99"_s);
   ASSERT_TRUE(empty);
   EXPECT_TRUE(empty->atStart() && empty->atEnd() && empty->isEmpty());
   EXPECT_THROW(empty->text(0), MailError);
 
-  auto rs =
-      rig.host->openQuery(QStringLiteral("select 邮件ID,UIDL,主题 from msgmail order by 邮件ID"));
+  auto rs = rig.host->openQuery(u"select 邮件ID,UIDL,主题 from msgmail order by 邮件ID"_s);
   ASSERT_TRUE(rs);
   EXPECT_EQ(rs->fieldCount(), 3);
-  EXPECT_TRUE(rs->hasField(QStringLiteral("uidl")));
-  EXPECT_EQ(rs->text(QStringLiteral("邮件id")), QStringLiteral("1"));
-  EXPECT_TRUE(rs->isNull(QStringLiteral("UIDL")));
-  EXPECT_EQ(rs->text(QStringLiteral("Uidl")), QString());
+  EXPECT_TRUE(rs->hasField(u"uidl"_s));
+  EXPECT_EQ(rs->text(u"邮件id"_s), u"1"_s);
+  EXPECT_TRUE(rs->isNull(u"UIDL"_s));
+  EXPECT_EQ(rs->text(u"Uidl"_s), QString());
   try {
-    rs->text(QStringLiteral("nosuch"));
+    rs->text(u"nosuch"_s);
     ADD_FAILURE() << "unknown column read";
   } catch (const MailError& e) {
     EXPECT_EQ(e.number(), 3265);
   }
   rs->moveNext();
-  EXPECT_EQ(rs->text(0), QStringLiteral("2"));
+  EXPECT_EQ(rs->text(0), u"2"_s);
   rs->moveNext();
   EXPECT_TRUE(rs->atEnd());
   EXPECT_FALSE(rs->atStart());
@@ -138,24 +133,22 @@ TEST_F(HostSystem, StoredFileColumnsRoundTripInChunks) {
 TEST_F(HostSystem, UpdateWritesOnlyChangedColumnsOfOneFilteredRow) {
   ASSERT_EQ(rig.host->execute(insertOne(1)), QString());
   ASSERT_EQ(rig.host->execute(insertOne(2)), QString());
-  auto rs = rig.host->openQuery(QStringLiteral("select 主题,邮件ID from msgmail where 邮件ID=2"));
+  auto rs = rig.host->openQuery(u"select 主题,邮件ID from msgmail where 邮件ID=2"_s);
   ASSERT_TRUE(rs);
   EXPECT_EQ(rs->update(), QString());  // nothing changed, nothing to write
-  rs->setValue(QStringLiteral("主题"), QStringLiteral("it's new"));
+  rs->setValue(u"主题"_s, u"it's new"_s);
   ASSERT_EQ(rs->update(), QString());
-  EXPECT_EQ(rs->text(QStringLiteral("主题")), QStringLiteral("it's new"));
-  EXPECT_EQ(rig.value(QStringLiteral("select 主题 from msgmail where 邮件ID=2")),
-            QStringLiteral("it's new"));
-  EXPECT_EQ(rig.value(QStringLiteral("select 主题 from msgmail where 邮件ID=1")),
-            composedRow(1).subject);
+  EXPECT_EQ(rs->text(u"主题"_s), u"it's new"_s);
+  EXPECT_EQ(rig.value(u"select 主题 from msgmail where 邮件ID=2"_s), u"it's new"_s);
+  EXPECT_EQ(rig.value(u"select 主题 from msgmail where 邮件ID=1"_s), composedRow(1).subject);
   // A joined or unfiltered query cannot be updated.
   for (const char* query : {"select 主题 from msgmail",
                             "select a.主题 from msgmail a join msgmail b on a.邮件ID=b.邮件ID "
                             "where a.邮件ID=1"}) {
     auto rs = rig.host->openQuery(QString::fromUtf8(query));
     ASSERT_TRUE(rs) << query;
-    rs->setValue(QStringLiteral("主题"), QStringLiteral("x"));
+    rs->setValue(u"主题"_s, u"x"_s);
     EXPECT_FALSE(rs->update().isEmpty()) << query;
   }
-  EXPECT_EQ(rig.count(QStringLiteral("msgmail"), QStringLiteral("主题='x'")), 0);
+  EXPECT_EQ(rig.count(u"msgmail"_s, u"主题='x'"_s), 0);
 }

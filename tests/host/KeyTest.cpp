@@ -7,8 +7,8 @@
 
 namespace {
 
-long takeKey(kvmail::IHostSystem& host, const QString& table = QStringLiteral("msgmail"),
-             const QString& column = QStringLiteral("邮件ID")) {
+long takeKey(kvmail::IHostSystem& host, const QString& table = u"msgmail"_s,
+             const QString& column = u"邮件ID"_s) {
   QString error;
   const long key = host.nextKey(table, column, &error);
   EXPECT_TRUE(error.isEmpty()) << error.toStdString();
@@ -24,11 +24,11 @@ TEST_F(Keys, RiseAboveStoredKeysAndAreNotReusedAfterDeletes) {
   EXPECT_EQ(takeKey(*rig.host), 2);
   ASSERT_EQ(rig.host->execute(insertOne(40)), QString());
   EXPECT_EQ(takeKey(*rig.host), 41);
-  ASSERT_EQ(rig.host->execute(QStringLiteral("delete msgmail where 邮件ID=40")), QString());
+  ASSERT_EQ(rig.host->execute(u"delete msgmail where 邮件ID=40"_s), QString());
   EXPECT_EQ(takeKey(*rig.host), 42);
   // Each table and key column counts on its own; names are case-blind.
-  EXPECT_EQ(takeKey(*rig.host, QStringLiteral("MailTemplet"), QStringLiteral("progID")), 1);
-  EXPECT_EQ(takeKey(*rig.host, QStringLiteral("msgMail"), QStringLiteral("邮件id")), 43);
+  EXPECT_EQ(takeKey(*rig.host, u"MailTemplet"_s, u"progID"_s), 1);
+  EXPECT_EQ(takeKey(*rig.host, u"msgMail"_s, u"邮件id"_s), 43);
   // Another connection continues where this one stopped.
   EXPECT_EQ(takeKey(*rig.connect()), 44);
 }
@@ -54,9 +54,9 @@ TEST_F(Keys, BadNamesGiveAnErrorText) {
 
 TEST_F(Keys, TwoProcessesAtOnceNeverGetTheSameKey) {
   constexpr int kEach = 200;
-  const QStringList args =
-      rig.isSqlite() ? QStringList{QStringLiteral("sqlite"), rig.options().sqlitePath}
-                     : QStringList{QStringLiteral("postgres"), QString::number(rig.options().port)};
+  const QStringList args = rig.isSqlite()
+                               ? QStringList{u"sqlite"_s, rig.options().sqlitePath}
+                               : QStringList{u"postgres"_s, QString::number(rig.options().port)};
   QProcess a, b;
   for (QProcess* p : {&a, &b}) {
     p->start(QStringLiteral(KV_KEYTAKER), args + QStringList{QString::number(kEach)});

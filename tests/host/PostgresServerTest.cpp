@@ -8,7 +8,7 @@ using PostgresServer = kvtest::HostStoreTest;
 
 TEST_F(PostgresServer, WrongPasswordFailsWithoutShowingIt) {
   auto o = rig.options();
-  o.password = QStringLiteral("Secret-Wrong-9731");
+  o.password = u"Secret-Wrong-9731"_s;
   SqlHostSystem host(o);
   const QString error = host.open();
   EXPECT_FALSE(error.isEmpty());

@@ -14,39 +14,37 @@ namespace sql = kvmail::sql;
 using SqliteFile = kvtest::HostStoreTest;
 
 TEST_F(SqliteFile, WriteAheadJournalAndStoresMadeInNewFolders) {
-  EXPECT_EQ(rig.value(QStringLiteral("pragma journal_mode")), QStringLiteral("wal"));
-  EXPECT_EQ(rig.value(QStringLiteral("pragma synchronous")), QStringLiteral("1"));
-  const QString path = rig.path(QStringLiteral("a/b/new.db"));
+  EXPECT_EQ(rig.value(u"pragma journal_mode"_s), u"wal"_s);
+  EXPECT_EQ(rig.value(u"pragma synchronous"_s), u"1"_s);
+  const QString path = rig.path(u"a/b/new.db"_s);
   ASSERT_EQ(kvmail::host::createStore(path), QString());
   SqlHostSystem host(HostOptions::sqlite(path));
   ASSERT_EQ(host.open(), QString());
-  EXPECT_EQ(StoreRig::countOf(host, QStringLiteral("MailTemplet")), 0);
+  EXPECT_EQ(StoreRig::countOf(host, u"MailTemplet"_s), 0);
   // A folder that does not exist is not made by opening.
-  SqlHostSystem missing(HostOptions::sqlite(rig.path(QStringLiteral("no/such/dir/x.db"))));
+  SqlHostSystem missing(HostOptions::sqlite(rig.path(u"no/such/dir/x.db"_s)));
   EXPECT_FALSE(missing.open().isEmpty());
   EXPECT_FALSE(missing.isOpen());
-  EXPECT_FALSE(missing.execute(QStringLiteral("select 1")).isEmpty());
+  EXPECT_FALSE(missing.execute(u"select 1"_s).isEmpty());
 }
 
 // The log is copied back into the file by a thread of the store's own, well before the writer's
 // far-off backstop would: about 8 MB of message files reach the database file while the writer
 // only commits.
 TEST_F(SqliteFile, TheLogIsCopiedBackWhileTheWriterGoesOn) {
-  const QString path = rig.path(QStringLiteral("log.db"));
+  const QString path = rig.path(u"log.db"_s);
   SqlHostSystem host(HostOptions::sqlite(path));
   ASSERT_EQ(host.open(), QString());
-  EXPECT_EQ(StoreRig::valueOf(host, QStringLiteral("pragma wal_autocheckpoint")),
-            QStringLiteral("10000"));
+  EXPECT_EQ(StoreRig::valueOf(host, u"pragma wal_autocheckpoint"_s), u"10000"_s);
   const QByteArray message(16 * 1024, 'm');
   for (int id = 1; id <= 500; ++id)
-    ASSERT_EQ(host.executeBound(QStringLiteral("insert into msgmail(邮件ID,消息) values(?,?)"),
-                                {id, message}),
+    ASSERT_EQ(host.executeBound(u"insert into msgmail(邮件ID,消息) values(?,?)"_s, {id, message}),
               QString());
   QElapsedTimer waited;
   waited.start();
   while (QFileInfo(path).size() < 8'000'000 && waited.elapsed() < 5000) QThread::msleep(20);
   EXPECT_GE(QFileInfo(path).size(), 8'000'000);
-  EXPECT_EQ(StoreRig::countOf(host, QStringLiteral("msgmail")), 500);
+  EXPECT_EQ(StoreRig::countOf(host, u"msgmail"_s), 500);
 }
 
 // A read-only file, and a file another connection holds locked past the busy time-out: writes
@@ -90,10 +88,10 @@ TEST_F(SqliteFile, ReadOnlyOrLockedFileRefusesWritesWithAnErrorText) {
 TEST_F(SqliteFile, ReusedStatementsAnswerForTheirOwnValues) {
   for (long id = 1; id <= 3; ++id)
     ASSERT_EQ(rig.host->execute(sql::insertReceived(
-                  kvtest::receivedRow(id, id == 2 ? QString("") : QStringLiteral("u%1").arg(id)))),
+                  kvtest::receivedRow(id, id == 2 ? QString("") : u"u%1"_s.arg(id)))),
               QString());
   for (long id = 1; id <= 3; ++id)
-    EXPECT_EQ(rig.value(QStringLiteral("select 邮件ID from msgmail where 邮件ID=%1").arg(id)),
+    EXPECT_EQ(rig.value(u"select 邮件ID from msgmail where 邮件ID=%1"_s.arg(id)),
               QString::number(id));
   struct Case {
     const char* why;
@@ -113,11 +111,10 @@ TEST_F(SqliteFile, ReusedStatementsAnswerForTheirOwnValues) {
     EXPECT_EQ(rig.value(QString::fromUtf8(c.query)), QString::fromUtf8(c.answer)) << c.why;
   // More shapes than are kept: the oldest are dropped and made again when needed.
   for (int i = 0; i < 100; ++i)
-    ASSERT_EQ(rig.value(QStringLiteral("select %1+邮件ID from msgmail where 邮件ID=1").arg(i)),
+    ASSERT_EQ(rig.value(u"select %1+邮件ID from msgmail where 邮件ID=1"_s.arg(i)),
               QString::number(i + 1));
-  EXPECT_EQ(rig.value(QStringLiteral("select 邮件ID from msgmail where UIDL='u1'")),
-            QStringLiteral("1"));
+  EXPECT_EQ(rig.value(u"select 邮件ID from msgmail where UIDL='u1'"_s), u"1"_s);
   // An error still names the engine's complaint about the real text.
-  EXPECT_TRUE(rig.host->execute(QStringLiteral("update msgmail set nosuch='x' where 邮件ID=1"))
-                  .contains(QStringLiteral("nosuch")));
+  EXPECT_TRUE(
+      rig.host->execute(u"update msgmail set nosuch='x' where 邮件ID=1"_s).contains(u"nosuch"_s));
 }

@@ -23,7 +23,7 @@ QString failure(const std::function<void()>& call) {
   try {
     call();
   } catch (const MailError& e) {
-    return QStringLiteral("%1 %2: %3").arg(e.number()).arg(e.source(), e.description());
+    return u"%1 %2: %3"_s.arg(e.number()).arg(e.source(), e.description());
   }
   return {};
 }
@@ -47,7 +47,7 @@ TEST(Bundle, ClearFailsWithTypeMismatchAndKeepsTheMessages) {
 
 TEST(Bundle, KeepsMessagesInOrderByReferenceAndBadIndexesRaiseTheCollectionErrors) {
   clsBundle b;
-  const QString invalid = QStringLiteral("%1 Collectn.%2: Invalid index reference");
+  const QString invalid = u"%1 Collectn.%2: Invalid index reference"_s;
   const auto item = invalid.arg(kCollectionErrorNumber).arg("Item");
   const auto remove = invalid.arg(kCollectionErrorNumber).arg("Remove");
   EXPECT_EQ(failure([&] { b.Item(1); }), item);

@@ -22,7 +22,7 @@ QString answer(const std::function<QString()>& call) {
     return call();
   } catch (const MailError& e) {
     EXPECT_EQ(e.number(), kCollectionErrorNumber);
-    return QStringLiteral("!%1: %2").arg(e.source(), e.description());
+    return u"!%1: %2"_s.arg(e.source(), e.description());
   }
 }
 
@@ -77,7 +77,7 @@ TEST(CollectionX, AddPlacesBeforeOrAfterAPositionOrAKey) {
 
 TEST(CollectionX, KeysFollowCharacterCodeOrderAndAreUnique) {
   Strings c;
-  for (const char* key : {"b", "A", "a", "Z"}) c.Add(QStringLiteral("item ") + key, key);
+  for (const char* key : {"b", "A", "a", "Z"}) c.Add(u"item "_s + key, key);
   c.Add("unkeyed");
   c.Add("unkeyed too");  // empty keys repeat
   EXPECT_EQ(walkKeys(c), QStringList({"item A", "item Z", "item a", "item b"}));
@@ -204,7 +204,7 @@ TEST(CollectionX, RemoveKeepsKeysAndPositionsConsistent) {
   for (int step = 0; step < 2000; ++step) {
     if (items.isEmpty() || rng() % 3 != 0) {
       const QString item = QString::number(serial++);
-      const QString key = rng() % 4 == 0 ? QString() : QStringLiteral("k%1").arg(rng() % 500);
+      const QString key = rng() % 4 == 0 ? QString() : u"k%1"_s.arg(rng() % 500);
       if (!key.isEmpty() && keys.contains(key)) {
         EXPECT_EQ(answer([&] { return c.Add(item, key); }),
                   "!Collectn.Add: Invalid key, key already in use");
@@ -337,8 +337,7 @@ TEST(CollectionX, EveryFailureHasItsSourceAndTextRaisedOrRecorded) {
           k.call(c);
           return QString();
         });
-        EXPECT_EQ(seen, raise ? QStringLiteral("!%1: %2").arg(k.source, k.description) : "")
-            << k.source;
+        EXPECT_EQ(seen, raise ? u"!%1: %2"_s.arg(k.source, k.description) : "") << k.source;
         // Raised or not, the failure is recorded and nothing changed.
         EXPECT_EQ(c.ErrorNumber(), kCollectionErrorNumber) << k.source;
         EXPECT_EQ(c.ErrorSource(), k.source);

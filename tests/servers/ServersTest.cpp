@@ -13,7 +13,7 @@ using namespace kvtest;
 
 namespace {
 
-const QString kUser = QStringLiteral("t01");
+const QString kUser = u"t01"_s;
 
 // A blocking line client; every wait is bounded and a time-out reads as an empty answer.
 struct LineClient {
@@ -93,7 +93,7 @@ TEST_F(Servers, SinkKeepsTheExactBytesOfALargeMessage) {
 }
 
 TEST_F(Servers, SinkRecipientsDecideTheMailboxAndAuthChecksThePassword) {
-  ASSERT_TRUE(clearMailbox(QStringLiteral("catchall")));
+  ASSERT_TRUE(clearMailbox(u"catchall"_s));
   LineClient c;
   ASSERT_NO_FATAL_FAILURE(smtp(c));
   EXPECT_TRUE(ehlo.contains("AUTH")) << "AUTH must be offered without TLS";
@@ -112,9 +112,9 @@ TEST_F(Servers, SinkRecipientsDecideTheMailboxAndAuthChecksThePassword) {
   ASSERT_TRUE(c.ask("DATA").startsWith("354"));
   ASSERT_TRUE(c.ask("Subject: fan-out\r\n\r\nbody\r\n.").startsWith("250"));
   // Two addresses of the same user make one copy; the unknown one lands in "catchall".
-  ASSERT_TRUE(waitForMail(kUser, 1) && waitForMail(QStringLiteral("catchall"), 1));
+  ASSERT_TRUE(waitForMail(kUser, 1) && waitForMail(u"catchall"_s, 1));
   EXPECT_EQ(listMails(kUser).size(), 1);
-  EXPECT_EQ(listMails(QStringLiteral("catchall")).size(), 1);
+  EXPECT_EQ(listMails(u"catchall"_s).size(), 1);
 
   // Only rejected recipients: no DATA.
   ASSERT_TRUE(c.ask("MAIL FROM:<a@kvmail.localhost>").startsWith("250"));
@@ -126,7 +126,7 @@ TEST_F(Servers, DroppedMailIsServedDeletedAtQuitAndAClearedMailboxStartsAfresh) 
   EXPECT_FALSE(waitForMail(kUser, 1, 200));
   const QByteArray one = "Subject: one\r\n\r\n.starts with a dot\r\nend\r\n";
   const QString path = dropMail(kUser, one);
-  ASSERT_TRUE(path.contains(QStringLiteral("/new/")));
+  ASSERT_TRUE(path.contains(u"/new/"_s));
   ASSERT_FALSE(dropMail(kUser, "Subject: two\r\n\r\n2\r\n").isEmpty());
   EXPECT_TRUE(waitForMail(kUser, 2, 200));
   {
@@ -146,7 +146,7 @@ TEST_F(Servers, DroppedMailIsServedDeletedAtQuitAndAClearedMailboxStartsAfresh) 
   // it was dropped under still finds it.
   const QStringList left = listMails(kUser);
   ASSERT_EQ(left.size(), 1);
-  EXPECT_TRUE(left.first().contains(QStringLiteral("/cur/")));
+  EXPECT_TRUE(left.first().contains(u"/cur/"_s));
   EXPECT_FALSE(QFileInfo::exists(path));
   EXPECT_EQ(readMail(path), one);
 

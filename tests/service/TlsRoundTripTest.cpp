@@ -11,7 +11,7 @@
 
 namespace {
 
-const QString kUser = QStringLiteral("t06");
+const QString kUser = u"t06"_s;
 
 TEST(TlsRoundTrip, TheAccountsSecurityColumnsCarryTheMailOutAndBack) {
   const kvtest::TlsServers& tls = kvtest::tlsServers();
@@ -19,29 +19,27 @@ TEST(TlsRoundTrip, TheAccountsSecurityColumnsCarryTheMailOutAndBack) {
   qputenv("KV_MAILSERVERS_DIR", tls.dir.toUtf8());  // the mailbox helpers on the TLS Dovecot
   ASSERT_TRUE(kvtest::clearMailbox(kUser));
   kvtest::ServiceRig rig;
-  rig.seedAccount(true, false, QStringLiteral("加密帐户"));
-  ASSERT_EQ(rig.host->executeBound(
-                QStringLiteral("update mailaccount set masmtpport=?, masmtpsecurity=1, "
-                               "mapop3port=?, mapop3security=2, macertfile=?, mausername=?"),
-                {tls.smtpPort, tls.pop3sPort, tls.caFile, kUser}),
+  rig.seedAccount(true, false, u"加密帐户"_s);
+  ASSERT_EQ(rig.host->executeBound(u"update mailaccount set masmtpport=?, masmtpsecurity=1, "
+                                   "mapop3port=?, mapop3security=2, macertfile=?, mausername=?"_s,
+                                   {tls.smtpPort, tls.pop3sPort, tls.caFile, kUser}),
             QString());
   ASSERT_TRUE(rig.mail->Init(rig.host, 1));
   kvmail::OutgoingMail mail;
-  mail.from = {QStringLiteral("销售部"), QStringLiteral("sales@kvmail.test")};
-  mail.to = {{QStringLiteral("客户"), kvtest::addressOf(kUser)}};
-  mail.subject = QStringLiteral("加密往返");
-  mail.htmlBody = QStringLiteral("<p>您好</p>");
-  rig.queueMail(mail, QStringLiteral("2026-11-20 08:00:00"));
+  mail.from = {u"销售部"_s, u"sales@kvmail.test"_s};
+  mail.to = {{u"客户"_s, kvtest::addressOf(kUser)}};
+  mail.subject = u"加密往返"_s;
+  mail.htmlBody = u"<p>您好</p>"_s;
+  rig.queueMail(mail, u"2026-11-20 08:00:00"_s);
 
   QSignalSpy ended(rig.mail->transferWindow(), &kvmail::FrmSend::TasksEnded);
   ASSERT_TRUE(rig.mail->SendReceiveMail());
   ASSERT_TRUE(!ended.isEmpty() || ended.wait(60000));
   EXPECT_TRUE(ended.first().first().toBool());
   // Sent over STARTTLS and marked so, received over TLS.
-  EXPECT_EQ(rig.value(QStringLiteral("select messageID||是否已读 from msgmail where CshgnsID=2")),
-            QStringLiteral("127.0.0.11"));
-  EXPECT_EQ(rig.count(QStringLiteral("msgmail"), QStringLiteral("CshgnsID=1 and 主题='加密往返'")),
-            1);
+  EXPECT_EQ(rig.value(u"select messageID||是否已读 from msgmail where CshgnsID=2"_s),
+            u"127.0.0.11"_s);
+  EXPECT_EQ(rig.count(u"msgmail"_s, u"CshgnsID=1 and 主题='加密往返'"_s), 1);
 }
 
 }  // namespace

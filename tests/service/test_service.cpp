@@ -26,10 +26,10 @@ namespace {
 
 kvmail::OutgoingMail templateFile(const QStringList& attachments = {}) {
   kvmail::OutgoingMail m;
-  m.from = {QStringLiteral("模板"), QStringLiteral("tpl@kvmail.test")};
-  m.to = {{QString(), QStringLiteral("ignored@kvmail.test")}};
-  m.subject = QStringLiteral("模板主题");
-  m.htmlBody = QStringLiteral("<p>尊敬的客户：您好！</p>");
+  m.from = {u"模板"_s, u"tpl@kvmail.test"_s};
+  m.to = {{QString(), u"ignored@kvmail.test"_s}};
+  m.subject = u"模板主题"_s;
+  m.htmlBody = u"<p>尊敬的客户：您好！</p>"_s;
   m.attachmentPaths = attachments;
   return m;
 }
@@ -66,12 +66,12 @@ using ServiceWindows = Started;
 
 TEST(ServiceInit, PerUserAccountWinsOverTheDefault) {
   ServiceRig rig;
-  rig.seedAccount(false, true, QStringLiteral("默认帐户"));
+  rig.seedAccount(false, true, u"默认帐户"_s);
   ASSERT_TRUE(rig.mail->Init(rig.host, 1));
-  EXPECT_EQ(rig.mail->account()->sName, QStringLiteral("默认帐户"));
-  rig.seedAccount(true, false, QStringLiteral("个人帐户"));
+  EXPECT_EQ(rig.mail->account()->sName, u"默认帐户"_s);
+  rig.seedAccount(true, false, u"个人帐户"_s);
   ASSERT_TRUE(rig.mail->Init(rig.host, 12));
-  EXPECT_EQ(rig.mail->account()->sName, QStringLiteral("个人帐户"));
+  EXPECT_EQ(rig.mail->account()->sName, u"个人帐户"_s);
   EXPECT_EQ(rig.mail->ProgID(), 12);
   ASSERT_TRUE(rig.mail->transferWindow() && rig.mail->composeWindow() && rig.mail->viewerWindow());
   EXPECT_FALSE(rig.mail->transferWindow()->isVisible());
@@ -81,7 +81,7 @@ TEST(ServiceInit, NoAccountFailsWith1000001AndNoMessageBoxAndTheRecordLastsTillT
   ServiceRig rig;
   EXPECT_FALSE(rig.mail->Init(rig.host, 3));
   EXPECT_EQ(rig.mail->Error()->Number(), 1000001);
-  EXPECT_EQ(rig.mail->Error()->Description(), QStringLiteral("邮件帐户为空，请先设置！"));
+  EXPECT_EQ(rig.mail->Error()->Description(), u"邮件帐户为空，请先设置！"_s);
   EXPECT_TRUE(rig.prompt->records().isEmpty());
   EXPECT_NE(rig.mail->transferWindow(), nullptr);  // the windows stay created
   // A successful CreateNew leaves the earlier error in place.
@@ -98,9 +98,8 @@ TEST(ServiceInit, NoAccountFailsWith1000001AndNoMessageBoxAndTheRecordLastsTillT
 TEST(ServiceCreateNew, EmptyRecordsMakeExactlyOneMessageFromTheTemplate) {
   ServiceRig rig;
   rig.seedAccount(true, false);
-  rig.seedTemplate(12, QStringLiteral("a@kvmail.test;b@kvmail.test"),
-                   QStringLiteral("c@kvmail.test"), QStringLiteral("d@kvmail.test"), QString(),
-                   templateFile());
+  rig.seedTemplate(12, u"a@kvmail.test;b@kvmail.test"_s, u"c@kvmail.test"_s, u"d@kvmail.test"_s,
+                   QString(), templateFile());
   ASSERT_TRUE(rig.mail->Init(rig.host, 12));
   ASSERT_TRUE(rig.mail->CreateNew(QString(), QString()));
   auto* compose = rig.mail->composeWindow();
@@ -111,27 +110,25 @@ TEST(ServiceCreateNew, EmptyRecordsMakeExactlyOneMessageFromTheTemplate) {
   // The row's subject is empty: the file's; no X-Priority in the file means normal.
   EXPECT_EQ(fields(m), (QStringList{"a@kvmail.test;b@kvmail.test", "c@kvmail.test", "d@kvmail.test",
                                     "模板主题", "3", "销售部", "sales@kvmail.test"}));
-  EXPECT_TRUE(m->BodyText().contains(QStringLiteral("尊敬的客户")));
+  EXPECT_TRUE(m->BodyText().contains(u"尊敬的客户"_s));
 }
 
 TEST(ServiceCreateNew, PlaceholdersAreReplacedPerRecord) {
   ServiceRig rig;
   rig.seedAccount(true, false);
-  rig.seedTemplate(5, QStringLiteral("[邮箱]"), QString(), QString(), QStringLiteral("致[名]"),
-                   templateFile());
+  rig.seedTemplate(5, u"[邮箱]"_s, QString(), QString(), u"致[名]"_s, templateFile());
   ASSERT_TRUE(rig.mail->Init(rig.host, 5));
   const QChar sep(0);
-  const QString records = QStringLiteral("x") + sep + QStringLiteral("[名]经理") + sep +
-                          QStringLiteral("[邮箱]wang@kvmail.test") + QStringLiteral("|") +
-                          QStringLiteral("y") + sep + QStringLiteral("[名主任");
-  ASSERT_TRUE(rig.mail->CreateNew(records, QStringLiteral("|")));
+  const QString records = u"x"_s + sep + u"[名]经理"_s + sep + u"[邮箱]wang@kvmail.test"_s +
+                          u"|"_s + u"y"_s + sep + u"[名主任"_s;
+  ASSERT_TRUE(rig.mail->CreateNew(records, u"|"_s));
   const auto bundle = rig.mail->composeWindow()->bundle();
   ASSERT_EQ(bundle->Count(), 2);
   // An item with an opening bracket and no closing one changes nothing.
   for (long i : {1, 2})
     EXPECT_EQ(bundle->Item(IndexKey(i))->TOs()->ToString(QString()) + u'|' +
                   bundle->Item(IndexKey(i))->Subject(),
-              i == 1 ? QStringLiteral("wang@kvmail.test|致经理") : QStringLiteral("[邮箱]|致[名]"));
+              i == 1 ? u"wang@kvmail.test|致经理"_s : u"[邮箱]|致[名]"_s);
 }
 
 TEST(ServiceCreateNew, WithoutATemplatePriorityIsZero) {
@@ -145,30 +142,29 @@ TEST(ServiceCreateNew, WithoutATemplatePriorityIsZero) {
 
   // A positive program without a stored template file gives "0" as well.
   ASSERT_TRUE(rig.mail->Init(rig.host, 99));
-  ASSERT_TRUE(rig.mail->CreateNew(QStringLiteral("a"), QStringLiteral(";")));
+  ASSERT_TRUE(rig.mail->CreateNew(u"a"_s, u";"_s));
   m = only(rig.mail->composeWindow()->bundle());
-  EXPECT_EQ(m->Priority(), QStringLiteral("0"));
+  EXPECT_EQ(m->Priority(), u"0"_s);
 }
 
 TEST(ServiceCreateNew, TemplateAttachmentsAreSavedToTheTempFolder) {
   ServiceRig rig;
   rig.seedAccount(true, false);
-  const QString file = rig.file(QStringLiteral("价目表.txt"), "price list\r\n");
+  const QString file = rig.file(u"价目表.txt"_s, "price list\r\n");
   kvmail::OutgoingMail tpl = templateFile({file});
   tpl.headerPriority = 1;
-  rig.seedTemplate(8, QStringLiteral("x@kvmail.test"), QString(), QString(), QStringLiteral("报价"),
-                   tpl);
+  rig.seedTemplate(8, u"x@kvmail.test"_s, QString(), QString(), u"报价"_s, tpl);
   QFile::remove(file);
   ASSERT_TRUE(rig.mail->Init(rig.host, 8));
-  ASSERT_TRUE(rig.mail->CreateNew(QStringLiteral("r1;r2"), QStringLiteral(";")));
+  ASSERT_TRUE(rig.mail->CreateNew(u"r1;r2"_s, u";"_s));
   const auto bundle = rig.mail->composeWindow()->bundle();
   ASSERT_EQ(bundle->Count(), 2);
   for (long i = 1; i <= 2; ++i) {
     const auto m = bundle->Item(IndexKey(i));
-    EXPECT_EQ(m->Priority(), QStringLiteral("1"));
+    EXPECT_EQ(m->Priority(), u"1"_s);
     ASSERT_EQ(m->Attachments()->Count(), 1);
     const auto a = m->Attachments()->Item(IndexKey(1));
-    EXPECT_EQ(a->Name(), QStringLiteral("价目表.txt"));
+    EXPECT_EQ(a->Name(), u"价目表.txt"_s);
     EXPECT_TRUE(QFile::exists(a->FileName()));
     EXPECT_TRUE(a->FileName().startsWith(rig.path(QString())));
   }
@@ -177,12 +173,11 @@ TEST(ServiceCreateNew, TemplateAttachmentsAreSavedToTheTempFolder) {
 TEST(ServiceCreateNew, AFailureIsRecordedWithItsPrefix) {
   ServiceRig rig;
   rig.seedAccount(true, false);
-  rig.seedTemplate(4, QStringLiteral("x <a@b"), QString(), QString(), QStringLiteral("s"),
-                   templateFile());
+  rig.seedTemplate(4, u"x <a@b"_s, QString(), QString(), u"s"_s, templateFile());
   ASSERT_TRUE(rig.mail->Init(rig.host, 4));
   EXPECT_FALSE(rig.mail->CreateNew(QString(), QString()));
   EXPECT_EQ(rig.mail->Error()->Number(), 5);
-  EXPECT_TRUE(rig.mail->Error()->Description().startsWith(QStringLiteral("CreateNew:")));
+  EXPECT_TRUE(rig.mail->Error()->Description().startsWith(u"CreateNew:"_s));
 }
 
 TEST_F(ServiceEmptyQueue, EmptyQueueShowsTheMessageAndOpensNothing) {
@@ -191,7 +186,7 @@ TEST_F(ServiceEmptyQueue, EmptyQueueShowsTheMessageAndOpensNothing) {
     EXPECT_FALSE(rig.mail->SendMail(arg));
     ASSERT_EQ(rig.prompt->records().size(), 1);
     const auto& box = rig.prompt->records().first();
-    EXPECT_EQ(box.text + box.title, QStringLiteral("没有要发送的邮件！提示："));
+    EXPECT_EQ(box.text + box.title, u"没有要发送的邮件！提示："_s);
     EXPECT_EQ(box.icon, kvmail::PromptIcon::Information);
     EXPECT_FALSE(rig.mail->transferWindow()->isVisible());
   }
@@ -201,15 +196,15 @@ TEST(ServiceQueue, QueuedRowsBecomeABundleNewestFirstSendOnly) {
   ServiceRig rig;
   rig.seedAccount(true, false);
   kvmail::OutgoingMail m = templateFile();
-  m.to = {{QStringLiteral("客户"), QStringLiteral("c1@kvmail.test")}};
-  m.subject = QStringLiteral("旧的");
-  const long older = rig.queueMail(m, QStringLiteral("2026-11-01 08:00:00"));
-  m.subject = QStringLiteral("新的");
-  const long newer = rig.queueMail(m, QStringLiteral("2026-11-02 08:00:00"));
-  m.subject = QStringLiteral("已删除");
-  rig.queueMail(m, QStringLiteral("2026-11-03 08:00:00"), 1, 1);
-  m.subject = QStringLiteral("未激活");
-  rig.queueMail(m, QStringLiteral("2026-11-04 08:00:00"), 0, 0);
+  m.to = {{u"客户"_s, u"c1@kvmail.test"_s}};
+  m.subject = u"旧的"_s;
+  const long older = rig.queueMail(m, u"2026-11-01 08:00:00"_s);
+  m.subject = u"新的"_s;
+  const long newer = rig.queueMail(m, u"2026-11-02 08:00:00"_s);
+  m.subject = u"已删除"_s;
+  rig.queueMail(m, u"2026-11-03 08:00:00"_s, 1, 1);
+  m.subject = u"未激活"_s;
+  rig.queueMail(m, u"2026-11-04 08:00:00"_s, 0, 0);
   ASSERT_TRUE(rig.mail->Init(rig.host, 1));
 
   EXPECT_TRUE(rig.mail->SendMail(0));
@@ -227,15 +222,15 @@ TEST(ServiceQueue, SendReceiveOnAnEmptyQueueStillOpensToReceive) {
   ServiceRig rig;
   rig.seedAccount(true, false);
   // Nothing listens there: the receive task ends on its own.
-  rig.host->executeBound(QStringLiteral("update mailaccount set mapop3port=?"), {1});
+  rig.host->executeBound(u"update mailaccount set mapop3port=?"_s, {1});
   ASSERT_TRUE(rig.mail->Init(rig.host, 1));
   QSignalSpy ended(rig.mail->transferWindow(), &kvmail::FrmSend::TasksEnded);
   EXPECT_TRUE(rig.mail->SendReceiveMail());
   ASSERT_EQ(rig.prompt->records().size(), 1);
-  EXPECT_EQ(rig.prompt->records().first().text, QStringLiteral("没有要发送的邮件！"));
+  EXPECT_EQ(rig.prompt->records().first().text, u"没有要发送的邮件！"_s);
   EXPECT_TRUE(rig.mail->transferWindow()->isVisible());
   EXPECT_FALSE(rig.mail->transferWindow()->isSendOnly());
-  EXPECT_EQ(rig.mail->transferWindow()->windowTitle(), QStringLiteral("邮件发送/接收"));
+  EXPECT_EQ(rig.mail->transferWindow()->windowTitle(), u"邮件发送/接收"_s);
   EXPECT_TRUE(ended.wait(10000));
 }
 
@@ -243,20 +238,20 @@ TEST_F(ServiceWindows, OpenersPassTheirArguments) {
   // The compose window's caption, mail and number of mails to write.
   const auto compose = [&] {
     auto* w = rig.mail->composeWindow();
-    return QStringLiteral("%1 %2 %3").arg(w->caption()).arg(w->mailId()).arg(w->bundle()->Count());
+    return u"%1 %2 %3"_s.arg(w->caption()).arg(w->mailId()).arg(w->bundle()->Count());
   };
   EXPECT_TRUE(rig.mail->NewMail());
-  EXPECT_EQ(compose(), QStringLiteral("新邮件 -1 1"));
+  EXPECT_EQ(compose(), u"新邮件 -1 1"_s);
   // No mail 42 is stored: the window still holds one (empty) mail to write.
   EXPECT_FALSE(rig.mail->ReplyMail(42));
-  EXPECT_EQ(compose(), QStringLiteral("答复邮件 42 1"));
+  EXPECT_EQ(compose(), u"答复邮件 42 1"_s);
   // A forward keeps the reply caption on purpose.
   EXPECT_FALSE(rig.mail->TransmitMail(43));
-  EXPECT_EQ(compose(), QStringLiteral("答复邮件 43 1"));
-  EXPECT_TRUE(rig.mail->DisPlayMail(44, QStringLiteral("查看")));
+  EXPECT_EQ(compose(), u"答复邮件 43 1"_s);
+  EXPECT_TRUE(rig.mail->DisPlayMail(44, u"查看"_s));
   EXPECT_EQ(
       rig.mail->viewerWindow()->caption() + QString::number(rig.mail->viewerWindow()->mailId()),
-      QStringLiteral("查看44"));
+      u"查看44"_s);
 }
 
 TEST_F(ServiceWindows, WindowEventsBecomeServiceEvents) {
@@ -266,7 +261,7 @@ TEST_F(ServiceWindows, WindowEventsBecomeServiceEvents) {
                    [](long current, long* target) { *target = current + 1; });
   QObject::connect(rig.mail.get(), &kvmail::clsMail::EvDelete, [](long* id) { *id = -*id; });
 
-  Q_EMIT rig.mail->composeWindow()->ReturnData(QStringLiteral("17;18;19"));
+  Q_EMIT rig.mail->composeWindow()->ReturnData(u"17;18;19"_s);
   Q_EMIT rig.mail->transferWindow()->ReturnData(5);
   Q_EMIT rig.mail->transferWindow()->EvMailRead(6);
   QStringList seen;
@@ -286,20 +281,20 @@ TEST_F(ServiceWindows, WindowEventsBecomeServiceEvents) {
   EXPECT_EQ(rig.mail->composeWindow()->mailId(), 30);
 
   // ErrMessage: kind 2, 4, 8 pick the icon; any other kind shows nothing.
-  Q_EMIT rig.mail->composeWindow()->ErrMessage(QStringLiteral("a"), 2, QStringLiteral("提示："));
-  Q_EMIT rig.mail->viewerWindow()->ErrMessage(QStringLiteral("b"), 4, QStringLiteral("t"));
-  Q_EMIT rig.mail->viewerWindow()->ErrMessage(QStringLiteral("c"), 8, QStringLiteral("错误："));
-  Q_EMIT rig.mail->viewerWindow()->ErrMessage(QStringLiteral("d"), 3, QStringLiteral("t"));
+  Q_EMIT rig.mail->composeWindow()->ErrMessage(u"a"_s, 2, u"提示："_s);
+  Q_EMIT rig.mail->viewerWindow()->ErrMessage(u"b"_s, 4, u"t"_s);
+  Q_EMIT rig.mail->viewerWindow()->ErrMessage(u"c"_s, 8, u"错误："_s);
+  Q_EMIT rig.mail->viewerWindow()->ErrMessage(u"d"_s, 3, u"t"_s);
   QList<kvmail::PromptIcon> icons;
   for (const auto& box : rig.prompt->records()) icons << box.icon;
   using kvmail::PromptIcon;
   EXPECT_EQ(icons, (QList{PromptIcon::Information, PromptIcon::Exclamation, PromptIcon::Critical}));
-  EXPECT_EQ(rig.prompt->records().last().title, QStringLiteral("错误："));
+  EXPECT_EQ(rig.prompt->records().last().title, u"错误："_s);
 }
 
 TEST_F(ServiceWindows, PrintFilesOfBothWindowsAreActuallyPrinted) {
-  const QString text = rig.file(QStringLiteral("print.txt"), "收件人：王经理\n主题：对账单\n");
-  const QString html = rig.file(QStringLiteral("print.html"), "<p><b>主题</b>：对账单</p>");
+  const QString text = rig.file(u"print.txt"_s, "收件人：王经理\n主题：对账单\n");
+  const QString html = rig.file(u"print.html"_s, "<p><b>主题</b>：对账单</p>");
   Q_EMIT rig.mail->viewerWindow()->DoPrint(text);
   Q_EMIT rig.mail->composeWindow()->DoPrint(html);
   const auto printed = rig.prompt->records(kvtest::ScriptedPrompt::Kind::PrintFile);
@@ -307,7 +302,7 @@ TEST_F(ServiceWindows, PrintFilesOfBothWindowsAreActuallyPrinted) {
   EXPECT_EQ(printed[0].text, text);
   // Without a display the file goes to a PDF beside it.
   for (const QString& path : {text, html}) {
-    const QByteArray pdf = kvtest::readAll(path + QStringLiteral(".pdf"));
+    const QByteArray pdf = kvtest::readAll(path + u".pdf"_s);
     EXPECT_TRUE(pdf.startsWith("%PDF")) << path.toStdString();
   }
 }
@@ -320,8 +315,7 @@ TEST_F(ServiceWindows, ReleaseOrderIsComposeTransferViewer) {
     QObject::connect(w, &QObject::destroyed, [&order, name = w->objectName()] { order << name; });
   rig.mail.reset();
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-  EXPECT_EQ(order, (QStringList{QStringLiteral("FrmNewMail"), QStringLiteral("FrmSend"),
-                                QStringLiteral("FrmMail")}));
+  EXPECT_EQ(order, (QStringList{u"FrmNewMail"_s, u"FrmSend"_s, u"FrmMail"_s}));
 }
 
 TEST_F(ServiceWindows, ClearReleasesTheWindowsAndAnswersFalse) {

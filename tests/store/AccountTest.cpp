@@ -40,7 +40,7 @@ class AccountLoading : public kvtest::StoreTest {
   clsAccount loaded(bool expectFound = true) {
     clsAccount account;
     account.lProgID = 12;
-    account.sName = QStringLiteral("before");
+    account.sName = u"before"_s;
     account.lSmtpPort = 99;
     account.bIsDelete = true;
     EXPECT_EQ(kvmail::MailStore(*rig.host).loadAccount(account), expectFound);
@@ -51,7 +51,7 @@ class AccountLoading : public kvtest::StoreTest {
 }  // namespace
 
 TEST_F(AccountLoading, EveryFieldFromTheUsersAccount) {
-  ASSERT_EQ(rig.seedAccount(full(1, QStringLiteral("7"))), QString());
+  ASSERT_EQ(rig.seedAccount(full(1, u"7"_s)), QString());
   const clsAccount a = loaded();
   EXPECT_EQ(
       (QStringList{a.sName, a.sSmtp, a.sFrom, a.sFromAddress, a.sUserName, a.sPassword, a.sReplyTo,
@@ -65,31 +65,31 @@ TEST_F(AccountLoading, EveryFieldFromTheUsersAccount) {
 }
 
 TEST_F(AccountLoading, FirstOfTwoAssignedAccountsWins) {
-  ASSERT_EQ(rig.seedAccount(full(2, QStringLiteral("7"))), QString());
-  ASSERT_EQ(rig.seedAccount(full(1, QStringLiteral("7"))), QString());
-  auto rs = rig.host->openQuery(kvmail::sql::accountForUser(QStringLiteral("7")));
+  ASSERT_EQ(rig.seedAccount(full(2, u"7"_s)), QString());
+  ASSERT_EQ(rig.seedAccount(full(1, u"7"_s)), QString());
+  auto rs = rig.host->openQuery(kvmail::sql::accountForUser(u"7"_s));
   ASSERT_TRUE(rs);
-  const QString first = rs->text(QStringLiteral("maname"));
+  const QString first = rs->text(u"maname"_s);
   rs->moveNext();
   ASSERT_FALSE(rs->atEnd());
-  EXPECT_NE(rs->text(QStringLiteral("maname")), first);
+  EXPECT_NE(rs->text(u"maname"_s), first);
   EXPECT_EQ(loaded().sName, first);
 }
 
 TEST_F(AccountLoading, DefaultAccountWhenTheUserHasNoneAndNothingWithoutOne) {
-  ASSERT_EQ(rig.seedAccount(full(1, QStringLiteral("8"))), QString());
+  ASSERT_EQ(rig.seedAccount(full(1, u"8"_s)), QString());
   const clsAccount untouched = loaded(false);
-  EXPECT_EQ(untouched.sName, QStringLiteral("before"));
+  EXPECT_EQ(untouched.sName, u"before"_s);
   EXPECT_EQ(untouched.lSmtpPort, 99);
   EXPECT_TRUE(untouched.bIsDelete);
 
   AccountSeed fallback = full(2, QString());
   fallback.isDefault = true;
   ASSERT_EQ(rig.seedAccount(fallback), QString());
-  EXPECT_EQ(loaded().sName + QString::number(loaded().lPop3Port), QStringLiteral("account211002"));
+  EXPECT_EQ(loaded().sName + QString::number(loaded().lPop3Port), u"account211002"_s);
   // A user id the store cannot even compare falls back the same way.
   rig.host->setCurrentUser(QString(), QString());
-  EXPECT_EQ(loaded().sName, QStringLiteral("account2"));
+  EXPECT_EQ(loaded().sName, u"account2"_s);
 }
 
 // Kept on purpose: only an exact 1 keeps mail on the server; the other flags mean "not 0".
@@ -107,8 +107,8 @@ TEST_F(AccountLoading, FlagAsymmetryAndNulls) {
   };
   long maid = 1;
   for (const Case& c : cases) {
-    ASSERT_EQ(rig.host->execute(QStringLiteral("delete from mailaccountuser")), QString());
-    AccountSeed s = full(maid++, QStringLiteral("7"));
+    ASSERT_EQ(rig.host->execute(u"delete from mailaccountuser"_s), QString());
+    AccountSeed s = full(maid++, u"7"_s);
     s.notDelete = c.notDelete;
     s.afterDayDelete = c.afterDay;
     s.isOut = c.isOut;
@@ -121,14 +121,13 @@ TEST_F(AccountLoading, FlagAsymmetryAndNulls) {
     EXPECT_EQ(a.bIsAfterdayDelete, c.isAfterday) << flags;
     EXPECT_EQ(a.bIsOut, c.out) << flags;
   }
-  AccountSeed s = full(maid, QStringLiteral("7"));
+  AccountSeed s = full(maid, u"7"_s);
   s.smtpPort = QVariant();
   s.deleteDay = QVariant();
   s.pop3Port = 70000;  // nonsense in the column means the standard port
-  ASSERT_EQ(rig.host->execute(QStringLiteral("delete from mailaccountuser")), QString());
+  ASSERT_EQ(rig.host->execute(u"delete from mailaccountuser"_s), QString());
   ASSERT_EQ(rig.seedAccount(s), QString());
-  ASSERT_EQ(rig.host->execute(QStringLiteral("update mailaccount set mapassword=null,maname=null")),
-            QString());
+  ASSERT_EQ(rig.host->execute(u"update mailaccount set mapassword=null,maname=null"_s), QString());
   const clsAccount a = loaded();
   EXPECT_EQ(a.lSmtpPort + a.lDeleteDay + a.lPop3Port, 0);
   EXPECT_EQ(a.sPassword, QString());
@@ -144,17 +143,16 @@ TEST_F(AccountLoading, SecurityColumnsAreReadAsTheHostWroteThem) {
   const Case cases[] = {
       {"mapop3security=null, masmtpsecurity=null, macertfile=null", 0, 0, {}},
       {"mapop3security=1, masmtpsecurity=2, macertfile=' /etc/kv/ca.pem '", 1, 2,
-       QStringLiteral("/etc/kv/ca.pem")},
+       u"/etc/kv/ca.pem"_s},
       // A number the sessions do not know is kept, so they refuse it rather than go plain.
       {"mapop3security=9, masmtpsecurity=-1, macertfile=''", 9, -1, {}},
   };
-  ASSERT_EQ(rig.seedAccount(full(1, QStringLiteral("7"))), QString());
+  ASSERT_EQ(rig.seedAccount(full(1, u"7"_s)), QString());
   for (const Case& c : cases) {
-    ASSERT_EQ(rig.host->execute(QStringLiteral("update mailaccount set ") + QLatin1String(c.set)),
-              QString());
+    ASSERT_EQ(rig.host->execute(u"update mailaccount set "_s + QLatin1String(c.set)), QString());
     clsAccount a = loaded();
-    EXPECT_EQ(QStringLiteral("%1 %2 ").arg(a.lPop3Security).arg(a.lSmtpSecurity) + a.sCertFile,
-              QStringLiteral("%1 %2 ").arg(c.pop3).arg(c.smtp) + c.cert)
+    EXPECT_EQ(u"%1 %2 "_s.arg(a.lPop3Security).arg(a.lSmtpSecurity) + a.sCertFile,
+              u"%1 %2 "_s.arg(c.pop3).arg(c.smtp) + c.cert)
         << c.set;
   }
 }
@@ -162,23 +160,23 @@ TEST_F(AccountLoading, SecurityColumnsAreReadAsTheHostWroteThem) {
 // A store whose account table predates the settings columns.
 TEST(AccountSettings, AnOlderTableGivesThePlainBehaviourAndIsUpgradedOnOpen) {
   QTemporaryDir dir;
-  const QString path = dir.filePath(QStringLiteral("old.db"));
+  const QString path = dir.filePath(u"old.db"_s);
   {
-    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("old"));
+    QSqlDatabase db = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"old"_s);
     db.setDatabaseName(path);
     ASSERT_TRUE(db.open());
     QSqlQuery q(db);
-    ASSERT_TRUE(q.exec(QStringLiteral(
-        "create table mailaccount (maid integer, masmtptype integer, maname text, mausername text,"
+    ASSERT_TRUE(q.exec(
+        u"create table mailaccount (maid integer, masmtptype integer, maname text, mausername text,"
         " mapassword text, masmtpservername text, mareplyemailaddress text, masmtpport integer,"
         " mafromname text, mafromemailaddress text, mapop3servername text, maisnotdelete integer,"
         " maisafterdaydelete integer, madeleteday integer, maisout integer, maisdefault "
-        "integer)")));
+        "integer)"_s));
     ASSERT_TRUE(
-        q.exec(QStringLiteral("insert into mailaccount(maid,masmtptype,maname,maisdefault)"
-                              " values(1,0,'old',1)")));
+        q.exec(u"insert into mailaccount(maid,masmtptype,maname,maisdefault)"
+               " values(1,0,'old',1)"_s));
   }
-  QSqlDatabase::removeDatabase(QStringLiteral("old"));
+  QSqlDatabase::removeDatabase(u"old"_s);
   HostOptions readOnly = HostOptions::sqlite(path);
   readOnly.readOnly = true;  // no set-up runs: the table stays as the host made it
   {
@@ -188,14 +186,12 @@ TEST(AccountSettings, AnOlderTableGivesThePlainBehaviourAndIsUpgradedOnOpen) {
     account.lPop3Port = 1234;
     account.lPop3Security = account.lSmtpSecurity = 2;
     ASSERT_TRUE(kvmail::MailStore(host).loadAccount(account));
-    EXPECT_EQ(account.sName, QStringLiteral("old"));
+    EXPECT_EQ(account.sName, u"old"_s);
     EXPECT_EQ(account.lPop3Port + account.lPop3Security + account.lSmtpSecurity, 0);
   }
   SqlHostSystem host(HostOptions::sqlite(path));
   ASSERT_EQ(host.open(), QString());
-  EXPECT_EQ(
-      host.execute(QStringLiteral("update mailaccount set mapop3port=2110, mapop3security=2")),
-      QString());
+  EXPECT_EQ(host.execute(u"update mailaccount set mapop3port=2110, mapop3security=2"_s), QString());
   clsAccount account;
   ASSERT_TRUE(kvmail::MailStore(host).loadAccount(account));
   EXPECT_EQ(account.lPop3Port, 2110);

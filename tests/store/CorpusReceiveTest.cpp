@@ -17,7 +17,7 @@
 
 namespace {
 
-const QString kUser = QStringLiteral("t17");
+const QString kUser = u"t17"_s;
 
 enum Column { FromName, FromAddress, Subject, ToAddresses, ToNames, Email, ColumnCount };
 const char* const kColumns = "发件人,发件人邮箱,主题,收件人邮箱,收件人,[E-MAIL]";
@@ -57,10 +57,10 @@ struct CorpusMail {
 };
 
 QList<CorpusMail> corpus() {
-  const QString root = kvtest::dataFile(QStringLiteral("corpus"));
+  const QString root = kvtest::dataFile(u"corpus"_s);
   QList<CorpusMail> mails;
-  QDirIterator it(root, {QStringLiteral("*.eml"), QStringLiteral("*.txt"), QStringLiteral("*.raw")},
-                  QDir::Files, QDirIterator::Subdirectories);
+  QDirIterator it(root, {u"*.eml"_s, u"*.txt"_s, u"*.raw"_s}, QDir::Files,
+                  QDirIterator::Subdirectories);
   while (it.hasNext()) {
     const QString path = it.next();
     mails.append({path, path.mid(root.size() + 1), kvtest::readAll(path)});
@@ -79,8 +79,7 @@ QByteArray comparable(QByteArray bytes) {
 
 QJsonObject readWithPython(const QStringList& paths) {
   QProcess python;
-  python.start(QStringLiteral("/usr/bin/python3"),
-               QStringList{QStringLiteral(KV_HEADER_READER)} + paths);
+  python.start(u"/usr/bin/python3"_s, QStringList{QStringLiteral(KV_HEADER_READER)} + paths);
   if (!python.waitForFinished(60000) || python.exitCode() != 0) {
     ADD_FAILURE() << python.readAllStandardError().toStdString();
     return {};
@@ -90,7 +89,7 @@ QJsonObject readWithPython(const QStringList& paths) {
 
 // The store's own limits on the address and name columns.
 QString cut(const QString& text, int limit) {
-  return text.size() > limit ? text.left(limit) + QStringLiteral("...") : text;
+  return text.size() > limit ? text.left(limit) + u"..."_s : text;
 }
 
 // Python's reading written the way the store writes its columns: the first sender, the
@@ -102,7 +101,7 @@ QStringList columnsOf(const QJsonObject& mail) {
   const auto text = [](QString s) { return s.remove(QChar(0)); };
   const auto address = [&](const QJsonValue& a) {
     const QString addr = text(a.toArray().at(1).toString());
-    return addr == QStringLiteral("<>") ? QString() : addr;
+    return addr == u"<>"_s ? QString() : addr;
   };
   const auto name = [&](const QJsonValue& a) { return text(a.toArray().at(0).toString()); };
   const auto join = [&](const QJsonArray& list, bool names) {
@@ -113,15 +112,15 @@ QStringList columnsOf(const QJsonObject& mail) {
     }
     return out.join(QLatin1Char(';'));
   };
-  const QJsonArray from = mail[QStringLiteral("from")].toArray();
-  const QJsonArray to = mail[QStringLiteral("to")].toArray();
+  const QJsonArray from = mail[u"from"_s].toArray();
+  const QJsonArray to = mail[u"to"_s].toArray();
   QStringList columns(ColumnCount);
   columns[FromName] = from.isEmpty() ? QString() : name(from.first());
   columns[FromAddress] = from.isEmpty() ? QString() : address(from.first());
-  columns[Subject] = text(mail[QStringLiteral("subject")].toString());
+  columns[Subject] = text(mail[u"subject"_s].toString());
   columns[ToAddresses] = cut(join(to, false), 250);
   columns[ToNames] = cut(join(to, true), 120);
-  columns[Email] = cut(join(mail[QStringLiteral("cc")].toArray(), false), 250);
+  columns[Email] = cut(join(mail[u"cc"_s].toArray(), false), 250);
   return columns;
 }
 
@@ -154,7 +153,7 @@ TEST_F(CorpusReceive, StoredHeaderColumnsMatchPythonsReading) {
   const QStringList names = QString::fromUtf8(kColumns).split(QLatin1Char(','));
   QString error;
   const auto rs = rig.host->openQuery(
-      QStringLiteral("select 邮件ID,%1 from msgmail").arg(QString::fromUtf8(kColumns)), &error);
+      u"select 邮件ID,%1 from msgmail"_s.arg(QString::fromUtf8(kColumns)), &error);
   ASSERT_TRUE(rs) << error.toStdString();
   QStringList missing = paths;
   for (; !rs->atEnd(); rs->moveNext()) {
@@ -171,7 +170,7 @@ TEST_F(CorpusReceive, StoredHeaderColumnsMatchPythonsReading) {
 
   // A value holding a single quote makes the insert fail (quotes are not doubled in received
   // rows): that mail alone is not stored, the user is told, and it stays on the server.
-  EXPECT_EQ(missing, QStringList{kvtest::dataFile(QStringLiteral("corpus/python/msg_35.txt"))});
+  EXPECT_EQ(missing, QStringList{kvtest::dataFile(u"corpus/python/msg_35.txt"_s)});
   EXPECT_EQ(rig.prompt().count(kvtest::ScriptedPrompt::Kind::MessageBox), missing.size());
   EXPECT_EQ(kvtest::listMails(kUser).size(), mails.size());  // the account keeps mail on the server
 }

@@ -34,8 +34,8 @@ TEST(FieldText, DateTexts) {
     EXPECT_TRUE(isValidDateText(QString::fromUtf8(valid))) << valid;
   for (const char* invalid : {"", "   ", "0", "2024-02-30 10:00:00", "2024-03-05 25:00:00", "abc"})
     EXPECT_FALSE(isValidDateText(QString::fromUtf8(invalid))) << invalid;
-  EXPECT_EQ(kvmail::dateFromText(QStringLiteral("2026-11-22 05:12:50")),
+  EXPECT_EQ(kvmail::dateFromText(u"2026-11-22 05:12:50"_s),
             QDateTime(QDate(2026, 11, 22), QTime(5, 12, 50)));
-  EXPECT_EQ(kvmail::dateFromText(QStringLiteral("2026/1/2")), QDate(2026, 1, 2).startOfDay());
-  EXPECT_FALSE(kvmail::dateFromText(QStringLiteral("2026-13-40")).isValid());
+  EXPECT_EQ(kvmail::dateFromText(u"2026/1/2"_s), QDate(2026, 1, 2).startOfDay());
+  EXPECT_FALSE(kvmail::dateFromText(u"2026-13-40"_s).isValid());
 }

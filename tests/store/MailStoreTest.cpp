@@ -26,15 +26,14 @@ class MailStoreTest : public kvtest::StoreTest {
  protected:
   OutgoingMail mail(const QString& subject, const QString& to) const {
     OutgoingMail m;
-    m.from = {QStringLiteral("销售部 "), QStringLiteral("sales@kvmail.test")};
-    m.to = {{QString(), to}, {QStringLiteral("王经理"), QStringLiteral("wang@kvmail.test")}};
+    m.from = {u"销售部 "_s, u"sales@kvmail.test"_s};
+    m.to = {{QString(), to}, {u"王经理"_s, u"wang@kvmail.test"_s}};
     m.subject = subject;
-    m.htmlBody = QStringLiteral("<p>正文</p>");
+    m.htmlBody = u"<p>正文</p>"_s;
     return m;
   }
   ComposedMail composed(const OutgoingMail& m, int index, long replyKey = 0) const {
-    return kvmail::composedMail(m, rig.path(QStringLiteral("temp%1.eml").arg(index)),
-                                QStringLiteral("1"), replyKey);
+    return kvmail::composedMail(m, rig.path(u"temp%1.eml"_s.arg(index)), u"1"_s, replyKey);
   }
 };
 
@@ -43,27 +42,27 @@ class MailStoreTest : public kvtest::StoreTest {
 TEST_F(MailStoreTest, ComposedBatchGoesInWithItsRowTextsAndFiles) {
   const MailStore store(*rig.host);
   StoreFailure failure;
-  const QList<long> keys = store.storeComposed(
-      {composed(mail(QStringLiteral("王's 报价"), QStringLiteral("a@kvmail.test")), 1),
-       composed(mail(QStringLiteral("回复"), QStringLiteral("b@kvmail.test")), 2, 1)},
-      &failure);
+  const QList<long> keys =
+      store.storeComposed({composed(mail(u"王's 报价"_s, u"a@kvmail.test"_s), 1),
+                           composed(mail(u"回复"_s, u"b@kvmail.test"_s), 2, 1)},
+                          &failure);
   ASSERT_FALSE(failure.failed()) << failure.error.toStdString();
   ASSERT_EQ(keys, (QList<long>{1, 2}));
-  EXPECT_EQ(rig.row(QStringLiteral("select 主题,收件人邮箱,收件人,[E-MAIL],级次,回复ID,CshgnsID,"
-                                   "优先级,附件,操作者 from msgmail where 邮件ID=1")),
+  EXPECT_EQ(rig.row(u"select 主题,收件人邮箱,收件人,[E-MAIL],级次,回复ID,CshgnsID,"
+                    "优先级,附件,操作者 from msgmail where 邮件ID=1"_s),
             (QStringList{"王's 报价", "a@kvmail.test;wang@kvmail.test",
                          "a@kvmail.test;王经理<wang@kvmail.test>", "-1", "1", "1", "2", "1", "0",
                          "张三"}));
   // A reply: level 2, the replied mail's key, and the sender's text form in [E-MAIL].
-  EXPECT_EQ(rig.row(QStringLiteral("select 级次,回复ID,[E-MAIL] from msgmail where 邮件ID=2")),
+  EXPECT_EQ(rig.row(u"select 级次,回复ID,[E-MAIL] from msgmail where 邮件ID=2"_s),
             (QStringList{"2", "1", "销售部 <sales@kvmail.test>"}));
   // The message files went into the rows and the temporary files are gone.
-  EXPECT_FALSE(QFile::exists(rig.path(QStringLiteral("temp1.eml"))));
-  const kvmail::ParsedMail back = store.readMessage(2, rig.path(QStringLiteral("2.eml")));
+  EXPECT_FALSE(QFile::exists(rig.path(u"temp1.eml"_s)));
+  const kvmail::ParsedMail back = store.readMessage(2, rig.path(u"2.eml"_s));
   ASSERT_TRUE(back.ok);
-  EXPECT_EQ(back.subject, QStringLiteral("回复"));
-  EXPECT_EQ(rig.value(QStringLiteral("select 大小 from msgmail where 邮件ID=2")).toLongLong(),
-            QFile(rig.path(QStringLiteral("2.eml"))).size());
+  EXPECT_EQ(back.subject, u"回复"_s);
+  EXPECT_EQ(rig.value(u"select 大小 from msgmail where 邮件ID=2"_s).toLongLong(),
+            QFile(rig.path(u"2.eml"_s)).size());
 }
 
 TEST_F(MailStoreTest, AFailingMailOfABatchLeavesNothingStored) {
@@ -73,20 +72,18 @@ TEST_F(MailStoreTest, AFailingMailOfABatchLeavesNothingStored) {
     ComposedMail second;
     StoreStep step;
   };
-  OutgoingMail missing = mail(QStringLiteral("附件"), QStringLiteral("c@kvmail.test"));
-  missing.attachmentPaths = {rig.path(QStringLiteral("gone.pdf"))};
+  OutgoingMail missing = mail(u"附件"_s, u"c@kvmail.test"_s);
+  missing.attachmentPaths = {rig.path(u"gone.pdf"_s)};
   const QList<Case> cases = {
       // A quote outside the subject breaks the insert, as it always did.
-      {"quote in the recipients",
-       composed(mail(QStringLiteral("二"), QStringLiteral("o'neil@kvmail.test")), 2),
+      {"quote in the recipients", composed(mail(u"二"_s, u"o'neil@kvmail.test"_s), 2),
        StoreStep::Insert},
       {"attachment vanished", composed(missing, 2), StoreStep::Write},
   };
   for (const Case& c : cases) {
     StoreFailure failure;
-    const QList<long> keys = store.storeComposed(
-        {composed(mail(QStringLiteral("一"), QStringLiteral("a@kvmail.test")), 1), c.second},
-        &failure);
+    const QList<long> keys =
+        store.storeComposed({composed(mail(u"一"_s, u"a@kvmail.test"_s), 1), c.second}, &failure);
     EXPECT_TRUE(keys.isEmpty()) << c.what;
     EXPECT_EQ(failure.step, c.step) << c.what;
     EXPECT_EQ(failure.index, 2) << c.what;
@@ -94,11 +91,7 @@ TEST_F(MailStoreTest, AFailingMailOfABatchLeavesNothingStored) {
   }
   // The store takes the next batch as if nothing had happened.
   StoreFailure failure;
-  EXPECT_EQ(
-      store
-          .storeComposed({composed(mail(QStringLiteral("三"), QStringLiteral("d@x")), 1)}, &failure)
-          .size(),
-      1);
+  EXPECT_EQ(store.storeComposed({composed(mail(u"三"_s, u"d@x"_s), 1)}, &failure).size(), 1);
 }
 
 // The queue reads newest first until marked sent. It holds keys and reads each mail when asked
@@ -108,30 +101,28 @@ TEST_F(MailStoreTest, QueueReadsNewestFirstEachMailWhenAskedForUntilMarkedSent) 
   const MailStore store(*rig.host);
   StoreFailure failure;
   for (const char* subject : {"早", "晚", "删"})
-    ASSERT_EQ(
-        store
-            .storeComposed(
-                {composed(mail(QString::fromUtf8(subject), QStringLiteral("a@kvmail.test")), 1)},
-                &failure)
-            .size(),
-        1);
-  rig.host->execute(QStringLiteral("update msgmail set 发送时间='2020-01-0'||邮件ID||' 00:00:00'"));
+    ASSERT_EQ(store
+                  .storeComposed(
+                      {composed(mail(QString::fromUtf8(subject), u"a@kvmail.test"_s), 1)}, &failure)
+                  .size(),
+              1);
+  rig.host->execute(u"update msgmail set 发送时间='2020-01-0'||邮件ID||' 00:00:00'"_s);
   const kvmail::BundlePtr queue = store.readSendQueue();  // 3, 2, 1
   ASSERT_EQ(queue->Count(), 3);
-  rig.host->execute(QStringLiteral("delete from msgmail where 邮件ID=3"));
+  rig.host->execute(u"delete from msgmail where 邮件ID=3"_s);
   EXPECT_EQ(queue->Item(kvmail::IndexKey(1)), nullptr);
   ASSERT_NE(queue->Item(kvmail::IndexKey(2)), nullptr);
-  EXPECT_EQ(queue->Item(kvmail::IndexKey(2))->Subject(), QStringLiteral("晚"));
+  EXPECT_EQ(queue->Item(kvmail::IndexKey(2))->Subject(), u"晚"_s);
   EXPECT_EQ(queue->Item(kvmail::IndexKey(2))->ID(), 2);
   EXPECT_EQ(queue->Item(kvmail::IndexKey(2))->TOs()->ToString(),
-            QStringLiteral("a@kvmail.test;王经理<wang@kvmail.test>"));
+            u"a@kvmail.test;王经理<wang@kvmail.test>"_s);
   EXPECT_THROW(queue->Item(kvmail::IndexKey(4)), kvmail::MailError);
   EXPECT_THROW(queue->Clear(), kvmail::MailError);
   EXPECT_EQ(queue->Count(), 3);
-  EXPECT_EQ(store.markSent(QStringLiteral("smtp.kvmail.test"), 2), QString());
+  EXPECT_EQ(store.markSent(u"smtp.kvmail.test"_s, 2), QString());
   EXPECT_EQ(store.readSendQueue()->Count(), 1);
-  EXPECT_EQ(rig.value(QStringLiteral("select messageid||是否已读 from msgmail where 邮件ID=2")),
-            QStringLiteral("smtp.kvmail.test1"));
+  EXPECT_EQ(rig.value(u"select messageid||是否已读 from msgmail where 邮件ID=2"_s),
+            u"smtp.kvmail.test1"_s);
 }
 
 // A mail read ahead while another is on the wire is handed out at its turn without reading the
@@ -142,8 +133,8 @@ TEST_F(MailStoreTest, AMailReadAheadIsHandedOutOnlyWhileUnchanged) {
   const MailStore store(recording);
   StoreFailure failure;
   for (const char* subject : {"一", "二", "三"})
-    store.storeComposed(
-        {composed(mail(QString::fromUtf8(subject), QStringLiteral("a@kvmail.test")), 1)}, &failure);
+    store.storeComposed({composed(mail(QString::fromUtf8(subject), u"a@kvmail.test"_s), 1)},
+                        &failure);
   const auto queue = std::dynamic_pointer_cast<kvmail::QueuedBundle>(store.readSendQueue());
   ASSERT_TRUE(queue);
   ASSERT_EQ(queue->Count(), 3);
@@ -158,7 +149,7 @@ TEST_F(MailStoreTest, AMailReadAheadIsHandedOutOnlyWhileUnchanged) {
   EXPECT_TRUE(recording.calls.isEmpty()) << recording.calls.join(',').toStdString();
 
   queue->readAhead(kvmail::IndexKey(2));
-  const QString path = rig.path(QStringLiteral("saved-again.eml"));
+  const QString path = rig.path(u"saved-again.eml"_s);
   ASSERT_TRUE(store.messageToFile(ids[1], path));
   QFile file(path);
   ASSERT_TRUE(file.open(QIODevice::ReadOnly));
@@ -167,10 +158,10 @@ TEST_F(MailStoreTest, AMailReadAheadIsHandedOutOnlyWhileUnchanged) {
                                     kvmail::sql::mailTable(), kvmail::sql::mailKey()));
   const kvmail::MessagePtr fresh = queue->Item(kvmail::IndexKey(2));
   ASSERT_NE(fresh, nullptr);
-  EXPECT_TRUE(fresh->Subject().startsWith(QStringLiteral("Re:"))) << fresh->Subject().toStdString();
+  EXPECT_TRUE(fresh->Subject().startsWith(u"Re:"_s)) << fresh->Subject().toStdString();
 
   queue->readAhead(kvmail::IndexKey(3));
-  rig.host->execute(QStringLiteral("delete from msgmail where 邮件ID=%1").arg(ids[2]));
+  rig.host->execute(u"delete from msgmail where 邮件ID=%1"_s.arg(ids[2]));
   EXPECT_EQ(queue->Item(kvmail::IndexKey(3)), nullptr);
   queue->readAhead(kvmail::IndexKey(9));  // out of range: nothing happens
 }
@@ -182,22 +173,22 @@ TEST_F(MailStoreTest, ReceivedMailGoesInWithItsFileOrNotAtAll) {
       "Subject: hello\r\nX-Priority: 1\r\n\r\nbody\r\n\r\n";
   kvmail::ReceivedMail received;
   received.header = kvmail::readMailBytes(bytes);
-  received.uidl = QStringLiteral("uid-1");
-  received.pop3Server = QStringLiteral("pop.kvmail.test");
+  received.uidl = u"uid-1"_s;
+  received.pop3Server = u"pop.kvmail.test"_s;
   received.bytes = bytes;
   received.size = bytes.size();
   StoreFailure failure;
   const long id = store.storeReceived(received, &failure);
   ASSERT_EQ(id, 1) << failure.error.toStdString();
-  EXPECT_TRUE(kvmail::isValidDateText(store.receivedTime(QStringLiteral("uid-1"))));
-  EXPECT_EQ(store.storedSize(QStringLiteral("uid-1")), bytes.size());
+  EXPECT_TRUE(kvmail::isValidDateText(store.receivedTime(u"uid-1"_s)));
+  EXPECT_EQ(store.storedSize(u"uid-1"_s), bytes.size());
   const auto header = store.header(id);
   ASSERT_TRUE(header.has_value());
-  EXPECT_EQ(header->fromName, QStringLiteral("王五"));
+  EXPECT_EQ(header->fromName, u"王五"_s);
   EXPECT_EQ(header->priority, 1);
 
   // A quote in the server id breaks the insert: no row, no file, and the step is named.
-  received.uidl = QStringLiteral("it's");
+  received.uidl = u"it's"_s;
   EXPECT_EQ(store.storeReceived(received, &failure), 0);
   EXPECT_EQ(failure.step, StoreStep::Insert);
   EXPECT_EQ(rig.count(), 1);
@@ -206,26 +197,24 @@ TEST_F(MailStoreTest, ReceivedMailGoesInWithItsFileOrNotAtAll) {
 TEST_F(MailStoreTest, KnownAddressesAreSendersOfReceivedAndRecipientsOfComposedMail) {
   const auto insert = [&](int id, int direction, const QString& from, const QString& to) {
     rig.host->executeBound(
-        QStringLiteral(
-            "insert into msgmail(邮件ID,CshgnsID,发件人邮箱,收件人邮箱) values(?,?,?,?)"),
+        u"insert into msgmail(邮件ID,CshgnsID,发件人邮箱,收件人邮箱) values(?,?,?,?)"_s,
         {id, direction, from, to});
   };
-  insert(1, 1, QStringLiteral("zhao@x"), QStringLiteral("me@x"));
-  insert(2, 2, QStringLiteral("me@x"), QStringLiteral("qian@x"));
-  insert(3, 1, QStringLiteral("qian@x"), QStringLiteral("me@x"));
+  insert(1, 1, u"zhao@x"_s, u"me@x"_s);
+  insert(2, 2, u"me@x"_s, u"qian@x"_s);
+  insert(3, 1, u"qian@x"_s, u"me@x"_s);
   EXPECT_EQ(MailStore(*rig.host).knownAddresses(), (QStringList{"qian@x", "zhao@x"}));
 }
 
 TEST_F(MailStoreTest, LookupsReadNullsAndMissingRowsAsEmpty) {
-  ASSERT_EQ(rig.seedProgram(3, QStringLiteral("订单")), QString());
-  ASSERT_EQ(rig.host->execute(QStringLiteral("insert into xt_objects(progID) values(4)")),
-            QString());
+  ASSERT_EQ(rig.seedProgram(3, u"订单"_s), QString());
+  ASSERT_EQ(rig.host->execute(u"insert into xt_objects(progID) values(4)"_s), QString());
   const MailStore store(*rig.host);
-  EXPECT_EQ(store.programName(3), QStringLiteral("订单"));
+  EXPECT_EQ(store.programName(3), u"订单"_s);
   EXPECT_EQ(store.programName(4), QString());
   EXPECT_EQ(store.programName(5), QString());
-  EXPECT_EQ(store.receivedTime(QStringLiteral("nosuch")), QString());
-  EXPECT_EQ(store.storedSize(QStringLiteral("nosuch")), 0);
-  ASSERT_EQ(rig.host->execute(QStringLiteral("drop table xt_objects")), QString());
+  EXPECT_EQ(store.receivedTime(u"nosuch"_s), QString());
+  EXPECT_EQ(store.storedSize(u"nosuch"_s), 0);
+  ASSERT_EQ(rig.host->execute(u"drop table xt_objects"_s), QString());
   EXPECT_EQ(store.programName(3), QString());  // a failed query reads as empty too
 }

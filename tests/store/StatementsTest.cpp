@@ -5,23 +5,23 @@
 namespace sql = kvmail::sql;
 
 TEST(Statements, EveryTextToTheCharacter) {
-  const QString accountColumns = QStringLiteral(
-      "select maname,mausername,mapassword,masmtpservername,mareplyemailaddress,masmtpport,"
+  const QString accountColumns =
+      u"select maname,mausername,mapassword,masmtpservername,mareplyemailaddress,masmtpport,"
       "mafromname,mafromemailaddress,mapop3servername,maisnotdelete,maisafterdaydelete,"
-      "madeleteday,maisout");
-  const QString mailColumns = QStringLiteral(
-      "Insert into msgmail(邮件ID,发件人,主题,发送时间,收件人邮箱,发件人邮箱,收件人,[E-MAIL],级次,"
-      "接收时间,附件,CshgnsID,操作者,优先级,标记,帐户,跟踪与忽略,是否已读,messageID,");
+      "madeleteday,maisout"_s;
+  const QString mailColumns =
+      u"Insert into msgmail(邮件ID,发件人,主题,发送时间,收件人邮箱,发件人邮箱,收件人,[E-MAIL],级次,"
+      "接收时间,附件,CshgnsID,操作者,优先级,标记,帐户,跟踪与忽略,是否已读,messageID,"_s;
   // Only the composed subject has its quotes doubled.
   sql::ComposedRow composed = kvtest::composedRow(17);
-  composed.subject = QStringLiteral("It's 报价");
-  composed.fromName = QStringLiteral("O'Brien");
+  composed.subject = u"It's 报价"_s;
+  composed.fromName = u"O'Brien"_s;
   composed.attachments = 1;
-  composed.priority = QStringLiteral("1");
+  composed.priority = u"1"_s;
   // Received texts are cut past 250 and 120 characters, the UIDL to 36; none is escaped.
   sql::ReceivedRow received =
-      kvtest::receivedRow(21, QStringLiteral("0123456789012345678901234567890123456789"));
-  received.subject = QStringLiteral("it's");
+      kvtest::receivedRow(21, u"0123456789012345678901234567890123456789"_s);
+  received.subject = u"it's"_s;
   received.toAddresses = QString(251, u'a');
   received.toNames = QString(120, u'名');
   received.email = QString(250, u'e');
@@ -30,12 +30,12 @@ TEST(Statements, EveryTextToTheCharacter) {
     QString text, expected;
   };
   const Case cases[] = {
-      {"account of the user", sql::accountForUser(QStringLiteral("7")),
+      {"account of the user", sql::accountForUser(u"7"_s),
        accountColumns + " from mailaccount A left join mailaccountuser B on A.maid=B.maid and "
                         "A.masmtptype=B.masmtptype where UserID=7"},
       {"default account", sql::defaultAccount(),
        accountColumns + " from mailaccount where maisdefault=1"},
-      {"account settings of the user", sql::accountSettingsForUser(QStringLiteral("7")),
+      {"account settings of the user", sql::accountSettingsForUser(u"7"_s),
        "select * from mailaccount A left join mailaccountuser B on A.maid=B.maid and "
        "A.masmtptype=B.masmtptype where UserID=7"},
       {"default account settings", sql::defaultAccountSettings(),
@@ -52,11 +52,11 @@ TEST(Statements, EveryTextToTheCharacter) {
        mailColumns + "回复ID,大小,权限)Values(17,'O'Brien','It''s 报价','2024-03-18 09:00:00',"
                      "'to17@example.com','me@example.com','客户 <to17@example.com>','-1',1,'',1,2,"
                      "'张三',1,0,'',0,0,'',17,123,'')"},
-      {"mark sent", sql::markSent(QStringLiteral("smtp.z.com"), 17),
+      {"mark sent", sql::markSent(u"smtp.z.com"_s, 17),
        "update msgmail set messageid='smtp.z.com',是否已读=1 where 邮件ID=17"},
-      {"received time", sql::receivedTimeByUidl(QStringLiteral("00a'b")),
+      {"received time", sql::receivedTimeByUidl(u"00a'b"_s),
        "select 接收时间 from msgMail where UIDL='00a'b'"},
-      {"stored size", sql::storedSizeByUidl(QStringLiteral("00ab")),
+      {"stored size", sql::storedSizeByUidl(u"00ab"_s),
        "select 大小 from msgMail where UIDL='00ab'"},
       {"received insert", sql::insertReceived(received),
        mailColumns + "UIDL,回复ID,大小,权限)Values(21,'客户','it's','2024-04-01 08:30:00','" +
@@ -68,8 +68,7 @@ TEST(Statements, EveryTextToTheCharacter) {
        "select 收件人,发件人,发件人邮箱,发送时间,主题,优先级,附件 from msgmail where 邮件ID=5"},
       {"delete template", sql::deleteTemplate(12), "delete MailTemplet where progID=12"},
       {"insert template, bcc not written",
-       sql::insertTemplate(12, QStringLiteral("[客户]"), QStringLiteral("c@x"),
-                           QStringLiteral("关于 it's")),
+       sql::insertTemplate(12, u"[客户]"_s, u"c@x"_s, u"关于 it's"_s),
        "insert into MailTemplet(progID,[to],cc,subject)values(12,'[客户]','c@x','关于 it's')"},
       {"program name", sql::programName(12), "select progname from xt_objects where progID=12"},
       {"template exists", sql::templateExists(-3),
@@ -88,8 +87,8 @@ TEST(Statements, EveryTextToTheCharacter) {
 
 TEST(Statements, DatesAreLocalTimeTextsAndNoDateIsEmpty) {
   EXPECT_EQ(sql::dateText(QDateTime(QDate(2024, 12, 31), QTime(23, 59, 58))),
-            QStringLiteral("2024-12-31 23:59:58"));
+            u"2024-12-31 23:59:58"_s);
   EXPECT_EQ(sql::dateText(QDateTime()), QString());
   const QDateTime utc(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
-  EXPECT_EQ(sql::dateText(utc), utc.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
+  EXPECT_EQ(sql::dateText(utc), utc.toLocalTime().toString(u"yyyy-MM-dd HH:mm:ss"_s));
 }

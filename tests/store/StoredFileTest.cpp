@@ -55,7 +55,7 @@ TEST_F(StoredFile, ChunksGoInRemainderFirstAndComeOutInOrder) {
        {"set ''", "append 7232", "append 16384", "append 16384", "update"},
        {"get 16384", "get 16384", "get 7232"}},
   };
-  const QString in = rig.path(QStringLiteral("in.eml"));
+  const QString in = rig.path(u"in.eml"_s);
   for (const Case& c : cases) {
     const QByteArray bytes = pattern(c.size, char(c.size));
     ASSERT_TRUE(writeAll(in, bytes));
@@ -66,7 +66,7 @@ TEST_F(StoredFile, ChunksGoInRemainderFirstAndComeOutInOrder) {
     ASSERT_TRUE(kvmail::bytesToColumn(1, bytes, sql::messageColumn(), fromBytes, sql::mailTable(),
                                       sql::mailKey()));
     EXPECT_EQ(fromBytes.calls, c.stored) << c.size;
-    const QString out = rig.path(QStringLiteral("out%1.eml").arg(c.size));
+    const QString out = rig.path(u"out%1.eml"_s.arg(c.size));
     ASSERT_TRUE(load(out, &reader)) << c.size;
     EXPECT_EQ(reader.calls, c.loaded) << c.size;
     EXPECT_EQ(readAll(out), bytes) << c.size;
@@ -75,7 +75,7 @@ TEST_F(StoredFile, ChunksGoInRemainderFirstAndComeOutInOrder) {
 
 // Kept on purpose: the file is not emptied first, so an older longer file's tail stays.
 TEST_F(StoredFile, ShortColumnOverALongerFileLeavesItsTail) {
-  const QString in = rig.path(QStringLiteral("in.eml")), out = rig.path(QStringLiteral("out.eml"));
+  const QString in = rig.path(u"in.eml"_s), out = rig.path(u"out.eml"_s);
   ASSERT_TRUE(writeAll(in, "0123456789") && store(in));
   const QByteArray old = pattern(50, 1);
   ASSERT_TRUE(writeAll(out, old) && load(out));
@@ -83,11 +83,11 @@ TEST_F(StoredFile, ShortColumnOverALongerFileLeavesItsTail) {
 }
 
 TEST_F(StoredFile, MissingRowsFilesAndEmptyColumnsGiveFalseAndLeaveTheFile) {
-  const QString in = rig.path(QStringLiteral("in.eml")), out = rig.path(QStringLiteral("out.eml"));
+  const QString in = rig.path(u"in.eml"_s), out = rig.path(u"out.eml"_s);
   ASSERT_TRUE(writeAll(in, "data"));
   EXPECT_FALSE(
       fileToColumn(99, in, sql::messageColumn(), *rig.host, sql::mailTable(), sql::mailKey()));
-  EXPECT_FALSE(store(rig.path(QStringLiteral("nofile.eml"))));
+  EXPECT_FALSE(store(rig.path(u"nofile.eml"_s)));
   EXPECT_FALSE(load(out));  // a null column
   EXPECT_FALSE(QFile::exists(out));
 
@@ -95,7 +95,7 @@ TEST_F(StoredFile, MissingRowsFilesAndEmptyColumnsGiveFalseAndLeaveTheFile) {
   EXPECT_FALSE(load(out, nullptr, 99));  // no such row
   ASSERT_TRUE(writeAll(in, QByteArray()) && store(in));
   EXPECT_FALSE(load(out));  // an empty column
-  EXPECT_FALSE(columnToFile(1, out, QStringLiteral("nosuch"), *rig.host, sql::mailTable(),
+  EXPECT_FALSE(columnToFile(1, out, u"nosuch"_s, *rig.host, sql::mailTable(),
                             sql::mailKey()));  // a query the store refuses
   EXPECT_EQ(readAll(out), "keep");
 }
@@ -104,8 +104,7 @@ TEST_F(StoredFile, MissingRowsFilesAndEmptyColumnsGiveFalseAndLeaveTheFile) {
 TEST_F(StoredFile, TemplatesMoveTheSameWayWhateverTheNameCase) {
   const QByteArray bytes =
       QByteArray("X-Priority: 1\r\nSubject: =?gb2312?B?xOO6ww==?=\r\n\r\n") + pattern(20000, 5);
-  const QString in = rig.path(QStringLiteral("temp12.eml")),
-                out = rig.path(QStringLiteral("b.eml"));
+  const QString in = rig.path(u"temp12.eml"_s), out = rig.path(u"b.eml"_s);
   ASSERT_TRUE(writeAll(in, bytes));
   ASSERT_TRUE(fileToColumn(12, in, sql::templateFileWrite(), *rig.host, sql::templateTable(),
                            sql::templateKey()));

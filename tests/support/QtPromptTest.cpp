@@ -11,11 +11,10 @@
 using namespace kvmail;
 
 TEST(QtPromptFilter, ClassicFiltersBecomeQtFilters) {
-  EXPECT_EQ(toQtFilter(QStringLiteral("All (*.*)| *.*")), QStringLiteral("All (*)"));
-  EXPECT_EQ(toQtFilter(QStringLiteral("Images|*.png;*.jpg|Text:*.txt")),
-            QStringLiteral("Images (*.png *.jpg);;Text (*.txt)"));
-  EXPECT_EQ(toQtFilter(QStringLiteral("Images (*.png *.jpg)")),
-            QStringLiteral("Images (*.png *.jpg)"));
+  EXPECT_EQ(toQtFilter(u"All (*.*)| *.*"_s), u"All (*)"_s);
+  EXPECT_EQ(toQtFilter(u"Images|*.png;*.jpg|Text:*.txt"_s),
+            u"Images (*.png *.jpg);;Text (*.txt)"_s);
+  EXPECT_EQ(toQtFilter(u"Images (*.png *.jpg)"_s), u"Images (*.png *.jpg)"_s);
   EXPECT_EQ(toQtFilter(QString()), QString());
 }
 
@@ -46,23 +45,21 @@ TEST(QtPromptBox, ShowsTextTitleIconAndButtonsAndAnswersTheClick) {
   QtPrompt qt;
   SeenBox seen;
   clickWhenShown(QMessageBox::No, &seen);
-  EXPECT_EQ(qt.messageBox(QStringLiteral("是否保存邮件？"), QStringLiteral("提示："),
-                          PromptIcon::Information, PromptButtons::YesNoCancel),
+  EXPECT_EQ(qt.messageBox(u"是否保存邮件？"_s, u"提示："_s, PromptIcon::Information,
+                          PromptButtons::YesNoCancel),
             PromptAnswer::No);
-  EXPECT_EQ(seen.text, QStringLiteral("是否保存邮件？"));
-  EXPECT_EQ(seen.title, QStringLiteral("提示："));
+  EXPECT_EQ(seen.text, u"是否保存邮件？"_s);
+  EXPECT_EQ(seen.title, u"提示："_s);
   EXPECT_EQ(seen.icon, QMessageBox::Information);
   EXPECT_EQ(seen.buttons, QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
 
   clickWhenShown(QMessageBox::Cancel, &seen);
-  EXPECT_EQ(qt.messageBox(QStringLiteral("x"), QStringLiteral("错误："), PromptIcon::Critical,
-                          PromptButtons::OkCancel),
+  EXPECT_EQ(qt.messageBox(u"x"_s, u"错误："_s, PromptIcon::Critical, PromptButtons::OkCancel),
             PromptAnswer::Cancel);
   EXPECT_EQ(seen.icon, QMessageBox::Critical);
 
   clickWhenShown(QMessageBox::Ok, &seen);
-  EXPECT_EQ(qt.messageBox(QStringLiteral("y"), QString(), PromptIcon::Exclamation),
-            PromptAnswer::Ok);
+  EXPECT_EQ(qt.messageBox(u"y"_s, QString(), PromptIcon::Exclamation), PromptAnswer::Ok);
   EXPECT_EQ(seen.icon, QMessageBox::Warning);
   EXPECT_EQ(seen.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
 }

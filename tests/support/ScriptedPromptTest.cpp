@@ -16,11 +16,11 @@ TEST(ScriptedPrompt, ScopesNestAndRestoreThePreviousPrompt) {
     ScopedPrompt outer;
     {
       ScopedPrompt inner;
-      prompt().messageBox(QStringLiteral("inner"), QString(), PromptIcon::None);
+      prompt().messageBox(u"inner"_s, QString(), PromptIcon::None);
       EXPECT_EQ(outer->count(ScriptedPrompt::Kind::MessageBox), 0);
     }
-    prompt().messageBox(QStringLiteral("outer"), QString(), PromptIcon::None);
-    EXPECT_EQ(outer->messages(), QStringList{QStringLiteral("outer")});
+    prompt().messageBox(u"outer"_s, QString(), PromptIcon::None);
+    EXPECT_EQ(outer->messages(), QStringList{u"outer"_s});
   }
   EXPECT_EQ(installedPrompt(), nullptr);
 }

@@ -32,9 +32,9 @@ TEST(SpecialFolders, EveryKnownNameResolvesWithExactCase) {
     EXPECT_EQ(GetSystemPath(QLatin1String(name).toString().toLower()), QString()) << name;
     EXPECT_EQ(GetSystemPath(QLatin1String(name).toString().toUpper()), QString()) << name;
   }
-  EXPECT_EQ(GetSystemPath(QStringLiteral("temp")), QString());
+  EXPECT_EQ(GetSystemPath(u"temp"_s), QString());
   EXPECT_EQ(GetSystemPath(QString()), QString());
-  EXPECT_EQ(GetSystemPath(QStringLiteral("Temp ")), QString());
+  EXPECT_EQ(GetSystemPath(u"Temp "_s), QString());
 }
 
 // The temporary folder ends in one separator, whether TMPDIR has one or not.
@@ -43,18 +43,17 @@ TEST(SpecialFolders, TempIsTheTemporaryFolderWithOneSeparator) {
   for (const QByteArray& tmpdir : {dir.path().toLocal8Bit(), dir.path().toLocal8Bit() + '/'}) {
     ScopedEnv tmp("TMPDIR", tmpdir);
     EXPECT_EQ(tempFolder(), dir.path() + u'/') << tmpdir.constData();
-    EXPECT_EQ(GetSystemPath(QStringLiteral("Temp")), dir.path() + u'/');
-    EXPECT_EQ(tempFilePath(QStringLiteral("temp12.eml")),
-              dir.path() + QStringLiteral("/temp12.eml"));
+    EXPECT_EQ(GetSystemPath(u"Temp"_s), dir.path() + u'/');
+    EXPECT_EQ(tempFilePath(u"temp12.eml"_s), dir.path() + u"/temp12.eml"_s);
   }
 }
 
 TEST(SpecialFolders, ASharedTempFolderGivesEachUserAPrivateOne) {
   QTemporaryDir dir;
-  const QString shared = dir.path() + QStringLiteral("/shared");
+  const QString shared = dir.path() + u"/shared"_s;
   ASSERT_TRUE(QDir().mkpath(shared));
   ASSERT_EQ(::chmod(QFile::encodeName(shared).constData(), 01777), 0);
-  const QString mine = shared + QStringLiteral("/kvmail-") + QString::number(::getuid());
+  const QString mine = shared + u"/kvmail-"_s + QString::number(::getuid());
   {
     ScopedEnv tmp("TMPDIR", shared.toLocal8Bit());
     EXPECT_EQ(tempFolder(), mine + u'/');
@@ -63,11 +62,11 @@ TEST(SpecialFolders, ASharedTempFolderGivesEachUserAPrivateOne) {
         QFileDevice::Permissions());
   }
   // A link planted under that name is never followed.
-  const QString other = dir.path() + QStringLiteral("/shared2");
-  ASSERT_TRUE(QDir().mkpath(other + QStringLiteral("/target")));
+  const QString other = dir.path() + u"/shared2"_s;
+  ASSERT_TRUE(QDir().mkpath(other + u"/target"_s));
   ASSERT_EQ(::chmod(QFile::encodeName(other).constData(), 01777), 0);
-  const QString planted = other + QStringLiteral("/kvmail-") + QString::number(::getuid());
-  ASSERT_TRUE(QFile::link(other + QStringLiteral("/target"), planted));
+  const QString planted = other + u"/kvmail-"_s + QString::number(::getuid());
+  ASSERT_TRUE(QFile::link(other + u"/target"_s, planted));
   ScopedEnv tmp("TMPDIR", other.toLocal8Bit());
   EXPECT_FALSE(tempFolder().startsWith(planted));
   EXPECT_FALSE(tempFolder().startsWith(other));
@@ -76,7 +75,7 @@ TEST(SpecialFolders, ASharedTempFolderGivesEachUserAPrivateOne) {
 // Kept on purpose: the last byte of the file is dropped. An empty or missing file raises.
 TEST(FileToText, DropsTheLastByte) {
   QTemporaryDir dir;
-  const QString path = dir.filePath(QStringLiteral("body.htm"));
+  const QString path = dir.filePath(u"body.htm"_s);
   const std::pair<QByteArray, QString> cases[] = {{"<p>你好</p>\r\n", "<p>你好</p>\r"}, {"x", ""}};
   for (const auto& [bytes, text] : cases) {
     ASSERT_TRUE(kvtest::writeAll(path, bytes));
@@ -92,6 +91,6 @@ TEST(FileToText, DropsTheLastByte) {
   };
   ASSERT_TRUE(kvtest::writeAll(path, QByteArray()));
   EXPECT_EQ(errorOf(path), MailError::InvalidArgument);
-  EXPECT_EQ(errorOf(dir.filePath(QStringLiteral("missing.htm"))), MailError::FileNotFound);
-  EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("missing.htm"))));
+  EXPECT_EQ(errorOf(dir.filePath(u"missing.htm"_s)), MailError::FileNotFound);
+  EXPECT_FALSE(QFile::exists(dir.filePath(u"missing.htm"_s)));
 }

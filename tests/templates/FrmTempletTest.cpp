@@ -26,15 +26,15 @@ class FrmTempletTest : public ::testing::Test {
   void prepare(const kvmail::MessagePtr& message) {
     window.prepare(message, rig.host.get(), rig.account);
     for (int i = 0; i < 3; ++i) {
-      txt[i] = window.findChild<QLineEdit*>(QStringLiteral("Txt(%1)").arg(i));
+      txt[i] = window.findChild<QLineEdit*>(u"Txt(%1)"_s.arg(i));
       ASSERT_NE(txt[i], nullptr);
     }
-    label = window.findChild<QLabel*>(QStringLiteral("lblMessage"));
-    save = window.findChild<QPushButton*>(QStringLiteral("Cmd(0)"));
+    label = window.findChild<QLabel*>(u"lblMessage"_s);
+    save = window.findChild<QPushButton*>(u"Cmd(0)"_s);
     ASSERT_NE(label, nullptr);
     ASSERT_NE(save, nullptr);
   }
-  QString tempFile() const { return kvmail::tempFilePath(QStringLiteral("temp12.eml")); }
+  QString tempFile() const { return kvmail::tempFilePath(u"temp12.eml"_s); }
 
   TemplateRig rig;
   FrmTemplet window;
@@ -47,29 +47,28 @@ class FrmTempletTest : public ::testing::Test {
 
 TEST_F(FrmTempletTest, TheBoxesStartFromTheMailAndTheLabelNamesTheProgram) {
   prepare(rig.message());
-  EXPECT_EQ(txt[0]->text(), QStringLiteral("[邮箱]"));
-  EXPECT_EQ(txt[1]->text(), QStringLiteral("boss@kvmail.test"));
-  EXPECT_EQ(txt[2]->text(), QStringLiteral("致[名]：新品目录"));
-  EXPECT_TRUE(label->text().contains(QStringLiteral("“客户关怀”还没有邮件模板")))
-      << label->text().toStdString();
+  EXPECT_EQ(txt[0]->text(), u"[邮箱]"_s);
+  EXPECT_EQ(txt[1]->text(), u"boss@kvmail.test"_s);
+  EXPECT_EQ(txt[2]->text(), u"致[名]：新品目录"_s);
+  EXPECT_TRUE(label->text().contains(u"“客户关怀”还没有邮件模板"_s)) << label->text().toStdString();
 
-  rig.seedRow(QStringLiteral("a@kvmail.test"), QString());
+  rig.seedRow(u"a@kvmail.test"_s, QString());
   window.refreshStatus();
-  EXPECT_TRUE(label->text().contains(QStringLiteral("“客户关怀”已有邮件模板")));
+  EXPECT_TRUE(label->text().contains(u"“客户关怀”已有邮件模板"_s));
 
   // A program the host's table does not name is called by its number.
   rig.account->lProgID = 40;
   window.refreshStatus();
-  EXPECT_TRUE(label->text().startsWith(QStringLiteral("程序 40还没有邮件模板")));
+  EXPECT_TRUE(label->text().startsWith(u"程序 40还没有邮件模板"_s));
 }
 
 TEST_F(FrmTempletTest, SavingWritesTheRowAsTypedAndTheMessageAsTheStoredFile) {
-  const QString attachment = rig.file(QStringLiteral("新品目录.txt"), "catalogue\r\n");
-  prepare(rig.message(QStringLiteral("3"), {attachment}));
-  txt[1]->setText(QStringLiteral("[经理邮箱]"));
+  const QString attachment = rig.file(u"新品目录.txt"_s, "catalogue\r\n");
+  prepare(rig.message(u"3"_s, {attachment}));
+  txt[1]->setText(u"[经理邮箱]"_s);
   QTest::mouseClick(save, Qt::LeftButton);
   EXPECT_TRUE(rig.prompt->records().isEmpty()) << rig.prompt->messages().join(u'\n').toStdString();
-  EXPECT_EQ(rig.row(), QStringLiteral("[邮箱]|[经理邮箱]||致[名]：新品目录|1"));
+  EXPECT_EQ(rig.row(), u"[邮箱]|[经理邮箱]||致[名]：新品目录|1"_s);
 
   const QByteArray stored = rig.storedFile();
   ASSERT_FALSE(stored.isEmpty());
@@ -77,14 +76,14 @@ TEST_F(FrmTempletTest, SavingWritesTheRowAsTypedAndTheMessageAsTheStoredFile) {
   EXPECT_TRUE(stored.contains("Content-Transfer-Encoding: base64"));
   EXPECT_TRUE(stored.contains("X-Priority: 3"));
   const kvmail::ParsedMail parsed = kvmail::readMailBytes(stored);
-  EXPECT_EQ(parsed.subject, QStringLiteral("致[名]：新品目录"));
-  EXPECT_TRUE(parsed.htmlBody.contains(QStringLiteral("[名]您好！")));
+  EXPECT_EQ(parsed.subject, u"致[名]：新品目录"_s);
+  EXPECT_TRUE(parsed.htmlBody.contains(u"[名]您好！"_s));
   ASSERT_EQ(parsed.attachments.size(), 1);
-  EXPECT_EQ(parsed.attachments.at(0).fileName, QStringLiteral("新品目录.txt"));
+  EXPECT_EQ(parsed.attachments.at(0).fileName, u"新品目录.txt"_s);
   EXPECT_EQ(parsed.attachments.at(0).data, QByteArray("catalogue\r\n"));
 
   EXPECT_FALSE(QFile::exists(tempFile()));  // the temp file is gone
-  EXPECT_TRUE(label->text().contains(QStringLiteral("已有邮件模板")));
+  EXPECT_TRUE(label->text().contains(u"已有邮件模板"_s));
 }
 
 TEST_F(FrmTempletTest, TheFilesPriorityComesFromTheMailsOnTheInternetScale) {
@@ -101,43 +100,43 @@ TEST_F(FrmTempletTest, TheFilesPriorityComesFromTheMailsOnTheInternetScale) {
 }
 
 TEST_F(FrmTempletTest, SavingTwiceLeavesOneRowWithTheLastValuesAndNoBcc) {
-  rig.seedRow(QStringLiteral("old@kvmail.test"), QStringLiteral("secret@kvmail.test"));
+  rig.seedRow(u"old@kvmail.test"_s, u"secret@kvmail.test"_s);
   prepare(rig.message());
   ASSERT_TRUE(window.save());
   // The bcc of the earlier template is lost: the row is made anew without it.
-  EXPECT_EQ(rig.row(), QStringLiteral("[邮箱]|boss@kvmail.test||致[名]：新品目录|1"));
-  txt[2]->setText(QStringLiteral("第二版"));
+  EXPECT_EQ(rig.row(), u"[邮箱]|boss@kvmail.test||致[名]：新品目录|1"_s);
+  txt[2]->setText(u"第二版"_s);
   ASSERT_TRUE(window.save());
   EXPECT_EQ(rig.rows(), 1);
-  EXPECT_TRUE(rig.row().endsWith(QStringLiteral("|第二版|1")));
+  EXPECT_TRUE(rig.row().endsWith(u"|第二版|1"_s));
 }
 
 TEST_F(FrmTempletTest, AQuoteInTheToTextFailsTheInsertAfterTheOldTemplateIsDeleted) {
-  rig.seedRow(QStringLiteral("old@kvmail.test"), QString());
+  rig.seedRow(u"old@kvmail.test"_s, QString());
   prepare(rig.message());
-  txt[0]->setText(QStringLiteral("O'Brien <ob@kvmail.test>"));
+  txt[0]->setText(u"O'Brien <ob@kvmail.test>"_s);
   EXPECT_FALSE(window.save());
   // Deliberately in this order: the old template is already gone when the insert fails.
   EXPECT_EQ(rig.rows(), 0);
   ASSERT_EQ(rig.prompt->records().size(), 1);
   const auto& box = rig.prompt->records().at(0);
-  EXPECT_EQ(box.title, QStringLiteral("错误："));
+  EXPECT_EQ(box.title, u"错误："_s);
   EXPECT_EQ(box.icon, PromptIcon::Critical);
-  EXPECT_TRUE(box.text.startsWith(QStringLiteral("数据库错误："))) << box.text.toStdString();
-  EXPECT_TRUE(label->text().contains(QStringLiteral("还没有邮件模板")));
+  EXPECT_TRUE(box.text.startsWith(u"数据库错误："_s)) << box.text.toStdString();
+  EXPECT_TRUE(label->text().contains(u"还没有邮件模板"_s));
   EXPECT_FALSE(QFile::exists(tempFile()));  // the save stopped before the file
   // A quote in the subject fails the same way: no value of the row is escaped.
-  txt[0]->setText(QStringLiteral("a@kvmail.test"));
-  txt[2]->setText(QStringLiteral("王's 报价"));
+  txt[0]->setText(u"a@kvmail.test"_s);
+  txt[2]->setText(u"王's 报价"_s);
   EXPECT_FALSE(window.save());
   EXPECT_EQ(rig.rows(), 0);
 }
 
 TEST_F(FrmTempletTest, AMissingAttachmentKeepsTheRowButReportsTheFile) {
-  prepare(rig.message(QStringLiteral("3"), {rig.path(QStringLiteral("gone.pdf"))}));
+  prepare(rig.message(u"3"_s, {rig.path(u"gone.pdf"_s)}));
   EXPECT_FALSE(window.save());
   ASSERT_EQ(rig.prompt->records().size(), 1);
-  EXPECT_TRUE(rig.prompt->records().at(0).text.startsWith(QStringLiteral("写模板文件时出错：")));
+  EXPECT_TRUE(rig.prompt->records().at(0).text.startsWith(u"写模板文件时出错："_s));
   EXPECT_EQ(rig.prompt->records().at(0).icon, PromptIcon::Critical);
   EXPECT_EQ(rig.rows(), 1);  // the row went in before the file was written
   EXPECT_TRUE(rig.storedFile().isEmpty());
@@ -145,7 +144,7 @@ TEST_F(FrmTempletTest, AMissingAttachmentKeepsTheRowButReportsTheFile) {
 }
 
 TEST_F(FrmTempletTest, CtrlDeleteAsksOnlyYesDeletesAndARefusedDeleteIsAnError) {
-  rig.seedRow(QStringLiteral("old@kvmail.test"), QString());
+  rig.seedRow(u"old@kvmail.test"_s, QString());
   prepare(rig.message());
   const QString before = txt[1]->text();
 
@@ -156,12 +155,12 @@ TEST_F(FrmTempletTest, CtrlDeleteAsksOnlyYesDeletesAndARefusedDeleteIsAnError) {
   QTest::keyClick(txt[1], Qt::Key_Delete, Qt::ControlModifier);
   ASSERT_EQ(rig.prompt->records().size(), 1);
   const auto& question = rig.prompt->records().at(0);
-  EXPECT_EQ(question.text, QStringLiteral("是否删除当前已存在的模板！"));
-  EXPECT_EQ(question.title, QStringLiteral("提示："));
+  EXPECT_EQ(question.text, u"是否删除当前已存在的模板！"_s);
+  EXPECT_EQ(question.title, u"提示："_s);
   EXPECT_EQ(question.buttons, PromptButtons::YesNo);
-  EXPECT_EQ(rig.row(), QStringLiteral("old@kvmail.test|||旧主题|1"));
+  EXPECT_EQ(rig.row(), u"old@kvmail.test|||旧主题|1"_s);
   EXPECT_EQ(txt[1]->text(), before);
-  EXPECT_TRUE(label->text().contains(QStringLiteral("已有邮件模板")));
+  EXPECT_TRUE(label->text().contains(u"已有邮件模板"_s));
 
   // Delete alone asks nothing.
   QTest::keyClick(txt[1], Qt::Key_Delete);
@@ -171,23 +170,23 @@ TEST_F(FrmTempletTest, CtrlDeleteAsksOnlyYesDeletesAndARefusedDeleteIsAnError) {
   QTest::keyClick(save, Qt::Key_Delete, Qt::ControlModifier);
   EXPECT_EQ(rig.prompt->records().size(), 2);
   EXPECT_EQ(rig.rows(), 0);
-  EXPECT_TRUE(label->text().contains(QStringLiteral("还没有邮件模板")));
+  EXPECT_TRUE(label->text().contains(u"还没有邮件模板"_s));
 
   // A delete the store refuses is shown as an error.
-  rig.host->execute(QStringLiteral("drop table MailTemplet"));
+  rig.host->execute(u"drop table MailTemplet"_s);
   rig.prompt->answer(PromptAnswer::Yes);
   QTest::keyClick(&window, Qt::Key_Delete, Qt::ControlModifier);
   ASSERT_EQ(rig.prompt->records().size(), 4);
-  EXPECT_EQ(rig.prompt->records().at(3).title, QStringLiteral("错误："));
+  EXPECT_EQ(rig.prompt->records().at(3).title, u"错误："_s);
   EXPECT_EQ(rig.prompt->records().at(3).icon, PromptIcon::Critical);
-  EXPECT_TRUE(rig.prompt->records().at(3).text.startsWith(QStringLiteral("数据库错误：")));
+  EXPECT_TRUE(rig.prompt->records().at(3).text.startsWith(u"数据库错误："_s));
 }
 
 TEST_F(FrmTempletTest, InitShowsTheWindowModallyUntilSavedOrClosed) {
   bool wasModal = false;
   QTimer::singleShot(0, &window, [&] {
     wasModal = window.isVisible() && window.isModal();
-    window.findChild<QPushButton*>(QStringLiteral("Cmd(0)"))->click();
+    window.findChild<QPushButton*>(u"Cmd(0)"_s)->click();
   });
   window.py_Init(rig.message(), rig.host.get(), rig.account);
   EXPECT_TRUE(wasModal);
@@ -195,9 +194,8 @@ TEST_F(FrmTempletTest, InitShowsTheWindowModallyUntilSavedOrClosed) {
   EXPECT_EQ(rig.rows(), 1);
 
   // Closing saves nothing.
-  rig.host->execute(QStringLiteral("delete from MailTemplet"));
-  QTimer::singleShot(0, &window,
-                     [&] { window.findChild<QPushButton*>(QStringLiteral("Cmd(1)"))->click(); });
+  rig.host->execute(u"delete from MailTemplet"_s);
+  QTimer::singleShot(0, &window, [&] { window.findChild<QPushButton*>(u"Cmd(1)"_s)->click(); });
   window.py_Init(rig.message(), rig.host.get(), rig.account);
   EXPECT_FALSE(window.isVisible());
   EXPECT_EQ(rig.rows(), 0);

@@ -25,25 +25,25 @@ struct TemplateRig : StoreRig {
 
   TemplateRig() {
     kvmail::host::AccountSeed seed;
-    seed.userId = QStringLiteral("7");
-    seed.name = QStringLiteral("公司邮箱");
-    seed.fromName = QStringLiteral("销售部");
-    seed.fromAddress = QStringLiteral("sales@kvmail.test");
+    seed.userId = u"7"_s;
+    seed.name = u"公司邮箱"_s;
+    seed.fromName = u"销售部"_s;
+    seed.fromAddress = u"sales@kvmail.test"_s;
     seedAccount(seed);
-    seedProgram(kProgram, QStringLiteral("客户关怀"));
+    seedProgram(kProgram, u"客户关怀"_s);
     account->lProgID = kProgram;
   }
 
   // The mail being composed.
-  kvmail::MessagePtr message(const QString& priority = QStringLiteral("3"),
+  kvmail::MessagePtr message(const QString& priority = u"3"_s,
                              const QStringList& attachments = {}) const {
     auto m = std::make_shared<kvmail::clsMessage>();
-    m->From()->setName(QStringLiteral("销售部"));
-    m->From()->setAddress(QStringLiteral("sales@kvmail.test"));
-    m->TOs()->Parser(QStringLiteral("[邮箱]"));
-    m->Cc()->Parser(QStringLiteral("boss@kvmail.test"));
-    m->setSubject(QStringLiteral("致[名]：新品目录"));
-    m->setBodyText(QStringLiteral("<p>[名]您好！附件是本季的新品目录。</p>"));
+    m->From()->setName(u"销售部"_s);
+    m->From()->setAddress(u"sales@kvmail.test"_s);
+    m->TOs()->Parser(u"[邮箱]"_s);
+    m->Cc()->Parser(u"boss@kvmail.test"_s);
+    m->setSubject(u"致[名]：新品目录"_s);
+    m->setBodyText(u"<p>[名]您好！附件是本季的新品目录。</p>"_s);
     m->setPriority(priority);
     for (const QString& a : attachments) m->Attachments()->Add(a);
     return m;
@@ -52,26 +52,23 @@ struct TemplateRig : StoreRig {
   // The program's template row, "" for a missing one; column values joined by "|".
   QString row(long progId = kProgram) const {
     const auto rs = host->openQuery(
-        QStringLiteral("select [to],cc,bcc,subject,bcc is null as nobcc from MailTemplet "
-                       "where progID=%1")
-            .arg(progId));
+        u"select [to],cc,bcc,subject,bcc is null as nobcc from MailTemplet "
+        "where progID=%1"_s.arg(progId));
     if (!rs || rs->atEnd()) return {};
     return QStringList{rs->text(0), rs->text(1), rs->text(2), rs->text(3), rs->text(4)}.join(u'|');
   }
-  long rows() const { return count(QStringLiteral("MailTemplet")); }
+  long rows() const { return count(u"MailTemplet"_s); }
   // The stored template file's bytes; empty when the row has none.
   QByteArray storedFile(long progId = kProgram) const {
-    const QString out = path(QStringLiteral("stored-%1.eml").arg(progId));
+    const QString out = path(u"stored-%1.eml"_s.arg(progId));
     QFile::remove(out);
-    if (!kvmail::columnToFile(progId, out, QStringLiteral("EMail"), *host,
-                              QStringLiteral("MailTemplet"), QStringLiteral("progID")))
+    if (!kvmail::columnToFile(progId, out, u"EMail"_s, *host, u"MailTemplet"_s, u"progID"_s))
       return {};
     return readAll(out);
   }
   void seedRow(const QString& to, const QString& bcc) const {
-    host->executeBound(
-        QStringLiteral("insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"),
-        {qlonglong(kProgram), to, QString(), bcc, QStringLiteral("旧主题")});
+    host->executeBound(u"insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"_s,
+                       {qlonglong(kProgram), to, QString(), bcc, u"旧主题"_s});
   }
 };
 

@@ -26,7 +26,7 @@ QString serversDir() {
   const QString over = qEnvironmentVariable("KV_MAILSERVERS_DIR");
   if (!over.isEmpty()) return over;
   const QString build = qEnvironmentVariable("KV_BUILD_DIR");
-  return build.isEmpty() ? QString() : build + QStringLiteral("/servers/mail");
+  return build.isEmpty() ? QString() : build + u"/servers/mail"_s;
 }
 
 QMap<QByteArray, QString> readEnv(const QString& path) {
@@ -44,10 +44,10 @@ QString deliveryKey(const QString& path) {
 
 TlsServers loadTls() {
   TlsServers s;
-  const QString dir = qEnvironmentVariable("KV_BUILD_DIR") + QStringLiteral("/servers/tls");
-  const auto tls = readEnv(dir + QStringLiteral("/env"));
+  const QString dir = qEnvironmentVariable("KV_BUILD_DIR") + u"/servers/tls"_s;
+  const auto tls = readEnv(dir + u"/env"_s);
   s.dir = tls.value("KV_TLS_GOOD_DIR");
-  const auto good = readEnv(s.dir + QStringLiteral("/env"));
+  const auto good = readEnv(s.dir + u"/env"_s);
   s.caFile = tls.value("KV_TLS_CA");
   s.otherCaFile = tls.value("KV_TLS_OTHER_CA");
   s.goodCertFile = tls.value("KV_TLS_GOOD_CERT");
@@ -60,7 +60,7 @@ TlsServers loadTls() {
   s.expiredStarttlsPort = tls.value("KV_TLS_EXPIRED_STARTTLS_PORT").toUShort();
   s.expiredTlsPort = tls.value("KV_TLS_EXPIRED_TLS_PORT").toUShort();
   if (s.caFile.isEmpty() || !s.pop3sPort || !s.smtpsPort || !s.expiredTlsPort)
-    s.error = QStringLiteral("no complete %1/env: the tlsservers fixture did not start").arg(dir);
+    s.error = u"no complete %1/env: the tlsservers fixture did not start"_s.arg(dir);
   return s;
 }
 
@@ -74,17 +74,17 @@ const TlsServers& tlsServers() {
 LoopbackServers loopbackServersIn(const QString& dir) {
   LoopbackServers s;
   if (dir.isEmpty()) {
-    s.error = QStringLiteral("KV_BUILD_DIR is not set: run this test through ctest");
+    s.error = u"KV_BUILD_DIR is not set: run this test through ctest"_s;
     return s;
   }
-  const auto env = readEnv(dir + QStringLiteral("/env"));
+  const auto env = readEnv(dir + u"/env"_s);
   s.pop3Port = env.value("KV_POP3_PORT").toUShort();
   s.smtpPort = env.value("KV_SMTP_PORT").toUShort();
   s.maildirRoot = env.value("KV_MAILDIR_ROOT");
   s.users = env.value("KV_MAIL_USERS").split(u',', Qt::SkipEmptyParts);
   s.password = env.value("KV_MAIL_PASSWORD");
   if (!s.pop3Port || !s.smtpPort || s.maildirRoot.isEmpty() || s.users.isEmpty())
-    s.error = QStringLiteral("no complete %1/env: the mailservers fixture did not start").arg(dir);
+    s.error = u"no complete %1/env: the mailservers fixture did not start"_s.arg(dir);
   return s;
 }
 
@@ -100,7 +100,7 @@ quint16 closedPort() {
 }
 
 QString addressOf(const QString& user) {
-  return user + QStringLiteral("@kvmail.localhost");
+  return user + u"@kvmail.localhost"_s;
 }
 
 QString maildirOf(const QString& user) {
@@ -138,13 +138,12 @@ bool clearMailbox(const QString& user) {
 QString dropMail(const QString& user, const QByteArray& bytes) {
   static std::atomic<int> counter{0};
   const QString base = maildirOf(user);
-  const QString name = QStringLiteral("%1.T%2Q%3.kvtest,S=%4")
-                           .arg(QDateTime::currentMSecsSinceEpoch() * 1000000)
+  const QString name = u"%1.T%2Q%3.kvtest,S=%4"_s.arg(QDateTime::currentMSecsSinceEpoch() * 1000000)
                            .arg(::getpid())
                            .arg(++counter, 6, 10, QLatin1Char('0'))
                            .arg(bytes.size());
-  const QString tmp = base + QStringLiteral("/tmp/") + name;
-  const QString dest = base + QStringLiteral("/new/") + name;
+  const QString tmp = base + u"/tmp/"_s + name;
+  const QString dest = base + u"/new/"_s + name;
   if (!writeAll(tmp, bytes)) return {};
   const QByteArray tmpPath = QFile::encodeName(tmp);
   ::chmod(tmpPath.constData(), 0644);
@@ -170,10 +169,10 @@ QStringList listMails(const QString& user) {
 QByteArray readMail(const QString& path) {
   QByteArray bytes = readAll(path);
   // A POP3 session may have moved the file from new/ to cur/ meanwhile.
-  if (bytes.isEmpty() && path.contains(QStringLiteral("/new/"))) {
+  if (bytes.isEmpty() && path.contains(u"/new/"_s)) {
     const QFileInfo info(path);
-    const QDir cur(info.absolutePath() + QStringLiteral("/../cur"));
-    const QStringList moved = cur.entryList({info.fileName() + QStringLiteral(":*")}, QDir::Files);
+    const QDir cur(info.absolutePath() + u"/../cur"_s);
+    const QStringList moved = cur.entryList({info.fileName() + u":*"_s}, QDir::Files);
     if (!moved.isEmpty()) bytes = readAll(cur.filePath(moved.first()));
   }
   return bytes;

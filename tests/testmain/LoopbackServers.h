@@ -11,7 +11,7 @@
 namespace kvtest {
 
 struct LoopbackServers {
-  QString host = QStringLiteral("127.0.0.1");
+  QString host = u"127.0.0.1"_s;
   quint16 pop3Port = 0;
   quint16 smtpPort = 0;
   QString maildirRoot;

@@ -1,10 +1,13 @@
 #pragma once
-// Readable GoogleTest output for Qt values (forced into every test file by kv_test).
+// Readable GoogleTest output for Qt values, and Qt's string literals (u"…"_s, "…"_L1), forced
+// into every test file and rig.
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
 
 #include <ostream>
+
+using namespace Qt::StringLiterals;
 
 inline void PrintTo(const QString& s, std::ostream* os) {
   *os << '"' << s.toStdString() << '"';

@@ -32,9 +32,9 @@ class RecordingHost : public kvmail::IHostSystem {
     return real_.execute(sql);
   }
   long nextKey(const QString& t, const QString& k, QString* e) override {
-    statements << QStringLiteral("nextKey");
+    statements << u"nextKey"_s;
     if (++keyCalls == failKeyAt) {
-      *e = QStringLiteral("编号服务不可用");
+      *e = u"编号服务不可用"_s;
       return 0;
     }
     return real_.nextKey(t, k, e);
@@ -62,20 +62,20 @@ class RecordingHost : public kvmail::IHostSystem {
     QString text(int i) const override { return real_->text(i); }
     qint64 actualSize(const QString& c) const override { return real_->actualSize(c); }
     QByteArray getChunk(const QString& c, qint64 length) override {
-      calls_ << QStringLiteral("get %1").arg(length);
+      calls_ << u"get %1"_s.arg(length);
       return real_->getChunk(c, length);
     }
     void setValue(const QString& c, const QVariant& v) override {
-      calls_ << QStringLiteral("set '%1'").arg(v.toString());
+      calls_ << u"set '%1'"_s.arg(v.toString());
       real_->setValue(c, v);
     }
     void appendChunk(const QString& c, const QByteArray& bytes) override {
-      calls_ << QStringLiteral("append %1").arg(bytes.size());
+      calls_ << u"append %1"_s.arg(bytes.size());
       real_->appendChunk(c, bytes);
     }
     void expectChunks(const QString& c, qint64 total) override { real_->expectChunks(c, total); }
     QString update() override {
-      calls_ << QStringLiteral("update");
+      calls_ << u"update"_s;
       return real_->update();
     }
     void close() override { real_->close(); }

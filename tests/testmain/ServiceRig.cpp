@@ -13,8 +13,7 @@ namespace kvtest {
 
 // Operator 李四, as the compose tests expect to see in the rows they write.
 ServiceRig::ServiceRig()
-    : StoreRig(Engine::Sqlite, QStringLiteral("7"), QStringLiteral("李四")),
-      mail(std::make_unique<kvmail::clsMail>()) {}
+    : StoreRig(Engine::Sqlite, u"7"_s, u"李四"_s), mail(std::make_unique<kvmail::clsMail>()) {}
 
 ServiceRig::~ServiceRig() {
   mail.reset();
@@ -24,70 +23,66 @@ ServiceRig::~ServiceRig() {
 void ServiceRig::seedAccount(bool perUser, bool asDefault, const QString& name) {
   kvmail::host::AccountSeed seed;
   seed.maid = perUser ? 1 : 2;
-  seed.userId = perUser ? QStringLiteral("7") : QString();
+  seed.userId = perUser ? u"7"_s : QString();
   seed.isDefault = asDefault;
   seed.name = name;
-  seed.userName = QStringLiteral("t20");
-  seed.password = QStringLiteral("kvpass");
-  seed.smtp = QStringLiteral("127.0.0.1");
+  seed.userName = u"t20"_s;
+  seed.password = u"kvpass"_s;
+  seed.smtp = u"127.0.0.1"_s;
   seed.smtpPort = 1;  // nothing listens there unless a test says so
-  seed.fromName = QStringLiteral("销售部");
-  seed.fromAddress = QStringLiteral("sales@kvmail.test");
-  seed.pop3 = QStringLiteral("127.0.0.1");
+  seed.fromName = u"销售部"_s;
+  seed.fromAddress = u"sales@kvmail.test"_s;
+  seed.pop3 = u"127.0.0.1"_s;
   kvmail::host::seedAccount(*host, seed);
 }
 
 void ServiceRig::useLoopback(const QString& user) {
   const LoopbackServers& servers = loopbackServers();
   host->executeBound(
-      QStringLiteral("update mailaccount set masmtpport=?, mapop3servername=?, "
-                     "mapop3port=?, mausername=?, mapassword=?, mafromemailaddress=?"),
+      u"update mailaccount set masmtpport=?, mapop3servername=?, "
+      "mapop3port=?, mausername=?, mapassword=?, mafromemailaddress=?"_s,
       {servers.smtpPort, servers.host, servers.pop3Port, user, servers.password, addressOf(user)});
 }
 
 void ServiceRig::seedTemplate(long progId, const QString& to, const QString& cc, const QString& bcc,
                               const QString& subject, const kvmail::OutgoingMail& file) {
-  host->executeBound(
-      QStringLiteral("insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"),
-      {qlonglong(progId), to, cc, bcc, subject});
-  const QString eml = path(QStringLiteral("template-%1.eml").arg(progId));
+  host->executeBound(u"insert into MailTemplet(progID,[to],cc,bcc,subject) values(?,?,?,?,?)"_s,
+                     {qlonglong(progId), to, cc, bcc, subject});
+  const QString eml = path(u"template-%1.eml"_s.arg(progId));
   QString error;
   kvmail::writeMailFile(file, eml, &error);
-  kvmail::fileToColumn(progId, eml, QStringLiteral("EMail"), *host, QStringLiteral("MailTemplet"),
-                       QStringLiteral("progID"));
+  kvmail::fileToColumn(progId, eml, u"EMail"_s, *host, u"MailTemplet"_s, u"progID"_s);
 }
 
 long ServiceRig::queueMail(const kvmail::OutgoingMail& m, const QString& sentTime, int del,
                            int active) {
   QString error;
-  const long id = host->nextKey(QStringLiteral("msgmail"), QStringLiteral("邮件ID"), &error);
+  const long id = host->nextKey(u"msgmail"_s, u"邮件ID"_s, &error);
   kvmail::sql::ComposedRow row;
   row.mailId = id;
   row.fromName = m.from.name;
   row.subject = m.subject;
-  row.sentTime = QDateTime::fromString(sentTime, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+  row.sentTime = QDateTime::fromString(sentTime, u"yyyy-MM-dd HH:mm:ss"_s);
   row.toAddresses = kvmail::joinAddresses(m.to);
   row.fromAddress = m.from.address;
   row.toNames = kvmail::joinDisplay(m.to);
-  row.email = QStringLiteral("-1");
+  row.email = u"-1"_s;
   row.replyId = id;
   host->execute(kvmail::sql::insertComposed(row));
-  host->executeBound(QStringLiteral("update msgmail set del=?, active=? where 邮件ID=?"),
+  host->executeBound(u"update msgmail set del=?, active=? where 邮件ID=?"_s,
                      {del, active, qlonglong(id)});
-  const QString eml = path(QStringLiteral("queued-%1.eml").arg(id));
+  const QString eml = path(u"queued-%1.eml"_s.arg(id));
   kvmail::writeMailFile(m, eml, &error);
-  kvmail::fileToColumn(id, eml, QStringLiteral("消息"), *host, QStringLiteral("msgmail"),
-                       QStringLiteral("邮件ID"));
+  kvmail::fileToColumn(id, eml, u"消息"_s, *host, u"msgmail"_s, u"邮件ID"_s);
   return id;
 }
 
 long ServiceRig::storeReceived(const QByteArray& message) {
   static int uidl = 0;
   kvmail::ReceivedMail received;
-  received.header =
-      kvmail::readMailBytes(message, QStringLiteral("gb2312"), kvmail::MimeParts::StructureOnly);
-  received.uidl = QStringLiteral("uidl-%1").arg(++uidl);
-  received.pop3Server = QStringLiteral("127.0.0.1");
+  received.header = kvmail::readMailBytes(message, u"gb2312"_s, kvmail::MimeParts::StructureOnly);
+  received.uidl = u"uidl-%1"_s.arg(++uidl);
+  received.pop3Server = u"127.0.0.1"_s;
   received.bytes = message;
   received.size = message.size();
   kvmail::StoreFailure failure;

@@ -20,7 +20,7 @@ class ServiceRig : public StoreRig {
 
   using StoreRig::seedAccount;
   // The demo account for user 7 (per-user row) or as the default account.
-  void seedAccount(bool perUser, bool asDefault, const QString& name = QStringLiteral("公司邮箱"));
+  void seedAccount(bool perUser, bool asDefault, const QString& name = u"公司邮箱"_s);
   // Points the seeded account at the loopback servers, logging in as the user and sending from
   // the user's address.
   void useLoopback(const QString& user);

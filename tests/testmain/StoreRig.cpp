@@ -16,13 +16,13 @@ StoreRig::StoreRig(Engine engine, const QString& userId, const QString& operator
       operator_(operatorName),
       tmp_("TMPDIR", dir_.path().toUtf8()) {
   if (!dir_.isValid()) {
-    error = QStringLiteral("no private folder");
+    error = u"no private folder"_s;
     return;
   }
   if (!isSqlite()) {
     if (options().port == 0) {
       skipped = true;
-      error = QStringLiteral("no PostgreSQL fixture server (KV_PG_PORT)");
+      error = u"no PostgreSQL fixture server (KV_PG_PORT)"_s;
       return;
     }
     // Each test starts from empty tables: drop what an earlier test left.
@@ -30,18 +30,16 @@ StoreRig::StoreRig(Engine engine, const QString& userId, const QString& operator
     for (const char* table :
          {"msgmail", "mailaccount", "mailaccountuser", "mailtemplet", "xt_objects", "kv_keys"})
       if (error.isEmpty())
-        error = admin->execute(QStringLiteral("drop table if exists ") + QLatin1String(table));
+        error = admin->execute(u"drop table if exists "_s + QLatin1String(table));
   }
   if (error.isEmpty()) host = connect();
 }
 
 HostOptions StoreRig::options() const {
-  HostOptions o = isSqlite()
-                      ? HostOptions::sqlite(path(QStringLiteral("store.db")))
-                      : HostOptions::postgres(QStringLiteral("127.0.0.1"),
-                                              qEnvironmentVariableIntValue("KV_PG_PORT"),
-                                              QStringLiteral("kvmail"), QStringLiteral("kvmail"),
-                                              QStringLiteral("kvtest"));
+  HostOptions o =
+      isSqlite() ? HostOptions::sqlite(path(u"store.db"_s))
+                 : HostOptions::postgres(u"127.0.0.1"_s, qEnvironmentVariableIntValue("KV_PG_PORT"),
+                                         u"kvmail"_s, u"kvmail"_s, u"kvtest"_s);
   o.userId = userId_;
   o.operatorName = operator_;
   return o;
@@ -70,32 +68,31 @@ QStringList StoreRig::row(const QString& sql) const {
 bool StoreRig::addTrigger(const QString& sql) const {
   bool ok = false;
   {
-    QSqlDatabase db =
-        QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("trigger"));
+    QSqlDatabase db = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"trigger"_s);
     db.setDatabaseName(options().sqlitePath);
     ok = db.open() && QSqlQuery(db).exec(sql);
   }
-  QSqlDatabase::removeDatabase(QStringLiteral("trigger"));
+  QSqlDatabase::removeDatabase(u"trigger"_s);
   return ok;
 }
 
 int StoreRig::countOf(kvmail::IHostSystem& host, const QString& table, const QString& where) {
-  return valueOf(host, QStringLiteral("select count(*) from ") + table +
-                           (where.isEmpty() ? QString() : QStringLiteral(" where ") + where))
+  return valueOf(host, u"select count(*) from "_s + table +
+                           (where.isEmpty() ? QString() : u" where "_s + where))
       .toInt();
 }
 
 kvmail::sql::ComposedRow composedRow(long id) {
   kvmail::sql::ComposedRow r;
   r.mailId = id;
-  r.fromName = QStringLiteral("王五");
-  r.subject = QStringLiteral("报价");
+  r.fromName = u"王五"_s;
+  r.subject = u"报价"_s;
   r.sentTime = QDateTime(QDate(2024, 3, id % 28 + 1), QTime(9, 0, 0));
-  r.toAddresses = QStringLiteral("to%1@example.com").arg(id);
-  r.fromAddress = QStringLiteral("me@example.com");
-  r.toNames = QStringLiteral("客户 <to%1@example.com>").arg(id);
-  r.email = QStringLiteral("-1");
-  r.operatorName = QStringLiteral("张三");
+  r.toAddresses = u"to%1@example.com"_s.arg(id);
+  r.fromAddress = u"me@example.com"_s;
+  r.toNames = u"客户 <to%1@example.com>"_s.arg(id);
+  r.email = u"-1"_s;
+  r.operatorName = u"张三"_s;
   r.replyId = id;
   r.size = 123;
   return r;
@@ -104,15 +101,15 @@ kvmail::sql::ComposedRow composedRow(long id) {
 kvmail::sql::ReceivedRow receivedRow(long id, const QString& uidl) {
   kvmail::sql::ReceivedRow r;
   r.mailId = id;
-  r.fromName = QStringLiteral("客户");
-  r.subject = QStringLiteral("回复");
+  r.fromName = u"客户"_s;
+  r.subject = u"回复"_s;
   r.sentTime = QDateTime(QDate(2024, 4, 1), QTime(8, 30, 0));
-  r.toAddresses = QStringLiteral("me@example.com");
-  r.fromAddress = QStringLiteral("sender%1@example.com").arg(id);
-  r.toNames = QStringLiteral("me@example.com");
+  r.toAddresses = u"me@example.com"_s;
+  r.fromAddress = u"sender%1@example.com"_s.arg(id);
+  r.toNames = u"me@example.com"_s;
   r.receivedTime = QDateTime(QDate(2024, 4, 2), QTime(10, 0, 0));
-  r.operatorName = QStringLiteral("张三");
-  r.messageId = QStringLiteral("pop.example.com");
+  r.operatorName = u"张三"_s;
+  r.messageId = u"pop.example.com"_s;
   r.uidl = uidl;
   r.replyId = id;
   r.size = 456;
@@ -121,14 +118,14 @@ kvmail::sql::ReceivedRow receivedRow(long id, const QString& uidl) {
 
 kvmail::host::AccountSeed loopbackAccount(const QString& user, const QString& name) {
   kvmail::host::AccountSeed seed;
-  seed.userId = QStringLiteral("1");
+  seed.userId = u"1"_s;
   seed.isDefault = true;
   seed.name = name;
   seed.userName = user;
   seed.password = loopbackServers().password;
-  seed.smtp = seed.pop3 = QStringLiteral("127.0.0.1");
+  seed.smtp = seed.pop3 = u"127.0.0.1"_s;
   seed.smtpPort = loopbackServers().smtpPort;
-  seed.fromName = QStringLiteral("测试");
+  seed.fromName = u"测试"_s;
   seed.fromAddress = addressOf(user);
   return seed;
 }

@@ -18,8 +18,8 @@ namespace kvtest {
 class StoreRig {
  public:
   enum class Engine { Sqlite, Postgres };
-  explicit StoreRig(Engine engine = Engine::Sqlite, const QString& userId = QStringLiteral("7"),
-                    const QString& operatorName = QStringLiteral("张三"));
+  explicit StoreRig(Engine engine = Engine::Sqlite, const QString& userId = u"7"_s,
+                    const QString& operatorName = u"张三"_s);
   ~StoreRig() { host.reset(); }  // closed before its folder goes
 
   bool isSqlite() const { return engine_ == Engine::Sqlite; }
@@ -43,7 +43,7 @@ class StoreRig {
   // the rows of a table.
   QString value(const QString& sql) const { return valueOf(*host, sql); }
   QStringList row(const QString& sql) const;
-  int count(const QString& table = QStringLiteral("msgmail"), const QString& where = {}) const {
+  int count(const QString& table = u"msgmail"_s, const QString& where = {}) const {
     return countOf(*host, table, where);
   }
   // Adds a trigger over a connection of the rig's own (a trigger is several statements, which

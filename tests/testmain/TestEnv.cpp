@@ -16,7 +16,7 @@ QString sourceDir() {
 }
 
 QString dataFile(const QString& name) {
-  return sourceDir() + QStringLiteral("/tests/data/") + name;
+  return sourceDir() + u"/tests/data/"_s + name;
 }
 
 QByteArray readAll(const QString& path) {

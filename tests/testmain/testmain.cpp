@@ -6,7 +6,7 @@
 namespace {
 // The offscreen platform reports every window call it cannot honour; that is noise in tests.
 void quietHandler(QtMsgType type, const QMessageLogContext& context, const QString& message) {
-  if (message.startsWith(QLatin1String("This plugin does not support"))) return;
+  if (message.startsWith("This plugin does not support"_L1)) return;
   qt_message_output(type, context, message);
 }
 }  // namespace

@@ -16,10 +16,10 @@ using kvtest::TransferRig;
 
 namespace {
 
-const QString kUser = QStringLiteral("t36");
+const QString kUser = u"t36"_s;
 
 QStringList subjectsOnServer(const QString& user) {
-  static const QRegularExpression subject(QStringLiteral("\nSubject: =\\?UTF-8\\?B\\?([^?]*)"));
+  static const QRegularExpression subject(u"\nSubject: =\\?UTF-8\\?B\\?([^?]*)"_s);
   QStringList subjects;
   for (const QString& path : kvtest::listMails(user)) {
     const QString b64 = subject.match(QString::fromLatin1(kvtest::readMail(path))).captured(1);
@@ -49,24 +49,22 @@ TEST(CrashDovecot, AStoreRefusingTheThirdOfFiveKeepsItOnTheServerAndTheRowsBefor
     rig.useLoopback(kUser);
     rig.account().bIsDelete = c.deleteAfterStore;
     ASSERT_TRUE(rig.addTrigger(
-        QStringLiteral("create trigger refuse_third before insert on msgmail when new.主题='third' "
-                       "begin select raise(abort, 'third refused'); end")));
+        u"create trigger refuse_third before insert on msgmail when new.主题='third' "
+        "begin select raise(abort, 'third refused'); end"_s));
 
     ASSERT_TRUE(rig.receive(30000)) << c.policy;
     EXPECT_FALSE(rig.lastOk()) << c.policy;
     // The session still ends with QUIT, so the row reads as finished; the failure and its
     // reason are in the error list and the caption.
-    EXPECT_EQ(rig.taskState(1), QStringLiteral("已完成")) << c.policy;
-    EXPECT_EQ(rig.view().captionText,
-              QStringLiteral("处理请求的任务时出错。请复查下列错误列表以获取详细信息"))
+    EXPECT_EQ(rig.taskState(1), u"已完成"_s) << c.policy;
+    EXPECT_EQ(rig.view().captionText, u"处理请求的任务时出错。请复查下列错误列表以获取详细信息"_s)
         << c.policy;
     ASSERT_EQ(rig.view().errors.size(), 1) << c.policy;
-    EXPECT_TRUE(rig.view().errors.first().contains(QStringLiteral("third refused"))) << c.policy;
+    EXPECT_TRUE(rig.view().errors.first().contains(u"third refused"_s)) << c.policy;
     EXPECT_EQ(subjectsOnServer(kUser), c.leftOnServer) << c.policy;
     EXPECT_EQ(rig.count(), 4) << c.policy;
     for (const QString s : {"m1", "m2", "m4", "m5"}) {
-      const long id =
-          rig.value(QStringLiteral("select 邮件ID from msgmail where 主题='%1'").arg(s)).toLong();
+      const long id = rig.value(u"select 邮件ID from msgmail where 主题='%1'"_s.arg(s)).toLong();
       EXPECT_EQ(rig.storedMessage(id), kvtest::sampleMail(s) + "\r\n")
           << c.policy << " " << s.toStdString();
     }
@@ -74,9 +72,8 @@ TEST(CrashDovecot, AStoreRefusingTheThirdOfFiveKeepsItOnTheServerAndTheRowsBefor
 }
 
 TEST(CrashPop3, ADropInTheMiddleOfARetrEndsTheRunWithNoPartialRow) {
-  const QByteArray first = kvtest::sampleMail(QStringLiteral("整封"));
-  const QByteArray second =
-      kvtest::sampleMail(QStringLiteral("断开"), QByteArray(5000, 'z') + "\r\n");
+  const QByteArray first = kvtest::sampleMail(u"整封"_s);
+  const QByteArray second = kvtest::sampleMail(u"断开"_s, QByteArray(5000, 'z') + "\r\n");
   struct Case {
     const char* where;
     QList<QByteArray> retr2;  // the answer to RETR 2, then the hang-up
@@ -96,28 +93,27 @@ TEST(CrashPop3, ADropInTheMiddleOfARetrEndsTheRunWithNoPartialRow) {
     });
     TransferRig rig;
     rig.account().bIsDelete = true;
-    rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+    rig.usePop3(server.port(), u"u"_s, u"p"_s);
     ASSERT_TRUE(rig.receive(10000)) << c.where;  // ends: the window does not wait for ever
     EXPECT_FALSE(rig.lastOk()) << c.where;
     // The row keeps the text it had when the socket failed, as it always has.
-    EXPECT_EQ(rig.taskState(1), QStringLiteral("正在执行")) << c.where;
+    EXPECT_EQ(rig.taskState(1), u"正在执行"_s) << c.where;
     ASSERT_EQ(rig.view().errors.size(), 1) << c.where;
-    EXPECT_TRUE(rig.view().errors.first().startsWith(QStringLiteral("10053 : "))) << c.where;
+    EXPECT_TRUE(rig.view().errors.first().startsWith(u"10053 : "_s)) << c.where;
     ASSERT_EQ(rig.count(), 1) << c.where;
-    EXPECT_EQ(rig.storedMessage(rig.value(QStringLiteral("select 邮件ID from msgmail")).toLong()),
+    EXPECT_EQ(rig.storedMessage(rig.value(u"select 邮件ID from msgmail"_s).toLong()),
               first + "\r\n")
         << c.where;
     EXPECT_FALSE(server.sawCommand("DELE 2")) << c.where;
-    EXPECT_TRUE(rig.log().contains(QStringLiteral("10053 : "))) << c.where;
+    EXPECT_TRUE(rig.log().contains(u"10053 : "_s)) << c.where;
     // The next session fetches it whole, and only then deletes it.
     FakePop3Server again;
     again.setHandler(mailbox);
     ASSERT_TRUE(rig.receiveFrom(again)) << c.where;
     EXPECT_TRUE(rig.lastOk()) << c.where;
     ASSERT_EQ(rig.count(), 2) << c.where;
-    EXPECT_EQ(
-        rig.storedMessage(rig.value(QStringLiteral("select max(邮件ID) from msgmail")).toLong()),
-        second + "\r\n")
+    EXPECT_EQ(rig.storedMessage(rig.value(u"select max(邮件ID) from msgmail"_s).toLong()),
+              second + "\r\n")
         << c.where;
     EXPECT_EQ(again.commands().mid(3).join(' '), QByteArray("UIDL 1 UIDL 2 RETR 2 DELE 2 QUIT"))
         << c.where;
@@ -127,16 +123,16 @@ TEST(CrashPop3, ADropInTheMiddleOfARetrEndsTheRunWithNoPartialRow) {
 TEST(CrashSmtp, ADropInTheMiddleOfDataLeavesThatMailQueued) {
   TransferRig rig;
   kvtest::FakeSmtpServer server(kvtest::FakeSmtpServer::Fault::DropInSecondData);
-  rig.account().sSmtp = QStringLiteral("127.0.0.1");
+  rig.account().sSmtp = u"127.0.0.1"_s;
   rig.account().lSmtpPort = server.port();
   const kvmail::MailStore store(*rig.host);
   QList<kvmail::ComposedMail> queued;
-  for (const QString& subject : {QStringLiteral("先发"), QStringLiteral("中断")}) {
+  for (const QString& subject : {u"先发"_s, u"中断"_s}) {
     kvmail::OutgoingMail out;
-    out.from = {QString(), QStringLiteral("sender@kvmail.test")};
-    out.to = {{QString(), QStringLiteral("to@kvmail.test")}};
+    out.from = {QString(), u"sender@kvmail.test"_s};
+    out.to = {{QString(), u"to@kvmail.test"_s}};
     out.subject = subject;
-    out.htmlBody = QStringLiteral("<p>") + QString(40, QLatin1Char('x')) + QStringLiteral("</p>");
+    out.htmlBody = u"<p>"_s + QString(40, QLatin1Char('x')) + u"</p>"_s;
     queued << kvmail::composedMail(out, rig.folder() + "/" + subject + ".eml");
   }
   kvmail::StoreFailure failure;
@@ -146,9 +142,7 @@ TEST(CrashSmtp, ADropInTheMiddleOfDataLeavesThatMailQueued) {
   EXPECT_FALSE(rig.lastOk());
   EXPECT_EQ(server.commands.count("DATA"), 2);
   // Marked sent only what the server confirmed; the other stays in the queue for next time.
-  EXPECT_EQ(rig.value(QStringLiteral("select messageID from msgmail where 主题='先发'")),
-            QStringLiteral("127.0.0.1"));
-  EXPECT_EQ(rig.value(QStringLiteral("select messageID from msgmail where 主题='中断'")),
-            QString());
+  EXPECT_EQ(rig.value(u"select messageID from msgmail where 主题='先发'"_s), u"127.0.0.1"_s);
+  EXPECT_EQ(rig.value(u"select messageID from msgmail where 主题='中断'"_s), QString());
   EXPECT_EQ(store.readSendQueue()->Count(), 1);
 }

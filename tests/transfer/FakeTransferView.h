@@ -73,7 +73,7 @@ class FakeTransferView : public kvmail::ITransferView {
   bool isStopEnabled() const override { return stopEnabled; }
   void setStopEnabled(bool enabled) override { stopEnabled = enabled; }
   void startAnimation(const QString& name) override { animations << name; }
-  void stopAnimation() override { animations << QStringLiteral("-"); }
+  void stopAnimation() override { animations << u"-"_s; }
   bool closeWhenDone() const override { return closeChecked; }
   void hideWindow() override { hidden = true; }
   kvmail::PromptAnswer ask(const QString& text, const QString& title, kvmail::PromptIcon icon,

@@ -23,7 +23,7 @@ struct WindowRun {
   TransferRig rig;
   kvmail::FrmSend window;
 
-  bool receive(const QString& caption = QStringLiteral("邮件接收")) {
+  bool receive(const QString& caption = u"邮件接收"_s) {
     QSignalSpy ended(&window, &kvmail::FrmSend::TasksEnded);
     window.py_Init(nullptr, rig.host.get(), rig.accountPtr(), false, caption);
     return !ended.isEmpty() || ended.wait(10000);
@@ -38,11 +38,11 @@ struct WindowRun {
 
 TEST(FrmSend, ShowsTheRunInItsNamedControls) {
   FakePop3Server server;
-  server.setHandler(FakePop3Server::mailbox({kvtest::sampleMail(QStringLiteral("窗口"))}, {"w1"}));
+  server.setHandler(FakePop3Server::mailbox({kvtest::sampleMail(u"窗口"_s)}, {"w1"}));
   WindowRun w;
-  w.rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+  w.rig.usePop3(server.port(), u"u"_s, u"p"_s);
   ASSERT_TRUE(w.receive());
-  EXPECT_EQ(w.window.windowTitle(), QStringLiteral("邮件接收"));
+  EXPECT_EQ(w.window.windowTitle(), u"邮件接收"_s);
 
   auto* tasks = w.control<QTreeWidget>("LV(0)");
   ASSERT_EQ(tasks->topLevelItemCount(), 1);
@@ -50,10 +50,10 @@ TEST(FrmSend, ShowsTheRunInItsNamedControls) {
   for (int c = 0; c < 5; ++c) row << tasks->topLevelItem(0)->text(c);
   EXPECT_EQ(row,
             (QStringList{"检查测试帐户上的新邮件:共 1 (0 KB) 封。", "已完成", "局域网", "1", "1"}));
-  EXPECT_EQ(w.control<QLabel>("lblMessage")->text(), QStringLiteral("已完成 1 项任务(共 1 项)"));
-  EXPECT_EQ(w.control<QLabel>("lblCaption")->text(), QStringLiteral("请求的任务已成功完成。"));
+  EXPECT_EQ(w.control<QLabel>("lblMessage")->text(), u"已完成 1 项任务(共 1 项)"_s);
+  EXPECT_EQ(w.control<QLabel>("lblCaption")->text(), u"请求的任务已成功完成。"_s);
   const QString log = w.control<QPlainTextEdit>("Txt")->toPlainText();
-  EXPECT_TRUE(log.contains(QStringLiteral("\nUSER u\nPASS ***** \nSTAT\n")));
+  EXPECT_TRUE(log.contains(u"\nUSER u\nPASS ***** \nSTAT\n"_s));
   EXPECT_FALSE(w.control<QPushButton>("Cmd(1)")->isEnabled());
   EXPECT_EQ(w.control<QTreeWidget>("LV(1)")->topLevelItemCount(), 0);
 }
@@ -64,18 +64,18 @@ TEST(FrmSend, DetailsToggleHidesAndShowsTheLists) {
   auto* tabs = w.control<QTabWidget>("XTab");
   w.window.show();
   details->click();
-  EXPECT_EQ(details->text(), QStringLiteral("详细信息(&D) >>"));
+  EXPECT_EQ(details->text(), u"详细信息(&D) >>"_s);
   EXPECT_FALSE(tabs->isVisible());
   details->click();
-  EXPECT_EQ(details->text(), QStringLiteral("<< 详细信息(&D)"));
+  EXPECT_EQ(details->text(), u"<< 详细信息(&D)"_s);
   EXPECT_TRUE(tabs->isVisible());
 }
 
 TEST(FrmSend, TickedCloseWhenDoneClosesTheWindowAfterReceiving) {
   FakePop3Server server;
-  server.setHandler(FakePop3Server::mailbox({kvtest::sampleMail(QStringLiteral("关"))}, {"c1"}));
+  server.setHandler(FakePop3Server::mailbox({kvtest::sampleMail(u"关"_s)}, {"c1"}));
   WindowRun w;
-  w.rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+  w.rig.usePop3(server.port(), u"u"_s, u"p"_s);
   w.control<QCheckBox>("Chk")->setChecked(true);
   ASSERT_TRUE(w.receive());
   EXPECT_TRUE(w.window.lastRunOk());
@@ -84,7 +84,7 @@ TEST(FrmSend, TickedCloseWhenDoneClosesTheWindowAfterReceiving) {
 
 TEST(FrmSend, OpeningAgainDuringARunWaitsForTheRun) {
   FakePop3Server server;
-  const QByteArray mail = kvtest::sampleMail(QStringLiteral("慢"), QByteArray(6000, 'y') + "\r\n");
+  const QByteArray mail = kvtest::sampleMail(u"慢"_s, QByteArray(6000, 'y') + "\r\n");
   const auto mailbox = FakePop3Server::mailbox({mail, mail}, {"s1", "s2"});
   server.setHandler([&](const QByteArray& command) -> QList<QByteArray> {
     // The message arrives in pieces, so the session yields while it is being handled.
@@ -95,11 +95,11 @@ TEST(FrmSend, OpeningAgainDuringARunWaitsForTheRun) {
     return mailbox(command);
   });
   WindowRun w;
-  w.rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+  w.rig.usePop3(server.port(), u"u"_s, u"p"_s);
   int reopened = 0;
   const auto during = QObject::connect(&w.window, &kvmail::FrmSend::EvMailRead, &w.window, [&] {
     ++reopened;
-    w.window.py_Init(nullptr, w.rig.host.get(), w.rig.accountPtr(), false, QStringLiteral("again"));
+    w.window.py_Init(nullptr, w.rig.host.get(), w.rig.accountPtr(), false, u"again"_s);
   });
   QSignalSpy ended(&w.window, &kvmail::FrmSend::TasksEnded);
   ASSERT_TRUE(w.receive());
@@ -107,7 +107,7 @@ TEST(FrmSend, OpeningAgainDuringARunWaitsForTheRun) {
   EXPECT_TRUE(w.window.lastRunOk());
   EXPECT_EQ(reopened, 2);
   EXPECT_EQ(w.rig.count(), 2);
-  EXPECT_EQ(w.window.windowTitle(), QStringLiteral("邮件接收"));
+  EXPECT_EQ(w.window.windowTitle(), u"邮件接收"_s);
   // The two requests made meanwhile were joined into one run, which started after the first.
   ASSERT_TRUE(ended.size() >= 2 || ended.wait(10000));
   EXPECT_EQ(ended.size(), 2);

@@ -28,32 +28,31 @@ TEST(Pop3Text, FieldsAndNumbersOfReplies) {
     QString field;
   };
   const QList<Case> cases = {
-      {QStringLiteral("+OK 2 320\r\n"), 0, QStringLiteral("+OK")},
-      {QStringLiteral("+OK 2 320\r\n"), 1, QStringLiteral("2")},
+      {u"+OK 2 320\r\n"_s, 0, u"+OK"_s},
+      {u"+OK 2 320\r\n"_s, 1, u"2"_s},
       // A last field keeps its line break; the number conversion ignores it.
-      {QStringLiteral("+OK 2 320\r\n"), 2, QStringLiteral("320\r\n")},
-      {QStringLiteral("+OK 2 320\r\n"), 3, QStringLiteral("NOT FOUND")},
-      {QStringLiteral("abc"), 0, QStringLiteral("abc")},
-      {QStringLiteral("+OK"), 1, QStringLiteral("NOT FOUND")},
+      {u"+OK 2 320\r\n"_s, 2, u"320\r\n"_s},
+      {u"+OK 2 320\r\n"_s, 3, u"NOT FOUND"_s},
+      {u"abc"_s, 0, u"abc"_s},
+      {u"+OK"_s, 1, u"NOT FOUND"_s},
       // A delimiter at the very end has nothing after it.
-      {QStringLiteral("+OK 2 "), 2, QStringLiteral("NOT FOUND")},
-      {QStringLiteral("a  b"), 2, QStringLiteral("b")},
+      {u"+OK 2 "_s, 2, u"NOT FOUND"_s},
+      {u"a  b"_s, 2, u"b"_s},
   };
   for (const Case& c : cases)
-    EXPECT_EQ(kvmail::GetField(c.text, c.index, QStringLiteral(" ")), c.field)
-        << c.text.toStdString();
+    EXPECT_EQ(kvmail::GetField(c.text, c.index, u" "_s), c.field) << c.text.toStdString();
 
   // A failed conversion (not a number, or too big for 16 bits) keeps the old value.
   qint16 n = 7;
-  EXPECT_TRUE(kvmail::vbInteger(QStringLiteral("2.5"), &n));
+  EXPECT_TRUE(kvmail::vbInteger(u"2.5"_s, &n));
   EXPECT_EQ(n, 2);  // half to even
-  EXPECT_FALSE(kvmail::vbInteger(QStringLiteral("40000"), &n));
-  EXPECT_FALSE(kvmail::vbInteger(QStringLiteral("NOT FOUND"), &n));
+  EXPECT_FALSE(kvmail::vbInteger(u"40000"_s, &n));
+  EXPECT_FALSE(kvmail::vbInteger(u"NOT FOUND"_s, &n));
   EXPECT_EQ(n, 2);
   qint32 size = 0;
-  EXPECT_TRUE(kvmail::vbLongInt(QStringLiteral("320\r\n"), &size));
+  EXPECT_TRUE(kvmail::vbLongInt(u"320\r\n"_s, &size));
   EXPECT_EQ(size, 320);
-  EXPECT_EQ(kvmail::vbFormatWhole(2.5), QStringLiteral("3"));  // Format rounds halves up
+  EXPECT_EQ(kvmail::vbFormatWhole(2.5), u"3"_s);  // Format rounds halves up
   EXPECT_EQ(kvmail::announcedOctets("+OK 20480 octets\r\nFrom:"), 20480);
   EXPECT_EQ(kvmail::announcedOctets("+OK message follows\r\n"), 0);
   // A hostile size does not make the client take 2 GB before a byte of the mail arrived.
@@ -76,40 +75,40 @@ TEST(Pop3Session, NegativeGreetingShowsTheErrorAndEndsWithoutFinishing) {
   FakePop3Server server;
   server.setGreeting({"-ERR too busy\r\n"});
   TransferRig rig;
-  rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("secret"));
+  rig.usePop3(server.port(), u"u"_s, u"secret"_s);
   ASSERT_TRUE(rig.receive(10000));
   EXPECT_FALSE(rig.lastOk());
   ASSERT_EQ(rig.prompt().records().size(), 1);
   const auto& box = rig.prompt().records().first();
-  EXPECT_EQ(box.text, QStringLiteral("POP3 Error: -ERR too busy\r\n"));
-  EXPECT_EQ(box.title, QStringLiteral("POP3 Error"));
+  EXPECT_EQ(box.text, u"POP3 Error: -ERR too busy\r\n"_s);
+  EXPECT_EQ(box.title, u"POP3 Error"_s);
   EXPECT_EQ(box.icon, kvmail::PromptIcon::Exclamation);
-  EXPECT_TRUE(rig.logLines().contains(QStringLiteral("POP3 Error: -ERR too busy\r\n")));
+  EXPECT_TRUE(rig.logLines().contains(u"POP3 Error: -ERR too busy\r\n"_s));
   EXPECT_EQ(server.commands(), Commands{});
   // The finish routine is not called: the row still reads as running.
-  EXPECT_EQ(rig.taskState(1), QStringLiteral("正在执行"));
+  EXPECT_EQ(rig.taskState(1), u"正在执行"_s);
 }
 
 TEST(Pop3Session, RepliesSplitAcrossArrivalsAreJoined) {
   FakePop3Server server;
   server.setGreeting({"+OK fa", "ke ready\r\n"});
-  const auto mailbox = FakePop3Server::mailbox({kvtest::sampleMail(QStringLiteral("分段"))}, {});
+  const auto mailbox = FakePop3Server::mailbox({kvtest::sampleMail(u"分段"_s)}, {});
   server.setHandler([&](const QByteArray& command) -> QList<QByteArray> {
     if (command.startsWith("UIDL")) return {"+OK 1 split", "-uid-1\r\n"};
     if (command.startsWith("STAT")) return {"+OK 1 ", "300\r\n"};
     return mailbox(command);
   });
   TransferRig rig;
-  rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("secret"));
+  rig.usePop3(server.port(), u"u"_s, u"secret"_s);
   ASSERT_TRUE(rig.receive(10000));
   EXPECT_TRUE(rig.lastOk());
   EXPECT_EQ(server.commands(),
             (Commands{"USER u", "PASS secret", "STAT", "UIDL 1", "RETR 1", "QUIT"}));
-  EXPECT_EQ(rig.value(QStringLiteral("select UIDL from msgmail")), QStringLiteral("split-uid-1"));
-  EXPECT_EQ(rig.value(QStringLiteral("select 主题 from msgmail")), QStringLiteral("分段"));
+  EXPECT_EQ(rig.value(u"select UIDL from msgmail"_s), u"split-uid-1"_s);
+  EXPECT_EQ(rig.value(u"select 主题 from msgmail"_s), u"分段"_s);
   // The password is sent, never logged.
-  EXPECT_TRUE(rig.logLines().contains(QStringLiteral("PASS ***** ")));
-  EXPECT_FALSE(rig.log().contains(QStringLiteral("secret")));
+  EXPECT_TRUE(rig.logLines().contains(u"PASS ***** "_s));
+  EXPECT_FALSE(rig.log().contains(u"secret"_s));
 }
 
 TEST(Pop3Session, CountBeyondSixteenBitsReadsAsAnEmptyMailbox) {
@@ -122,13 +121,13 @@ TEST(Pop3Session, CountBeyondSixteenBitsReadsAsAnEmptyMailbox) {
   });
   TransferRig rig;
   ASSERT_TRUE(rig.receiveFrom(server));
-  EXPECT_TRUE(rig.logLines().contains(QStringLiteral("您的邮箱为空,请确认后再试")));
+  EXPECT_TRUE(rig.logLines().contains(u"您的邮箱为空,请确认后再试"_s));
   EXPECT_EQ(server.commands(), login({"QUIT"}));
 }
 
 TEST(Pop3Session, DotLinesAreKeptAsTheyArriveAndOnlyTheRealMarkerEnds) {
   const QByteArray body = "first line\r\n..stuffed line\r\n.5 percent\r\nend.\r\n";
-  const QByteArray mail = kvtest::sampleMail(QStringLiteral("点"), body);
+  const QByteArray mail = kvtest::sampleMail(u"点"_s, body);
   FakePop3Server server;
   server.setHandler(FakePop3Server::mailbox({mail}, uidls(1)));
   TransferRig rig;
@@ -137,16 +136,16 @@ TEST(Pop3Session, DotLinesAreKeptAsTheyArriveAndOnlyTheRealMarkerEnds) {
   // No un-stuffing, and the file ends with the message's last line plus the added line break.
   EXPECT_TRUE(stored.contains("\r\n..stuffed line\r\n.5 percent\r\nend.\r\n"));
   EXPECT_TRUE(stored.endsWith("end.\r\n\r\n"));
-  EXPECT_EQ(rig.value(QStringLiteral("select 大小 from msgmail")).toLongLong(), stored.size());
+  EXPECT_EQ(rig.value(u"select 大小 from msgmail"_s).toLongLong(), stored.size());
 }
 
 TEST(Pop3Session, UidlLongerThan36IsCutAndFetchedAgainEverySession) {
   const QByteArray longId(40, 'u');
   FakePop3Server server;
-  server.setHandler(FakePop3Server::mailbox({kvtest::sampleMail(QStringLiteral("长"))}, {longId}));
+  server.setHandler(FakePop3Server::mailbox({kvtest::sampleMail(u"长"_s)}, {longId}));
   TransferRig rig;
   ASSERT_TRUE(rig.receiveFrom(server));
-  EXPECT_EQ(rig.value(QStringLiteral("select UIDL from msgmail")), QString(36, QLatin1Char('u')));
+  EXPECT_EQ(rig.value(u"select UIDL from msgmail"_s), QString(36, QLatin1Char('u')));
   ASSERT_TRUE(rig.receive(10000));
   EXPECT_EQ(rig.count(), 2);  // the cut id is never found, so the mail comes again
   EXPECT_EQ(server.commands(),
@@ -155,14 +154,14 @@ TEST(Pop3Session, UidlLongerThan36IsCutAndFetchedAgainEverySession) {
 
 TEST(Pop3Session, UidlReplyInAnotherLayoutKeepsAllButTheExactPrefix) {
   FakePop3Server server;
-  const auto mailbox = FakePop3Server::mailbox({kvtest::sampleMail(QStringLiteral("格式"))}, {});
+  const auto mailbox = FakePop3Server::mailbox({kvtest::sampleMail(u"格式"_s)}, {});
   server.setHandler([&](const QByteArray& command) -> QList<QByteArray> {
     if (command.startsWith("UIDL")) return {"+OK  1 odd id\r\n"};
     return mailbox(command);
   });
   TransferRig rig;
   ASSERT_TRUE(rig.receiveFrom(server));
-  EXPECT_EQ(rig.value(QStringLiteral("select UIDL from msgmail")), QStringLiteral("+OK  1 odd id"));
+  EXPECT_EQ(rig.value(u"select UIDL from msgmail"_s), u"+OK  1 odd id"_s);
 }
 
 TEST(Pop3Session, AfterDaysPolicyDeletesStoredMailByTheKeptDirection) {
@@ -171,12 +170,10 @@ TEST(Pop3Session, AfterDaysPolicyDeletesStoredMailByTheKeptDirection) {
   TransferRig rig;
   const auto stored = [&](int id, int daysAgo) {
     rig.host->executeBound(
-        QStringLiteral("insert into msgmail(邮件ID,UIDL,接收时间,大小,CshgnsID,messageID) "
-                       "values(?,?,?,?,1,'x')"),
-        {id, QStringLiteral("uid-%1").arg(id),
-         QDateTime::currentDateTime().addDays(-daysAgo).toString(
-             QStringLiteral("yyyy-MM-dd HH:mm:ss")),
-         10});
+        u"insert into msgmail(邮件ID,UIDL,接收时间,大小,CshgnsID,messageID) "
+        "values(?,?,?,?,1,'x')"_s,
+        {id, u"uid-%1"_s.arg(id),
+         QDateTime::currentDateTime().addDays(-daysAgo).toString(u"yyyy-MM-dd HH:mm:ss"_s), 10});
   };
   stored(1, 1);
   stored(2, 0);

@@ -14,17 +14,17 @@ using kvtest::TransferRig;
 
 namespace {
 
-const QString kUser = QStringLiteral("t10");
+const QString kUser = u"t10"_s;
 
 class ReceiveFromDovecot : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
     rig.useLoopback(kUser);
-    rig.account().sPop3 = QStringLiteral("127.0.0.1");
+    rig.account().sPop3 = u"127.0.0.1"_s;
   }
   QByteArray data(const char* name) {
-    return kvtest::readAll(kvtest::dataFile(QStringLiteral("mime/") + QLatin1String(name)));
+    return kvtest::readAll(kvtest::dataFile(u"mime/"_s + QLatin1String(name)));
   }
   TransferRig rig;
 };
@@ -34,7 +34,7 @@ class ReceiveFromDovecot : public ::testing::Test {
 TEST_F(ReceiveFromDovecot, EmptyMailboxLogsItAndCompletes) {
   ASSERT_TRUE(rig.receive());
   EXPECT_TRUE(rig.lastOk());
-  EXPECT_TRUE(rig.log().contains(QStringLiteral("您的邮箱为空,请确认后再试")));
+  EXPECT_TRUE(rig.log().contains(u"您的邮箱为空,请确认后再试"_s));
   EXPECT_EQ((QStringList{rig.taskText(1), rig.taskState(1), rig.summary(), rig.view().captionText}),
             (QStringList{"检查测试帐户上的新邮件:共 0 (0 KB) 封。", "已完成",
                          "已完成 1 项任务(共 1 项)", "请求的任务已成功完成。"}));
@@ -42,50 +42,50 @@ TEST_F(ReceiveFromDovecot, EmptyMailboxLogsItAndCompletes) {
 }
 
 TEST_F(ReceiveFromDovecot, OneMailIsStoredWithEveryColumnAndNoMailboxTotals) {
-  const QByteArray mail = kvtest::sampleMail(QStringLiteral("一封信"));
+  const QByteArray mail = kvtest::sampleMail(u"一封信"_s);
   kvtest::dropMail(kUser, mail);
   QSignalSpy read(&rig.run(), &kvmail::TransferRun::EvMailRead);
   ASSERT_TRUE(rig.receive());
   EXPECT_TRUE(rig.lastOk());
-  EXPECT_FALSE(rig.log().contains(QStringLiteral("New mail : ")));
-  EXPECT_FALSE(rig.log().contains(QStringLiteral("mail total sizes : ")));
+  EXPECT_FALSE(rig.log().contains(u"New mail : "_s));
+  EXPECT_FALSE(rig.log().contains(u"mail total sizes : "_s));
   ASSERT_EQ(rig.count(), 1);
   ASSERT_EQ(read.size(), 1);
   const long id = read.first().first().toLongLong();
-  const QString where = QStringLiteral(" from msgmail where 邮件ID=%1").arg(id);
+  const QString where = u" from msgmail where 邮件ID=%1"_s.arg(id);
   EXPECT_EQ(
-      rig.row(QStringLiteral("select 主题,发件人,发件人邮箱,收件人邮箱,[E-MAIL],messageID,"
-                             "CshgnsID,是否已读,回复ID,操作者,附件") +
+      rig.row(u"select 主题,发件人,发件人邮箱,收件人邮箱,[E-MAIL],messageID,"
+              "CshgnsID,是否已读,回复ID,操作者,附件"_s +
               where),
       (QStringList{"一封信", "王五", "wang@kvmail.test", "lisi@kvmail.test;zhao@kvmail.test",
                    "copy@kvmail.test", "127.0.0.1", "1", "0", QString::number(id), "张三", "0"}));
-  EXPECT_EQ(rig.value(QStringLiteral("select UIDL") + where).size(), 16);
+  EXPECT_EQ(rig.value(u"select UIDL"_s + where).size(), 16);
   // The stored file is the mail as served plus the line break it was written with.
   EXPECT_EQ(rig.storedMessage(id), mail + "\r\n");
-  EXPECT_EQ(rig.value(QStringLiteral("select 大小") + where).toLongLong(), mail.size() + 2);
+  EXPECT_EQ(rig.value(u"select 大小"_s + where).toLongLong(), mail.size() + 2);
   // The temp file is gone once the mail is stored.
-  EXPECT_FALSE(QFile::exists(rig.folder() + QStringLiteral("/temp.eml")));
+  EXPECT_FALSE(QFile::exists(rig.folder() + u"/temp.eml"_s));
 }
 
 TEST_F(ReceiveFromDovecot, ChineseMailDotLinesAndA20MbMailArriveWhole) {
   kvtest::dropMail(kUser, data("mixed_attachments.eml"));
   kvtest::dropMail(kUser, data("gb2312_alternative.eml"));
-  kvtest::dropMail(kUser, kvtest::sampleMail(QStringLiteral("点行"),
+  kvtest::dropMail(kUser, kvtest::sampleMail(u"点行"_s,
                                              ".hidden\r\n..two\r\n.\r\n"
                                              "after\r\n"));
-  QByteArray big = kvtest::sampleMail(QStringLiteral("大邮件"), QByteArray());
+  QByteArray big = kvtest::sampleMail(u"大邮件"_s, QByteArray());
   const QByteArray line = QByteArray(76, 'A') + "\r\n";
   while (big.size() < 20 * 1024 * 1024) big += line;
   kvtest::dropMail(kUser, big);
 
   ASSERT_TRUE(rig.receive(120000));
   EXPECT_TRUE(rig.lastOk());
-  EXPECT_TRUE(rig.log().contains(QStringLiteral("New mail : 4")));
+  EXPECT_TRUE(rig.log().contains(u"New mail : 4"_s));
   ASSERT_EQ(rig.count(), 4);
-  EXPECT_EQ(rig.count(QStringLiteral("附件=1")), 1);
+  EXPECT_EQ(rig.count(u"附件=1"_s), 1);
 
   // The attachment names survive the trip: read the stored file back.
-  const long first = rig.value(QStringLiteral("select min(邮件ID) from msgmail")).toLong();
+  const long first = rig.value(u"select min(邮件ID) from msgmail"_s).toLong();
   const kvmail::ParsedMail parsed = kvmail::readMailBytes(rig.storedMessage(first));
   ASSERT_FALSE(parsed.attachments.isEmpty());
   bool chineseName = false;
@@ -94,33 +94,29 @@ TEST_F(ReceiveFromDovecot, ChineseMailDotLinesAndA20MbMailArriveWhole) {
   EXPECT_TRUE(chineseName);
 
   // Dot-stuffed lines are kept as they came, and a lone "." line did not end the mail early.
-  const long dots =
-      rig.value(QStringLiteral("select 邮件ID from msgmail where 主题='点行'")).toLong();
+  const long dots = rig.value(u"select 邮件ID from msgmail where 主题='点行'"_s).toLong();
   const QByteArray dotMail = rig.storedMessage(dots);
   EXPECT_TRUE(dotMail.contains("\r\n..hidden\r\n...two\r\n..\r\nafter\r\n"));
 
-  const long bigId =
-      rig.value(QStringLiteral("select 邮件ID from msgmail where 主题='大邮件'")).toLong();
+  const long bigId = rig.value(u"select 邮件ID from msgmail where 主题='大邮件'"_s).toLong();
   EXPECT_EQ(rig.storedMessage(bigId), big + "\r\n");
 }
 
 TEST_F(ReceiveFromDovecot, DeletePolicyDecidesWhatStaysOnTheServer) {
-  for (int i = 0; i < 2; ++i)
-    kvtest::dropMail(kUser, kvtest::sampleMail(QStringLiteral("d%1").arg(i)));
+  for (int i = 0; i < 2; ++i) kvtest::dropMail(kUser, kvtest::sampleMail(u"d%1"_s.arg(i)));
   // Keep: nothing is deleted, also not on a later session, which fetches nothing again.
   rig.account().bIsDelete = false;
   ASSERT_TRUE(rig.receive());
   ASSERT_TRUE(rig.receive());
   EXPECT_TRUE(rig.lastOk());
-  EXPECT_FALSE(rig.log().contains(QStringLiteral("RETR")));
+  EXPECT_FALSE(rig.log().contains(u"RETR"_s));
   EXPECT_EQ(rig.count(), 2);
   EXPECT_EQ(kvtest::listMails(kUser).size(), 2);
 
   // After N days, for mail stored on an earlier day: deleted on the next session (0 days).
-  rig.host->execute(
-      QStringLiteral("update msgmail set 接收时间='") +
-      QDateTime::currentDateTime().addDays(-5).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) +
-      QStringLiteral("'"));
+  rig.host->execute(u"update msgmail set 接收时间='"_s +
+                    QDateTime::currentDateTime().addDays(-5).toString(u"yyyy-MM-dd HH:mm:ss"_s) +
+                    u"'"_s);
   rig.account().bIsAfterdayDelete = true;
   rig.account().lDeleteDay = 0;
   ASSERT_TRUE(rig.receive());
@@ -128,7 +124,7 @@ TEST_F(ReceiveFromDovecot, DeletePolicyDecidesWhatStaysOnTheServer) {
   EXPECT_EQ(rig.count(), 2);
 
   // Delete after storing: new mail goes from the server once its row is in.
-  kvtest::dropMail(kUser, kvtest::sampleMail(QStringLiteral("d9")));
+  kvtest::dropMail(kUser, kvtest::sampleMail(u"d9"_s));
   rig.account().bIsAfterdayDelete = false;
   rig.account().bIsDelete = true;
   ASSERT_TRUE(rig.receive());
@@ -138,16 +134,15 @@ TEST_F(ReceiveFromDovecot, DeletePolicyDecidesWhatStaysOnTheServer) {
 
 TEST_F(ReceiveFromDovecot, StopQuitsAtTheNextUidlAndTheRestComesNextTime) {
   for (int i = 0; i < 12; ++i)
-    kvtest::dropMail(
-        kUser, kvtest::sampleMail(QStringLiteral("s%1").arg(i), QByteArray(20000, 'z') + "\r\n"));
+    kvtest::dropMail(kUser, kvtest::sampleMail(u"s%1"_s.arg(i), QByteArray(20000, 'z') + "\r\n"));
   const auto connection = QObject::connect(&rig.run(), &kvmail::TransferRun::EvMailRead, [&] {
     if (rig.view().stopEnabled) rig.run().stop();
   });
   ASSERT_TRUE(rig.receive());
   EXPECT_FALSE(rig.lastOk());
   EXPECT_EQ(rig.count(), 1);
-  EXPECT_EQ(rig.taskState(1), QStringLiteral("取消"));
-  EXPECT_EQ(rig.summary(), QStringLiteral("已完成 0 项任务(共 1 项)"));
+  EXPECT_EQ(rig.taskState(1), u"取消"_s);
+  EXPECT_EQ(rig.summary(), u"已完成 0 项任务(共 1 项)"_s);
 
   QObject::disconnect(connection);
   ASSERT_TRUE(rig.receive());

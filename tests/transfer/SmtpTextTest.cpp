@@ -10,57 +10,56 @@ using namespace kvmail::smtp;
 namespace {
 
 TEST(SmtpRecipients, SplitsOnTheDelimiterAndKeepsNames) {
-  const auto list = parseRecipients(
-      QStringLiteral(" a@x.cn ;王芳 <b@y.cn>;; \"Li, Ming\" <c@z.cn>;"), QStringLiteral(";"));
+  const auto list = parseRecipients(u" a@x.cn ;王芳 <b@y.cn>;; \"Li, Ming\" <c@z.cn>;"_s, u";"_s);
   ASSERT_EQ(list.size(), 3);
-  EXPECT_EQ(list[0].address, QStringLiteral("a@x.cn"));
+  EXPECT_EQ(list[0].address, u"a@x.cn"_s);
   EXPECT_TRUE(list[0].name.isEmpty());
-  EXPECT_EQ(list[1].name, QStringLiteral("王芳"));
-  EXPECT_EQ(list[1].address, QStringLiteral("b@y.cn"));
-  EXPECT_EQ(list[2].name, QStringLiteral("Li, Ming"));
-  EXPECT_EQ(list[2].address, QStringLiteral("c@z.cn"));
+  EXPECT_EQ(list[1].name, u"王芳"_s);
+  EXPECT_EQ(list[1].address, u"b@y.cn"_s);
+  EXPECT_EQ(list[2].name, u"Li, Ming"_s);
+  EXPECT_EQ(list[2].address, u"c@z.cn"_s);
 
-  EXPECT_EQ(parseRecipients(QStringLiteral("a@x|b@y"), QStringLiteral("|")).size(), 2);
-  EXPECT_TRUE(parseRecipients(QStringLiteral(" ; ; "), QStringLiteral(";")).isEmpty());
+  EXPECT_EQ(parseRecipients(u"a@x|b@y"_s, u"|"_s).size(), 2);
+  EXPECT_TRUE(parseRecipients(u" ; ; "_s, u";"_s).isEmpty());
 }
 
 TEST(SmtpRecipients, UnsafeAddressesAreRefused) {
-  EXPECT_TRUE(isSafeAddress(QStringLiteral("a.b+c@x.cn")));
+  EXPECT_TRUE(isSafeAddress(u"a.b+c@x.cn"_s));
   EXPECT_FALSE(isSafeAddress(QString()));
-  EXPECT_FALSE(isSafeAddress(QStringLiteral("a b@x")));
-  EXPECT_FALSE(isSafeAddress(QStringLiteral("a@x>\r\nRCPT TO:<b@y")));  // command injection
-  EXPECT_FALSE(isSafeAddress(QStringLiteral("a@x\tb")));
+  EXPECT_FALSE(isSafeAddress(u"a b@x"_s));
+  EXPECT_FALSE(isSafeAddress(u"a@x>\r\nRCPT TO:<b@y"_s));  // command injection
+  EXPECT_FALSE(isSafeAddress(u"a@x\tb"_s));
 }
 
 TEST(SmtpTranscript, AuthPlainNeverShowsTheCredentials) {
-  ProtocolLog log(QStringLiteral("t02"), QStringLiteral("s3cret!"));
+  ProtocolLog log(u"t02"_s, u"s3cret!"_s);
   const QByteArray initial = (QByteArray(1, 0) + "t02" + QByteArray(1, 0) + "s3cret!").toBase64();
-  EXPECT_EQ(log.outgoing("AUTH PLAIN " + initial), QStringLiteral("AUTH PLAIN *****"));
+  EXPECT_EQ(log.outgoing("AUTH PLAIN " + initial), u"AUTH PLAIN *****"_s);
   EXPECT_EQ(log.incoming("535 5.7.8 Authentication credentials invalid"),
-            QStringLiteral("535 5.7.8 Authentication credentials invalid"));
+            u"535 5.7.8 Authentication credentials invalid"_s);
   EXPECT_EQ(log.errorCode(), 535);
-  EXPECT_EQ(log.errorCommand(), QStringLiteral("AUTH PLAIN *****"));
+  EXPECT_EQ(log.errorCommand(), u"AUTH PLAIN *****"_s);
   // After the exchange ended, ordinary commands are shown again.
-  EXPECT_EQ(log.outgoing("QUIT"), QStringLiteral("QUIT"));
+  EXPECT_EQ(log.outgoing("QUIT"), u"QUIT"_s);
 }
 
 TEST(SmtpTranscript, AuthLoginHidesEveryAnswerToAChallenge) {
-  ProtocolLog log(QStringLiteral("t02"), QStringLiteral("pw"));  // too short to hide literally
-  EXPECT_EQ(log.outgoing("AUTH LOGIN"), QStringLiteral("AUTH LOGIN"));
+  ProtocolLog log(u"t02"_s, u"pw"_s);  // too short to hide literally
+  EXPECT_EQ(log.outgoing("AUTH LOGIN"), u"AUTH LOGIN"_s);
   log.incoming("334 VXNlciBOYW1lAA==");
-  EXPECT_EQ(log.outgoing(QByteArray("t02").toBase64()), QStringLiteral("*****"));
+  EXPECT_EQ(log.outgoing(QByteArray("t02").toBase64()), u"*****"_s);
   log.incoming("334 UGFzc3dvcmQA");
-  EXPECT_EQ(log.outgoing(QByteArray("pw").toBase64()), QStringLiteral("*****"));
+  EXPECT_EQ(log.outgoing(QByteArray("pw").toBase64()), u"*****"_s);
   log.incoming("235 2.7.0 Authentication successful");
-  EXPECT_EQ(log.outgoing("MAIL FROM:<a@x>"), QStringLiteral("MAIL FROM:<a@x>"));
+  EXPECT_EQ(log.outgoing("MAIL FROM:<a@x>"), u"MAIL FROM:<a@x>"_s);
 }
 
 TEST(SmtpTranscript, PasswordIsHiddenWhereverItAppears) {
-  ProtocolLog log(QStringLiteral("u"), QStringLiteral("kvpass"));
-  EXPECT_EQ(log.incoming("535 bad password kvpass"), QStringLiteral("535 bad password *****"));
-  EXPECT_EQ(log.note("login u:kvpass"), QStringLiteral("login u:*****"));
-  EXPECT_FALSE(log.errorReply().contains(QStringLiteral("kvpass")));
-  EXPECT_EQ(log.note(QByteArray("kvpass").toBase64()), QStringLiteral("*****"));
+  ProtocolLog log(u"u"_s, u"kvpass"_s);
+  EXPECT_EQ(log.incoming("535 bad password kvpass"), u"535 bad password *****"_s);
+  EXPECT_EQ(log.note("login u:kvpass"), u"login u:*****"_s);
+  EXPECT_FALSE(log.errorReply().contains(u"kvpass"_s));
+  EXPECT_EQ(log.note(QByteArray("kvpass").toBase64()), u"*****"_s);
 }
 
 TEST(SmtpTranscript, TheLastErrorReplyIsKept) {
@@ -73,13 +72,13 @@ TEST(SmtpTranscript, TheLastErrorReplyIsKept) {
   EXPECT_EQ(log.errorCode(), 0);  // a reply counts only once complete
   log.incoming("550 5.1.1 User unknown");
   EXPECT_EQ(log.errorCode(), 550);
-  EXPECT_EQ(log.errorReply(), QStringLiteral("550-5.1.1 first line 5.1.1 User unknown"));
-  EXPECT_EQ(log.errorCommand(), QStringLiteral("RCPT TO:<reject@x>"));
+  EXPECT_EQ(log.errorReply(), u"550-5.1.1 first line 5.1.1 User unknown"_s);
+  EXPECT_EQ(log.errorCommand(), u"RCPT TO:<reject@x>"_s);
   // The QUIT that follows a failure must not hide what failed.
   log.outgoing("QUIT");
   log.incoming("221 Bye");
   EXPECT_EQ(log.errorCode(), 550);
-  EXPECT_EQ(log.errorCommand(), QStringLiteral("RCPT TO:<reject@x>"));
+  EXPECT_EQ(log.errorCommand(), u"RCPT TO:<reject@x>"_s);
 }
 
 }  // namespace

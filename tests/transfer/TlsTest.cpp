@@ -16,7 +16,7 @@ using namespace kvtest;
 
 namespace {
 
-const QString kUser = QStringLiteral("t05");
+const QString kUser = u"t05"_s;
 constexpr long kNone = 0, kUpgrade = 1, kImplicit = 2;
 
 const TlsServers& tls() {
@@ -27,7 +27,7 @@ const TlsServers& tls() {
 // needed; the mailbox helpers are turned to the TLS Dovecot's Maildirs.
 const LoopbackServers& plain() {
   static const LoopbackServers servers =
-      loopbackServersIn(qEnvironmentVariable("KV_BUILD_DIR") + QStringLiteral("/servers/mail"));
+      loopbackServersIn(qEnvironmentVariable("KV_BUILD_DIR") + u"/servers/mail"_s);
   return servers;
 }
 
@@ -55,7 +55,7 @@ class Tls : public ::testing::Test {
   // Receives only over a verified connection and never logs in before.
   static void receive(const Case& c) {
     ASSERT_TRUE(clearMailbox(kUser));
-    ASSERT_FALSE(dropMail(kUser, sampleMail(QStringLiteral("加密"))).isEmpty());
+    ASSERT_FALSE(dropMail(kUser, sampleMail(u"加密"_s)).isEmpty());
     TransferRig rig;
     rig.usePop3(c.pop3, kUser, loopbackServers().password);
     rig.account().lPop3Security = c.mode;
@@ -66,17 +66,17 @@ class Tls : public ::testing::Test {
     if (c.reason.isEmpty()) {
       EXPECT_TRUE(rig.lastOk()) << log.toStdString();
       EXPECT_EQ(rig.count(), 1);
-      EXPECT_EQ(rig.logLines().contains(QStringLiteral("STLS")), c.mode == kUpgrade);
+      EXPECT_EQ(rig.logLines().contains(u"STLS"_s), c.mode == kUpgrade);
       // The session's own steps are the plain ones: the login follows the encrypted greeting.
-      const qsizetype verified = log.indexOf(QStringLiteral("服务器证书已验证"));
-      EXPECT_TRUE(verified >= 0 && verified < log.indexOf(QStringLiteral("USER ")));
+      const qsizetype verified = log.indexOf(u"服务器证书已验证"_s);
+      EXPECT_TRUE(verified >= 0 && verified < log.indexOf(u"USER "_s));
       return;
     }
-    EXPECT_EQ(rig.taskState(1), QStringLiteral("失败"));
+    EXPECT_EQ(rig.taskState(1), u"失败"_s);
     ASSERT_EQ(rig.view().errors.size(), 1) << log.toStdString();
     EXPECT_TRUE(rig.view().errors.first().contains(c.reason))
         << rig.view().errors.first().toStdString();
-    EXPECT_FALSE(log.contains(QStringLiteral("USER ")));
+    EXPECT_FALSE(log.contains(u"USER "_s));
     EXPECT_EQ(rig.count(), 0);
     EXPECT_EQ(listMails(kUser).size(), 1);  // the mail stays on the server
   }
@@ -86,17 +86,17 @@ class Tls : public ::testing::Test {
     ASSERT_TRUE(clearMailbox(kUser));
     kvmail::SmtpSender sender;
     SenderProbe probe(sender);
-    sender.setServer(QStringLiteral("127.0.0.1"));
+    sender.setServer(u"127.0.0.1"_s);
     sender.setPort(c.smtp);
     sender.setSecurity(c.mode);
     sender.setCertificateFile(c.pinned);
     sender.setAuthenticate(true);
     sender.setUserName(kUser);
     sender.setPassword(loopbackServers().password);
-    sender.setFromAddress(QStringLiteral("sales@kvmail.localhost"));
+    sender.setFromAddress(u"sales@kvmail.localhost"_s);
     sender.setRecipients(addressOf(kUser));
-    sender.setSubject(QStringLiteral("加密发送"));
-    sender.setBody(QStringLiteral("<p>您好</p>"));
+    sender.setSubject(u"加密发送"_s);
+    sender.setBody(u"<p>您好</p>"_s);
     const bool sent = sender.Send();
     EXPECT_FALSE(probe.shown().contains(loopbackServers().password));
     if (c.reason.isEmpty()) {
@@ -121,22 +121,22 @@ TEST_F(Tls, ReceivesAndSendsOnlyOverAVerifiedConnection) {
        tls().goodCertFile, ""},
       {"no mode: STARTTLS because the server offers it", kNone, 0, tls().smtpPort, ca, ""},
       {"the system's store does not know the test CA", kImplicit, tls().pop3sPort, tls().smtpsPort,
-       "", QStringLiteral("服务器证书不是由本机信任的证书机构签发的")},
+       "", u"服务器证书不是由本机信任的证书机构签发的"_s},
       {"another CA pinned, after the upgrade", kUpgrade, tls().pop3Port, tls().smtpPort,
-       tls().otherCaFile, QStringLiteral("服务器证书与帐户指定的证书文件不符")},
+       tls().otherCaFile, u"服务器证书与帐户指定的证书文件不符"_s},
       {"certificate for another host", kImplicit, tls().wrongNameTlsPort, tls().wrongNameTlsPort,
-       ca, QStringLiteral("服务器证书不是签发给“127.0.0.1”的")},
+       ca, u"服务器证书不是签发给“127.0.0.1”的"_s},
       {"certificate for another host, after STARTTLS", kUpgrade, 0, tls().wrongNameStarttlsPort, ca,
-       QStringLiteral("服务器证书不是签发给“127.0.0.1”的")},
+       u"服务器证书不是签发给“127.0.0.1”的"_s},
       {"expired certificate", kImplicit, tls().expiredTlsPort, tls().expiredTlsPort, ca,
-       QStringLiteral("服务器证书已过期")},
+       u"服务器证书已过期"_s},
       {"server without the upgrade", kUpgrade, plain().pop3Port, plain().smtpPort, ca,
-       QStringLiteral("不支持 STLS 加密")},
+       u"不支持 STLS 加密"_s},
       {"a server in clear on the TLS port", kImplicit, plain().pop3Port, plain().smtpPort, ca,
-       QStringLiteral("建立加密连接")},
-      {"pinned file missing", kUpgrade, tls().pop3Port, tls().smtpPort,
-       ca + QStringLiteral(".gone"), QStringLiteral("文件不存在")},
-      {"unknown mode", 3, tls().pop3Port, tls().smtpPort, ca, QStringLiteral("无法识别")},
+       u"建立加密连接"_s},
+      {"pinned file missing", kUpgrade, tls().pop3Port, tls().smtpPort, ca + u".gone"_s,
+       u"文件不存在"_s},
+      {"unknown mode", 3, tls().pop3Port, tls().smtpPort, ca, u"无法识别"_s},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
@@ -153,12 +153,12 @@ TEST(TlsScripted, BytesInjectedBeforeTheHandshakeEndTheSession) {
     return {QByteArrayLiteral("+OK\r\n")};
   });
   TransferRig rig;
-  rig.usePop3(server.port(), kUser, QStringLiteral("secret-pass"));
+  rig.usePop3(server.port(), kUser, u"secret-pass"_s);
   rig.account().lPop3Security = kUpgrade;
   ASSERT_TRUE(rig.receive(15000));
-  EXPECT_EQ(rig.taskState(1), QStringLiteral("失败"));
+  EXPECT_EQ(rig.taskState(1), u"失败"_s);
   ASSERT_EQ(rig.view().errors.size(), 1);
-  EXPECT_TRUE(rig.view().errors.first().contains(QStringLiteral("多发送了数据")));
+  EXPECT_TRUE(rig.view().errors.first().contains(u"多发送了数据"_s));
   EXPECT_EQ(server.commands(), QList<QByteArray>{"STLS"});
 }
 

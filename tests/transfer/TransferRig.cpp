@@ -12,9 +12,9 @@ namespace kvtest {
 
 TransferRig::TransferRig() {
   account_ = std::make_shared<kvmail::clsAccount>();
-  account_->sName = QStringLiteral("测试帐户");
-  account_->sFrom = QStringLiteral("测试");
-  account_->sFromAddress = QStringLiteral("sender@kvmail.test");
+  account_->sName = u"测试帐户"_s;
+  account_->sFrom = u"测试"_s;
+  account_->sFromAddress = u"sender@kvmail.test"_s;
   account_->bIsDelete = false;  // keep on the server unless a test says otherwise
   run_ = std::make_unique<kvmail::TransferRun>(view_);
 }
@@ -25,7 +25,7 @@ TransferRig::~TransferRig() {
 
 void TransferRig::usePop3(quint16 port, const QString& user, const QString& password) {
   account_->lPop3Port = port;
-  account_->sPop3 = QStringLiteral("127.0.0.1");
+  account_->sPop3 = u"127.0.0.1"_s;
   account_->sUserName = user;
   account_->sPassword = password;
 }
@@ -47,7 +47,7 @@ bool TransferRig::run(const kvmail::BundlePtr& bundle, bool sendOnly, int timeou
 }
 
 QByteArray TransferRig::storedMessage(long mailId) {
-  const QString file = path(QStringLiteral("stored-%1.eml").arg(mailId));
+  const QString file = path(u"stored-%1.eml"_s.arg(mailId));
   QFile::remove(file);
   if (!kvmail::MailStore(*host).messageToFile(mailId, file)) return {};
   return readAll(file);
@@ -60,7 +60,7 @@ QList<QByteArray> sampleMails(const QStringList& subjects) {
 }
 
 QByteArray sampleMail(const QString& subject, const QByteArray& body) {
-  return "From: =?UTF-8?B?" + QStringLiteral("王五").toUtf8().toBase64() +
+  return "From: =?UTF-8?B?" + u"王五"_s.toUtf8().toBase64() +
          "?= <wang@kvmail.test>\r\n"
          "To: Li Si <lisi@kvmail.test>, zhao@kvmail.test\r\n"
          "Cc: copy@kvmail.test\r\n"

@@ -34,7 +34,7 @@ class TransferRig : public StoreRig {
   bool receive(int timeoutMs = 30000);
   // Logs in to the scripted server as "u" with password "p" and receives.
   bool receiveFrom(const FakePop3Server& server, int timeoutMs = 10000) {
-    usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+    usePop3(server.port(), u"u"_s, u"p"_s);
     return receive(timeoutMs);
   }
   // Opens the window on a bundle and waits until every task ended.
@@ -44,9 +44,7 @@ class TransferRig : public StoreRig {
   // The log as its lines, and as one text.
   QStringList logLines() const { return view_.log; }
   QString log() const { return view_.logText(); }
-  int count(const QString& where = {}) const {
-    return StoreRig::count(QStringLiteral("msgmail"), where);
-  }
+  int count(const QString& where = {}) const { return StoreRig::count(u"msgmail"_s, where); }
   // The stored message file of one row.
   QByteArray storedMessage(long mailId);
   QString taskState(int row) const { return view_.taskState(row); }

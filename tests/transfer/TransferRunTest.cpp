@@ -26,7 +26,7 @@ const Commands kLogin = FakePop3Server::loggedIn({});
 
 TEST(TransferRun, CloseWhenDoneHidesTheWindowAfterAReceiveThatWentWell) {
   FakePop3Server server;
-  server.setHandler(FakePop3Server::mailbox(mails({QStringLiteral("好")}), uidls(1)));
+  server.setHandler(FakePop3Server::mailbox(mails({u"好"_s}), uidls(1)));
   TransferRig rig;
   rig.view().closeChecked = true;
   ASSERT_TRUE(rig.receiveFrom(server));
@@ -37,16 +37,15 @@ TEST(TransferRun, CloseWhenDoneHidesTheWindowAfterAReceiveThatWentWell) {
 TEST(TransferRun, ASocketErrorEndsTheRunAndTheWindowSaysSo) {
   TransferRig rig;
   rig.view().closeChecked = true;  // not closed after a run that failed: the user must see why
-  rig.usePop3(kvtest::closedPort(), QStringLiteral("u"), QStringLiteral("p"));
+  rig.usePop3(kvtest::closedPort(), u"u"_s, u"p"_s);
   ASSERT_TRUE(rig.receive(10000));  // the run ends: nothing waits for ever
   EXPECT_FALSE(rig.lastOk());
   // The row keeps the text it always kept; the animation stops and the error is listed.
-  EXPECT_EQ(rig.taskState(1), QStringLiteral("正在执行"));
-  EXPECT_EQ(rig.view().animations.last(), QStringLiteral("-"));
+  EXPECT_EQ(rig.taskState(1), u"正在执行"_s);
+  EXPECT_EQ(rig.view().animations.last(), u"-"_s);
   ASSERT_EQ(rig.view().errors.size(), 1);
-  EXPECT_TRUE(rig.view().errors.first().startsWith(QStringLiteral("10061 : ")));
-  EXPECT_EQ(rig.view().captionText,
-            QStringLiteral("处理请求的任务时出错。请复查下列错误列表以获取详细信息"));
+  EXPECT_TRUE(rig.view().errors.first().startsWith(u"10061 : "_s));
+  EXPECT_EQ(rig.view().captionText, u"处理请求的任务时出错。请复查下列错误列表以获取详细信息"_s);
   EXPECT_TRUE(rig.view().errorPage);
   EXPECT_FALSE(rig.view().stopEnabled);
   EXPECT_FALSE(rig.view().hidden);
@@ -58,15 +57,15 @@ TEST(TransferRun, TheSilenceGuardSaysWhatHappened) {
     QList<QByteArray> retr;  // the server's answer to RETR, then silence
     QString reason;          // how the error row begins
   };
-  const QByteArray mail = kvtest::sampleMail(QStringLiteral("半"), QByteArray(4000, 'h') + "\r\n");
+  const QByteArray mail = kvtest::sampleMail(u"半"_s, QByteArray(4000, 'h') + "\r\n");
   const QList<Case> cases = {
       {"refused",
        {"-ERR message is locked\r\n"},
-       QStringLiteral("服务器拒绝发送第1封邮件：-ERR message is locked")},
+       u"服务器拒绝发送第1封邮件：-ERR message is locked"_s},
       {"half a message",
        {"+OK 4200 octets\r\n" + mail.left(1500)},
-       QStringLiteral("接收第1封邮件时，服务器0.4秒内没有继续发送")},
-      {"no answer", {}, QStringLiteral("服务器0.4秒内没有响应")},
+       u"接收第1封邮件时，服务器0.4秒内没有继续发送"_s},
+      {"no answer", {}, u"服务器0.4秒内没有响应"_s},
   };
   for (const Case& c : cases) {
     FakePop3Server server;
@@ -80,7 +79,7 @@ TEST(TransferRun, TheSilenceGuardSaysWhatHappened) {
     ASSERT_TRUE(rig.receiveFrom(server)) << c.what;
     EXPECT_FALSE(rig.lastOk()) << c.what;
     EXPECT_FALSE(server.sawCommand("DELE")) << c.what;  // nothing stored, nothing deleted
-    EXPECT_EQ(rig.taskState(1), QStringLiteral("失败")) << c.what;
+    EXPECT_EQ(rig.taskState(1), u"失败"_s) << c.what;
     ASSERT_EQ(rig.view().errors.size(), 1) << c.what;
     EXPECT_TRUE(rig.view().errors.first().startsWith(c.reason))
         << c.what << ": " << rig.view().errors.first().toStdString();
@@ -92,9 +91,9 @@ TEST(TransferRun, AStoreThatRefusesAMailKeepsItOnTheServerForNextTime) {
   const QStringList subjects{"one", "two", "third", "four", "five"};
   TransferRig rig;
   rig.account().bIsDelete = true;
-  ASSERT_TRUE(rig.addTrigger(
-      QStringLiteral("create trigger refuse_third before insert on msgmail when new.主题='third' "
-                     "begin select raise(abort, 'third refused'); end")));
+  ASSERT_TRUE(
+      rig.addTrigger(u"create trigger refuse_third before insert on msgmail when new.主题='third' "
+                     "begin select raise(abort, 'third refused'); end"_s));
   // The user leaves the error box open well past the silence guard: the session lives on.
   rig.run().setPop3StallTimeout(300);
   rig.view().whileAsked = [] { kvtest::pumpEvents(900); };
@@ -104,20 +103,19 @@ TEST(TransferRun, AStoreThatRefusesAMailKeepsItOnTheServerForNextTime) {
     ASSERT_TRUE(rig.receiveFrom(server, 15000));
     EXPECT_FALSE(rig.lastOk());  // the task tells that a mail did not arrive this time
     ASSERT_EQ(rig.view().errors.size(), 1);
-    EXPECT_TRUE(rig.view().errors.first().contains(QStringLiteral("third refused")));
-    EXPECT_EQ(rig.view().captionText,
-              QStringLiteral("处理请求的任务时出错。请复查下列错误列表以获取详细信息"));
+    EXPECT_TRUE(rig.view().errors.first().contains(u"third refused"_s));
+    EXPECT_EQ(rig.view().captionText, u"处理请求的任务时出错。请复查下列错误列表以获取详细信息"_s);
     const Commands expected{"UIDL 1", "RETR 1", "DELE 1", "UIDL 2", "RETR 2",
                             "DELE 2", "UIDL 3", "RETR 3", "UIDL 4", "RETR 4",
                             "DELE 4", "UIDL 5", "RETR 5", "DELE 5", "QUIT"};
     EXPECT_EQ(server.commands(), kLogin + expected);
     EXPECT_EQ(rig.count(), 4);
-    EXPECT_EQ(rig.count(QStringLiteral("主题='third'")), 0);
+    EXPECT_EQ(rig.count(u"主题='third'"_s), 0);
     ASSERT_EQ(rig.prompt().messages().size(), 1);
-    EXPECT_TRUE(rig.prompt().messages().first().contains(QStringLiteral("third refused")));
+    EXPECT_TRUE(rig.prompt().messages().first().contains(u"third refused"_s));
   }
   // Next session, the store takes it: only the third is fetched again.
-  rig.host->execute(QStringLiteral("drop trigger refuse_third"));
+  rig.host->execute(u"drop trigger refuse_third"_s);
   rig.view().whileAsked = nullptr;
   FakePop3Server server;
   server.setHandler(FakePop3Server::mailbox(mails(subjects), uidls(5)));
@@ -131,33 +129,33 @@ TEST(TransferRun, AStoreThatRefusesAMailKeepsItOnTheServerForNextTime) {
 
 TEST(TransferRun, ADeadStoreShowsOneBoxAndLogsTheRest) {
   TransferRig rig;
-  ASSERT_TRUE(rig.addTrigger(QStringLiteral(
-      "create trigger refuse_all before insert on msgmail begin select raise(abort, 'disk "
-      "full'); end")));
+  ASSERT_TRUE(rig.addTrigger(
+      u"create trigger refuse_all before insert on msgmail begin select raise(abort, 'disk "
+      "full'); end"_s));
   FakePop3Server server;
   server.setHandler(FakePop3Server::mailbox(mails({"a", "b", "c"}), uidls(3)));
   ASSERT_TRUE(rig.receiveFrom(server));
   EXPECT_EQ(rig.prompt().messages().size(), 1);
-  EXPECT_EQ(rig.log().count(QStringLiteral("disk full")), 2);  // the second and third mail
+  EXPECT_EQ(rig.log().count(u"disk full"_s), 2);  // the second and third mail
   EXPECT_EQ(rig.view().errors.size(), 3);
   EXPECT_EQ(rig.count(), 0);
 }
 
 TEST(TransferRun, ARequestDuringARunWaitsAndDoesNotSendAMailTwice) {
   TransferRig rig;
-  rig.account().sSmtp = QStringLiteral("127.0.0.1");
+  rig.account().sSmtp = u"127.0.0.1"_s;
   rig.account().lSmtpPort = kvtest::closedPort();  // the send fails, which is enough to see it ran
   kvmail::OutgoingMail out;
-  out.from = {QString(), QStringLiteral("sender@kvmail.test")};
-  out.to = {{QString(), QStringLiteral("to@kvmail.test")}};
-  out.subject = QStringLiteral("待发");
+  out.from = {QString(), u"sender@kvmail.test"_s};
+  out.to = {{QString(), u"to@kvmail.test"_s}};
+  out.subject = u"待发"_s;
   kvmail::StoreFailure failure;
   const kvmail::MailStore store(*rig.host);
   ASSERT_EQ(
       store.storeComposed({kvmail::composedMail(out, rig.folder() + "/q.eml")}, &failure).size(),
       1);
 
-  const QByteArray slow = kvtest::sampleMail(QStringLiteral("慢"), QByteArray(6000, 'y') + "\r\n");
+  const QByteArray slow = kvtest::sampleMail(u"慢"_s, QByteArray(6000, 'y') + "\r\n");
   FakePop3Server server;
   const auto mailbox = FakePop3Server::mailbox({slow}, uidls(1));
   server.setHandler([&](const QByteArray& command) -> QList<QByteArray> {
@@ -165,7 +163,7 @@ TEST(TransferRun, ARequestDuringARunWaitsAndDoesNotSendAMailTwice) {
     const QByteArray all = mailbox(command).first();
     return {all.left(3000), all.mid(3000)};
   });
-  rig.usePop3(server.port(), QStringLiteral("u"), QStringLiteral("p"));
+  rig.usePop3(server.port(), u"u"_s, u"p"_s);
 
   struct Case {
     const char* what;
@@ -176,15 +174,16 @@ TEST(TransferRun, ARequestDuringARunWaitsAndDoesNotSendAMailTwice) {
     QSignalSpy ended(&rig.run(), &kvmail::TransferRun::TasksEnded);
     const auto during = QObject::connect(&rig.run(), &kvmail::TransferRun::EvMailRead, [&] {
       rig.run().start(store.readSendQueue(), rig.host.get(), rig.accountPtr(), true);
-      if (c.sentMeanwhile) store.markSent(QStringLiteral("smtp"), 1);
+      if (c.sentMeanwhile) store.markSent(u"smtp"_s, 1);
     });
     rig.run().start(nullptr, rig.host.get(), rig.accountPtr(), false);
     while (ended.size() < c.runs) ASSERT_TRUE(ended.wait(10000)) << c.what;
     QObject::disconnect(during);
     kvtest::pumpEvents(200);
     EXPECT_EQ(ended.size(), c.runs) << c.what;
-    if (c.runs == 2)
-      EXPECT_TRUE(rig.view().tasks.first().text.startsWith(QStringLiteral("发送1封邮件")));
-    rig.host->execute(QStringLiteral("delete from msgmail where CshgnsID=1"));
+    if (c.runs == 2) {
+      EXPECT_TRUE(rig.view().tasks.first().text.startsWith(u"发送1封邮件"_s));
+    }
+    rig.host->execute(u"delete from msgmail where CshgnsID=1"_s);
   }
 }

@@ -18,7 +18,7 @@ using kvtest::ViewerRig;
 namespace {
 
 QString mixed() {
-  return QStringLiteral("mime/mixed_attachments.eml");
+  return u"mime/mixed_attachments.eml"_s;
 }
 
 }  // namespace
@@ -28,46 +28,45 @@ TEST(FrmMailWindow, HeaderBoxesFollowTheSenderRule) {
     QString name, address, shown;
   };
   const QList<Case> cases = {
-      {QString(), QStringLiteral("wang@kvmail.test"), QStringLiteral("wang@kvmail.test")},
-      {QStringLiteral("王五"), QStringLiteral("wang@kvmail.test"),
-       QStringLiteral("王五<wang@kvmail.test>")},
-      {QStringLiteral("Li Si"), QString(), QStringLiteral("Li Si<>")},
+      {QString(), u"wang@kvmail.test"_s, u"wang@kvmail.test"_s},
+      {u"王五"_s, u"wang@kvmail.test"_s, u"王五<wang@kvmail.test>"_s},
+      {u"Li Si"_s, QString(), u"Li Si<>"_s},
   };
   ViewerRig rig;
-  const long id = rig.store(kvtest::htmlMail(QStringLiteral("报价"), "<p>正文</p>"));
-  rig.set(id, QStringLiteral("收件人"), QStringLiteral("李四 <lisi@kvmail.test>"));
-  rig.set(id, QStringLiteral("发送时间"), QStringLiteral("2024-07-01 10:00:00"));
+  const long id = rig.store(kvtest::htmlMail(u"报价"_s, "<p>正文</p>"));
+  rig.set(id, u"收件人"_s, u"李四 <lisi@kvmail.test>"_s);
+  rig.set(id, u"发送时间"_s, u"2024-07-01 10:00:00"_s);
   for (const Case& c : cases) {
-    rig.set(id, QStringLiteral("发件人"), c.name);
-    rig.set(id, QStringLiteral("发件人邮箱"), c.address);
+    rig.set(id, u"发件人"_s, c.name);
+    rig.set(id, u"发件人邮箱"_s, c.address);
     rig.show(id);
     EXPECT_EQ(rig.box(1), c.shown);
-    EXPECT_EQ(rig.box(0), QStringLiteral("李四 <lisi@kvmail.test>"));
-    EXPECT_EQ(rig.box(2), QStringLiteral("2024-07-01 10:00:00"));
-    EXPECT_EQ(rig.box(3), QStringLiteral("报价"));
+    EXPECT_EQ(rig.box(0), u"李四 <lisi@kvmail.test>"_s);
+    EXPECT_EQ(rig.box(2), u"2024-07-01 10:00:00"_s);
+    EXPECT_EQ(rig.box(3), u"报价"_s);
   }
-  rig.set(id, QStringLiteral("收件人"), QVariant());  // a null shows as empty
+  rig.set(id, u"收件人"_s, QVariant());  // a null shows as empty
   rig.show(id);
   EXPECT_EQ(rig.box(0), QString());
 }
 
 TEST(FrmMailWindow, PriorityOneAndTwoShowTheStripAnythingElseHidesIt) {
   const QList<QPair<QVariant, QString>> cases = {
-      {1, QStringLiteral("邮件状态：高优先级。")},
-      {2, QStringLiteral("邮件状态：低优先级。")},
+      {1, u"邮件状态：高优先级。"_s},
+      {2, u"邮件状态：低优先级。"_s},
       {3, QString()},
       {5, QString()},
       {0, QString()},
       {QVariant(), QString()},
   };
   ViewerRig rig;
-  const long id = rig.store(kvtest::htmlMail(QStringLiteral("优先级"), "<p>x</p>"));
+  const long id = rig.store(kvtest::htmlMail(u"优先级"_s, "<p>x</p>"));
   for (const auto& [priority, text] : cases) {
-    rig.set(id, QStringLiteral("优先级"), priority);
+    rig.set(id, u"优先级"_s, priority);
     kvmail::FrmMail* w = rig.show(id);
-    const auto* strip = w->findChild<QFrame*>(QStringLiteral("PicType"));
+    const auto* strip = w->findChild<QFrame*>(u"PicType"_s);
     EXPECT_EQ(strip->isVisible(), !text.isEmpty()) << priority.toString().toStdString();
-    EXPECT_EQ(rig.label(QStringLiteral("lblType"))->text(), text);
+    EXPECT_EQ(rig.label(u"lblType"_s)->text(), text);
   }
 }
 
@@ -76,14 +75,14 @@ TEST(FrmMailWindow, LoadingIssuesTheHeaderQueryAndTheStoredFileCopyAndChangesNot
   const long id = rig.storeData(mixed());
   kvtest::RecordingHost logging(*rig.host);
   kvmail::FrmMail window;
-  window.py_Init(id, &logging, QStringLiteral("查看"));
+  window.py_Init(id, &logging, u"查看"_s);
   namespace sql = kvmail::sql;
   EXPECT_EQ(logging.queries,
             (QStringList{sql::mailHeader(id),
                          sql::columnToFileQuery(sql::messageColumn(), sql::mailTable(),
                                                 sql::mailKey(), id)}));
   EXPECT_TRUE(logging.statements.isEmpty()) << logging.statements.join('\n').toStdString();
-  EXPECT_EQ(window.findChild<QTreeWidget*>(QStringLiteral("LView"))->topLevelItemCount(), 3);
+  EXPECT_EQ(window.findChild<QTreeWidget*>(u"LView"_s)->topLevelItemCount(), 3);
 }
 
 TEST(FrmMailWindow, TheStoredMailAndItsAttachmentsAreSavedUnderItsNumberInTheTempFolder) {
@@ -95,25 +94,24 @@ TEST(FrmMailWindow, TheStoredMailAndItsAttachmentsAreSavedUnderItsNumberInTheTem
   ASSERT_TRUE(kvtest::writeAll(file, QByteArray(message.size() * 2, 'x')));
   rig.show(id);
   EXPECT_EQ(kvtest::readAll(file), message);
-  EXPECT_EQ(rig.box(3), QStringLiteral("季度报表"));
-  EXPECT_EQ(rig.rows(),
-            (QStringList{QStringLiteral("0k|合同（草案）.doc"), QStringLiteral("1k|报价单.xls"),
-                         QStringLiteral("2k|很长的文件名_第二季度销售报表汇总.pdf")}));
+  EXPECT_EQ(rig.box(3), u"季度报表"_s);
+  EXPECT_EQ(rig.rows(), (QStringList{u"0k|合同（草案）.doc"_s, u"1k|报价单.xls"_s,
+                                     u"2k|很长的文件名_第二季度销售报表汇总.pdf"_s}));
   const QStringList paths = rig.rowPaths();
   EXPECT_EQ(kvtest::readAll(paths.value(1)), QByteArray("xls-bytes"));
   for (const QString& p : paths) EXPECT_TRUE(p.startsWith(rig.folder() + '/')) << p.toStdString();
-  EXPECT_TRUE(rig.label(QStringLiteral("lblAttach"))->isVisible());
-  EXPECT_TRUE(rig.bodyText().contains(QStringLiteral("请查收附件。")));
+  EXPECT_TRUE(rig.label(u"lblAttach"_s)->isVisible());
+  EXPECT_TRUE(rig.bodyText().contains(u"请查收附件。"_s));
 }
 
 TEST(FrmMailWindow, AnAttachmentFlagOfZeroShowsNoRowsAndNoCaption) {
   ViewerRig rig;
   const long id = rig.storeData(mixed());
-  rig.set(id, QStringLiteral("附件"), 0);
+  rig.set(id, u"附件"_s, 0);
   rig.show(id);
   EXPECT_EQ(rig.list()->topLevelItemCount(), 0);
-  EXPECT_FALSE(rig.label(QStringLiteral("lblAttach"))->isVisible());
-  EXPECT_TRUE(rig.bodyText().contains(QStringLiteral("请查收附件。")));  // the body still shows
+  EXPECT_FALSE(rig.label(u"lblAttach"_s)->isVisible());
+  EXPECT_TRUE(rig.bodyText().contains(u"请查收附件。"_s));  // the body still shows
 
   // Moving from a mail with rows to one without clears them.
   const long with = rig.storeData(mixed());
@@ -138,15 +136,15 @@ TEST(FrmMailWindow, ReplyReplyToAllForwardAndCloseRaiseTheirEventAndClose) {
       {"frame", false, false},
   };
   ViewerRig rig;
-  const long id = rig.store(kvtest::htmlMail(QStringLiteral("答复"), "<p>x</p>"));
+  const long id = rig.store(kvtest::htmlMail(u"答复"_s, "<p>x</p>"));
   for (const Case& c : cases) {
     kvmail::FrmMail* w = rig.show(id);
     QSignalSpy reply(w, &kvmail::FrmMail::RevertMail);
     QSignalSpy forward(w, &kvmail::FrmMail::TransmitMail);
     QSignalSpy unload(w, &kvmail::FrmMail::Unload);
-    if (c.command == QLatin1String("frame"))
+    if (c.command == "frame"_L1)
       w->close();
-    else if (c.command.startsWith(QLatin1String("key:")))
+    else if (c.command.startsWith("key:"_L1))
       w->toolbarClick(c.command.mid(4));
     else
       rig.action(c.command)->trigger();
@@ -163,16 +161,16 @@ TEST(FrmMailWindow, ReplyReplyToAllForwardAndCloseRaiseTheirEventAndClose) {
   // Unknown keys and menu names in the wrong case do nothing.
   kvmail::FrmMail* w = rig.show(id);
   QSignalSpy move(w, &kvmail::FrmMail::RecordMove);
-  w->toolbarClick(QStringLiteral("TBUnknown"));
-  w->menuClick(QStringLiteral("mnumailnext"));
+  w->toolbarClick(u"TBUnknown"_s);
+  w->menuClick(u"mnumailnext"_s);
   EXPECT_TRUE(move.isEmpty());
   EXPECT_TRUE(w->isVisible());
 }
 
 TEST(FrmMailWindow, PreviousAndNextAskTheHostAndShowTheMailItLeaves) {
   ViewerRig rig;
-  const long first = rig.store(kvtest::htmlMail(QStringLiteral("第一封"), "<p>一</p>"));
-  const long second = rig.store(kvtest::htmlMail(QStringLiteral("第二封"), "<p>二</p>"));
+  const long first = rig.store(kvtest::htmlMail(u"第一封"_s, "<p>一</p>"));
+  const long second = rig.store(kvtest::htmlMail(u"第二封"_s, "<p>二</p>"));
   QList<long> directions;
   QObject::connect(rig.mail.get(), &kvmail::clsMail::EvRecordMove, [&](long direction, long* id) {
     directions << direction;
@@ -180,24 +178,24 @@ TEST(FrmMailWindow, PreviousAndNextAskTheHostAndShowTheMailItLeaves) {
     if (direction < 0 && *id == second) *id = first;
   });
   rig.show(first);
-  rig.action(QStringLiteral("TBNext"))->trigger();
+  rig.action(u"TBNext"_s)->trigger();
   EXPECT_EQ(rig.viewer()->mailId(), second);
-  EXPECT_EQ(rig.box(3), QStringLiteral("第二封"));
-  EXPECT_EQ(rig.bodyText(), QStringLiteral("二"));
-  rig.action(QStringLiteral("mnuMailNext"))->trigger();  // the last one: the host leaves it
-  EXPECT_EQ(rig.box(3), QStringLiteral("第二封"));
-  rig.action(QStringLiteral("mnuMailPrior"))->trigger();
-  EXPECT_EQ(rig.box(3), QStringLiteral("第一封"));
-  rig.action(QStringLiteral("TBPrior"))->trigger();
-  EXPECT_EQ(rig.box(3), QStringLiteral("第一封"));
+  EXPECT_EQ(rig.box(3), u"第二封"_s);
+  EXPECT_EQ(rig.bodyText(), u"二"_s);
+  rig.action(u"mnuMailNext"_s)->trigger();  // the last one: the host leaves it
+  EXPECT_EQ(rig.box(3), u"第二封"_s);
+  rig.action(u"mnuMailPrior"_s)->trigger();
+  EXPECT_EQ(rig.box(3), u"第一封"_s);
+  rig.action(u"TBPrior"_s)->trigger();
+  EXPECT_EQ(rig.box(3), u"第一封"_s);
   EXPECT_EQ(directions, (QList<long>{1, 1, -1, -1}));
   EXPECT_TRUE(rig.viewer()->isVisible());
 }
 
 TEST(FrmMailWindow, DeleteShowsTheMailTheHostNamesOrClosesWhenNoneIsLeft) {
   ViewerRig rig;
-  const long first = rig.store(kvtest::htmlMail(QStringLiteral("要删除的"), "<p>一</p>"));
-  const long second = rig.store(kvtest::htmlMail(QStringLiteral("下一封"), "<p>二</p>"));
+  const long first = rig.store(kvtest::htmlMail(u"要删除的"_s, "<p>一</p>"));
+  const long second = rig.store(kvtest::htmlMail(u"下一封"_s, "<p>二</p>"));
   QList<long> asked;
   long next = second;
   QObject::connect(rig.mail.get(), &kvmail::clsMail::EvDelete, [&](long* id) {
@@ -206,55 +204,55 @@ TEST(FrmMailWindow, DeleteShowsTheMailTheHostNamesOrClosesWhenNoneIsLeft) {
   });
   kvmail::FrmMail* w = rig.show(first);
   QSignalSpy unload(w, &kvmail::FrmMail::Unload);
-  rig.action(QStringLiteral("TBDelete"))->trigger();
+  rig.action(u"TBDelete"_s)->trigger();
   EXPECT_EQ(w->mailId(), second);
-  EXPECT_EQ(rig.box(3), QStringLiteral("下一封"));
+  EXPECT_EQ(rig.box(3), u"下一封"_s);
   EXPECT_TRUE(w->isVisible());
   next = 0;
-  rig.action(QStringLiteral("mnuFileDelete"))->trigger();
+  rig.action(u"mnuFileDelete"_s)->trigger();
   EXPECT_FALSE(w->isVisible());
   EXPECT_EQ(unload.size(), 1);
   EXPECT_EQ(asked, (QList<long>{first, second}));
   // The window deletes nothing itself.
-  EXPECT_EQ(rig.value(QStringLiteral("select count(*) from msgmail where del=1")), "0");
+  EXPECT_EQ(rig.value(u"select count(*) from msgmail where del=1"_s), "0");
 }
 
 TEST(FrmMailWindow, SaveAsCopiesTheAttachmentAndSaysWhereOrThatItWasCancelled) {
   ViewerRig rig;
   const long id = rig.storeData(mixed());
   rig.show(id);
-  const QString target = rig.path(QStringLiteral("下载/合同 副本.doc"));
-  QDir().mkpath(rig.path(QStringLiteral("下载")));
+  const QString target = rig.path(u"下载/合同 副本.doc"_s);
+  QDir().mkpath(rig.path(u"下载"_s));
   // The dialog's answer comes padded with NULs and blanks, as the system's buffer hands it.
-  rig.prompt->answerSaveFile(QStringLiteral("  ") + target + QChar(0) + QChar(0) + u' ');
-  rig.action(QStringLiteral("mnuAttachSaveAs"))->trigger();
-  EXPECT_EQ(rig.status(), QStringLiteral("下载文件") + target + QStringLiteral("成功"));
+  rig.prompt->answerSaveFile(u"  "_s + target + QChar(0) + QChar(0) + u' ');
+  rig.action(u"mnuAttachSaveAs"_s)->trigger();
+  EXPECT_EQ(rig.status(), u"下载文件"_s + target + u"成功"_s);
   EXPECT_EQ(kvtest::readAll(target), kvtest::readAll(rig.rowPaths().first()));
   const auto dialogs = rig.prompt->records(ScriptedPrompt::Kind::SaveFile);
   ASSERT_EQ(dialogs.size(), 1);
-  EXPECT_TRUE(dialogs[0].folder.endsWith(QStringLiteral("合同（草案）.doc")));
+  EXPECT_TRUE(dialogs[0].folder.endsWith(u"合同（草案）.doc"_s));
 
   // Saving over an existing file replaces it whole.
   rig.list()->setCurrentItem(rig.list()->topLevelItem(1));
   rig.prompt->answerSaveFile(target);
-  rig.action(QStringLiteral("mnuAttachSaveAs"))->trigger();
+  rig.action(u"mnuAttachSaveAs"_s)->trigger();
   EXPECT_EQ(kvtest::readAll(target), QByteArray("xls-bytes"));
   // The next dialog starts in the folder chosen last.
   EXPECT_TRUE(rig.prompt->records(ScriptedPrompt::Kind::SaveFile)
                   .last()
-                  .folder.startsWith(rig.path(QStringLiteral("下载"))));
+                  .folder.startsWith(rig.path(u"下载"_s)));
 
-  rig.action(QStringLiteral("mnuAttachSaveAs"))->trigger();  // no answer: cancelled
-  EXPECT_EQ(rig.status(), QStringLiteral("取消了下载文件"));
-  EXPECT_EQ(QDir(rig.path(QStringLiteral("下载"))).entryList(QDir::Files).size(), 1);
+  rig.action(u"mnuAttachSaveAs"_s)->trigger();  // no answer: cancelled
+  EXPECT_EQ(rig.status(), u"取消了下载文件"_s);
+  EXPECT_EQ(QDir(rig.path(u"下载"_s)).entryList(QDir::Files).size(), 1);
 
   // A file that cannot be written is said so, and nothing appears.
-  const QString bad = rig.path(QStringLiteral("no-such-folder/x.doc"));
+  const QString bad = rig.path(u"no-such-folder/x.doc"_s);
   rig.prompt->answerSaveFile(bad);
-  rig.action(QStringLiteral("mnuAttachSaveAs"))->trigger();
-  EXPECT_EQ(rig.status(), QStringLiteral("下载文件") + bad + QStringLiteral("失败"));
+  rig.action(u"mnuAttachSaveAs"_s)->trigger();
+  EXPECT_EQ(rig.status(), u"下载文件"_s + bad + u"失败"_s);
   ASSERT_EQ(rig.prompt->messages().size(), 1);
-  EXPECT_TRUE(rig.prompt->messages().first().startsWith(QStringLiteral("附件另存为：")));
+  EXPECT_TRUE(rig.prompt->messages().first().startsWith(u"附件另存为："_s));
   EXPECT_FALSE(QFile::exists(bad));
 }
 
@@ -262,7 +260,7 @@ TEST(FrmMailWindow, OpeningAnAttachmentUsesTheDesktopAndAFailureSaysWhy) {
   ViewerRig rig;
   rig.show(rig.storeData(mixed()));
   rig.list()->setCurrentItem(rig.list()->topLevelItem(1));
-  rig.action(QStringLiteral("mnuAttachOpen"))->trigger();
+  rig.action(u"mnuAttachOpen"_s)->trigger();
   auto opened = rig.prompt->records(ScriptedPrompt::Kind::OpenWithDesktop);
   ASSERT_EQ(opened.size(), 1);
   EXPECT_EQ(opened[0].text, rig.rowPaths().value(1));
@@ -272,9 +270,8 @@ TEST(FrmMailWindow, OpeningAnAttachmentUsesTheDesktopAndAFailureSaysWhy) {
   Q_EMIT rig.list()->itemActivated(rig.list()->topLevelItem(0), 0);  // a double-click
   ASSERT_EQ(rig.prompt->messages().size(), 1);
   EXPECT_EQ(rig.prompt->messages().first(),
-            QStringLiteral("打开时错误，原因：No application is associated with this file type."));
-  EXPECT_EQ(rig.prompt->records(ScriptedPrompt::Kind::MessageBox).first().title,
-            QStringLiteral("错误："));
+            u"打开时错误，原因：No application is associated with this file type."_s);
+  EXPECT_EQ(rig.prompt->records(ScriptedPrompt::Kind::MessageBox).first().title, u"错误："_s);
 }
 
 TEST(FrmMailWindow, PrintWritesATextFileUnderSelfPrint) {
@@ -282,40 +279,38 @@ TEST(FrmMailWindow, PrintWritesATextFileUnderSelfPrint) {
   const long id = rig.storeData(mixed());
   kvmail::FrmMail* w = rig.show(id);
   QSignalSpy print(w, &kvmail::FrmMail::DoPrint);
-  rig.action(QStringLiteral("TBPrint"))->trigger();
+  rig.action(u"TBPrint"_s)->trigger();
   ASSERT_EQ(print.size(), 1);
   const QString path = print.first().first().toString();
-  EXPECT_EQ(path, rig.folder() + QStringLiteral("/selfPrint/%1.txt").arg(id));
+  EXPECT_EQ(path, rig.folder() + u"/selfPrint/%1.txt"_s.arg(id));
   const QString text = QString::fromUtf8(kvtest::readAll(path));
-  EXPECT_TRUE(text.startsWith(QStringLiteral("邮件编号：%1\n").arg(id))) << text.toStdString();
-  EXPECT_TRUE(text.contains(QStringLiteral("主题：季度报表\n")));
-  EXPECT_TRUE(text.contains(QStringLiteral("发件人：Zhang San<zhangsan@example.cn>\n")));
-  EXPECT_TRUE(text.contains(QStringLiteral("附件：合同（草案）.doc；报价单.xls；")));
-  EXPECT_TRUE(text.contains(QStringLiteral("请查收附件。")));
+  EXPECT_TRUE(text.startsWith(u"邮件编号：%1\n"_s.arg(id))) << text.toStdString();
+  EXPECT_TRUE(text.contains(u"主题：季度报表\n"_s));
+  EXPECT_TRUE(text.contains(u"发件人：Zhang San<zhangsan@example.cn>\n"_s));
+  EXPECT_TRUE(text.contains(u"附件：合同（草案）.doc；报价单.xls；"_s));
+  EXPECT_TRUE(text.contains(u"请查收附件。"_s));
   EXPECT_TRUE(w->isVisible());  // printing leaves the mail shown
 }
 
 TEST(FrmMailWindow, AFailingCommandIsReportedWithItsHandlersPhrase) {
   ViewerRig rig;
-  rig.show(rig.store(kvtest::htmlMail(QStringLiteral("打印"), "<p>x</p>")));
+  rig.show(rig.store(kvtest::htmlMail(u"打印"_s, "<p>x</p>")));
   // A file where the print folder should be: the folder cannot be made.
-  ASSERT_TRUE(kvtest::writeAll(rig.path(QStringLiteral("selfPrint")), "not a folder"));
-  rig.action(QStringLiteral("TBPrint"))->trigger();
-  rig.action(QStringLiteral("mnuFilePrint"))->trigger();
-  EXPECT_EQ(rig.prompt->messages(),
-            (QStringList{QStringLiteral("cToolbar1_ButtonClick：Path/File access error"),
-                         QStringLiteral("m_cMenu_Click：Path/File access error")}));
+  ASSERT_TRUE(kvtest::writeAll(rig.path(u"selfPrint"_s), "not a folder"));
+  rig.action(u"TBPrint"_s)->trigger();
+  rig.action(u"mnuFilePrint"_s)->trigger();
+  EXPECT_EQ(rig.prompt->messages(), (QStringList{u"cToolbar1_ButtonClick：Path/File access error"_s,
+                                                 u"m_cMenu_Click：Path/File access error"_s}));
 }
 
 TEST(FrmMailWindow, WithoutAHostTheInitialiserSaysSo) {
   kvmail::FrmMail window;
   QSignalSpy error(&window, &kvmail::FrmMail::ErrMessage);
-  window.py_Init(1, nullptr, QStringLiteral("查看"));
+  window.py_Init(1, nullptr, u"查看"_s);
   ASSERT_EQ(error.size(), 1);
-  EXPECT_EQ(error[0][0].toString(),
-            QStringLiteral("初始化时发生错误，原因：Object variable not set"));
+  EXPECT_EQ(error[0][0].toString(), u"初始化时发生错误，原因：Object variable not set"_s);
   EXPECT_EQ(error[0][1].toLongLong(), 8);
-  EXPECT_EQ(error[0][2].toString(), QStringLiteral("错误："));
+  EXPECT_EQ(error[0][2].toString(), u"错误："_s);
 }
 
 TEST(FrmMailWindow, AnUnknownMailNumberShowsNothingOfAnEarlierMail) {
@@ -325,6 +320,6 @@ TEST(FrmMailWindow, AnUnknownMailNumberShowsNothingOfAnEarlierMail) {
   for (int i = 0; i < 4; ++i) EXPECT_EQ(rig.box(i), QString());
   EXPECT_EQ(rig.bodyText(), QString());
   EXPECT_EQ(rig.list()->topLevelItemCount(), 0);
-  EXPECT_EQ(rig.status(), QStringLiteral("没有找到邮件（邮件ID=9999）。"));
+  EXPECT_EQ(rig.status(), u"没有找到邮件（邮件ID=9999）。"_s);
   EXPECT_TRUE(rig.prompt->messages().isEmpty());
 }

@@ -16,7 +16,7 @@ using kvtest::ViewerRig;
 
 namespace {
 
-const QString kUser = QStringLiteral("t34");
+const QString kUser = u"t34"_s;
 
 QByteArray repeated(int times) {
   QByteArray bytes;
@@ -39,47 +39,44 @@ QList<Expected> expectations() {
       QByteArray::fromHex("bcbeb6c82cbdf0b6ee0ad2bbbcbeb6c82c313230300ab6febcbeb6c82c313335300a");
   return {
       {"mime/gb2312_alternative.eml",
-       QStringLiteral("报价单（朱镕基）"),
-       QStringLiteral("销售部<sales@example.cn>"),
-       {QStringLiteral("朱镕基先生："), QStringLiteral("喆报价单见附件。")},
+       u"报价单（朱镕基）"_s,
+       u"销售部<sales@example.cn>"_s,
+       {u"朱镕基先生："_s, u"喆报价单见附件。"_s},
        QString(),
        {}},
       {"mime/raw_gbk.eml",
-       QStringLiteral("会议纪要（喆）"),
-       QStringLiteral("张三<zs@example.cn>"),
-       {QStringLiteral("会议纪要 珺")},
+       u"会议纪要（喆）"_s,
+       u"张三<zs@example.cn>"_s,
+       {u"会议纪要 珺"_s},
        QString(),
-       {{QStringLiteral("0k|纪要.txt"), QByteArray::fromHex("bccdd2aac4dac8dd")}}},
+       {{u"0k|纪要.txt"_s, QByteArray::fromHex("bccdd2aac4dac8dd")}}},
       {"viewer/big5_plain.eml",
-       QStringLiteral("報價單（繁體）"),
-       QStringLiteral("陳大文<chen@example.tw>"),
-       {QStringLiteral("陳先生您好：\n附上本季報價，請參閱 http://example.tw/price 。")},
+       u"報價單（繁體）"_s,
+       u"陳大文<chen@example.tw>"_s,
+       {u"陳先生您好：\n附上本季報價，請參閱 http://example.tw/price 。"_s},
        QString(),
        {}},
       {"mime/mixed_attachments.eml",
-       QStringLiteral("季度报表"),
-       QStringLiteral("Zhang San<zhangsan@example.cn>"),
-       {QStringLiteral("请查收附件。")},
-       QStringLiteral("邮件状态：高优先级。"),
-       {{QStringLiteral("0k|合同（草案）.doc"), repeated(3) + QByteArray("\r\n\n\r\0\x1a", 6)},
-        {QStringLiteral("1k|报价单.xls"), QByteArray("xls-bytes")},
-        {QStringLiteral("2k|很长的文件名_第二季度销售报表汇总.pdf"), QByteArray("%PDF-1.4 fake")}}},
+       u"季度报表"_s,
+       u"Zhang San<zhangsan@example.cn>"_s,
+       {u"请查收附件。"_s},
+       u"邮件状态：高优先级。"_s,
+       {{u"0k|合同（草案）.doc"_s, repeated(3) + QByteArray("\r\n\n\r\0\x1a", 6)},
+        {u"1k|报价单.xls"_s, QByteArray("xls-bytes")},
+        {u"2k|很长的文件名_第二季度销售报表汇总.pdf"_s, QByteArray("%PDF-1.4 fake")}}},
       {"mime/related_inline.eml",
-       QStringLiteral("新闻 €"),
-       QStringLiteral("news@example.com"),
-       {QStringLiteral("欢迎 € 𠀀")},
+       u"新闻 €"_s,
+       u"news@example.com"_s,
+       {u"欢迎 € 𠀀"_s},
        QString(),
        {}},
       {"viewer/gb2312_html.eml",
-       QStringLiteral("第二季度报价单及合同"),
-       QStringLiteral("陈丽<chenli@example.cn>"),
-       {QStringLiteral("王经理："),
-        QStringLiteral("您好！附件是第二季度报价单和合同草案，请查收。"),
-        QStringLiteral("销售部 陈丽")},
-       QStringLiteral("邮件状态：高优先级。"),
-       {{QStringLiteral("1k|报价单.csv"), gbkCsv},
-        {QStringLiteral("2k|合同草案.pdf"),
-         "%PDF-1.4\n% fake contract\n" + repeated(4) + "\n%%EOF\n"}}},
+       u"第二季度报价单及合同"_s,
+       u"陈丽<chenli@example.cn>"_s,
+       {u"王经理："_s, u"您好！附件是第二季度报价单和合同草案，请查收。"_s, u"销售部 陈丽"_s},
+       u"邮件状态：高优先级。"_s,
+       {{u"1k|报价单.csv"_s, gbkCsv},
+        {u"2k|合同草案.pdf"_s, "%PDF-1.4\n% fake contract\n" + repeated(4) + "\n%%EOF\n"}}},
   };
 }
 
@@ -116,8 +113,7 @@ TEST_F(ReceivedMailInTheViewer, EveryCharsetShowsItsSubjectSenderBodyAndParts) {
   ASSERT_EQ(receiveAll().size(), cases.size());
 
   for (const Expected& e : cases) {
-    const QString where =
-        QStringLiteral("select 邮件ID from msgmail where 主题='%1'").arg(e.subject);
+    const QString where = u"select 邮件ID from msgmail where 主题='%1'"_s.arg(e.subject);
     const long id = rig_.value(where).toLong();
     ASSERT_GT(id, 0) << e.file.toStdString();
     kvmail::FrmMail* w = rig_.show(id);
@@ -126,7 +122,7 @@ TEST_F(ReceivedMailInTheViewer, EveryCharsetShowsItsSubjectSenderBodyAndParts) {
     for (const QString& text : e.body)
       EXPECT_TRUE(rig_.bodyText().contains(text))
           << e.file.toStdString() << ": " << rig_.bodyText().toStdString();
-    EXPECT_EQ(rig_.label(QStringLiteral("lblType"))->text(), e.priority) << e.file.toStdString();
+    EXPECT_EQ(rig_.label(u"lblType"_s)->text(), e.priority) << e.file.toStdString();
 
     // Each expected attachment saved through 附件另存为 is the part, byte for byte.
     const QStringList rows = rig_.rows();
@@ -135,22 +131,19 @@ TEST_F(ReceivedMailInTheViewer, EveryCharsetShowsItsSubjectSenderBodyAndParts) {
       ASSERT_GE(index, 0) << e.file.toStdString() << " lacks " << row.toStdString() << " in "
                           << rows.join(", ").toStdString();
       rig_.list()->setCurrentItem(rig_.list()->topLevelItem(index));
-      const QString target =
-          rig_.path(QStringLiteral("saved/%1/%2").arg(id).arg(row.section(u'|', 1)));
+      const QString target = rig_.path(u"saved/%1/%2"_s.arg(id).arg(row.section(u'|', 1)));
       QDir().mkpath(QFileInfo(target).absolutePath());
       rig_.prompt->answerSaveFile(target);
-      rig_.action(QStringLiteral("mnuAttachSaveAs"))->trigger();
-      EXPECT_EQ(rig_.status(), QStringLiteral("下载文件") + target + QStringLiteral("成功"));
+      rig_.action(u"mnuAttachSaveAs"_s)->trigger();
+      EXPECT_EQ(rig_.status(), u"下载文件"_s + target + u"成功"_s);
       EXPECT_EQ(kvtest::readAll(target), bytes) << e.file.toStdString() << " " << row.toStdString();
     }
     w->close();
   }
 
   // The HTML mail's picture shows where the mail puts it, between the greeting and the closing.
-  rig_.show(
-      rig_.value(QStringLiteral("select 邮件ID from msgmail where 主题='第二季度报价单及合同'"))
-          .toLong());
-  EXPECT_EQ(rig_.rows().value(0), QStringLiteral("0k|logo.png"));
+  rig_.show(rig_.value(u"select 邮件ID from msgmail where 主题='第二季度报价单及合同'"_s).toLong());
+  EXPECT_EQ(rig_.rows().value(0), u"0k|logo.png"_s);
   EXPECT_EQ(rig_.web()
                 ->document()
                 ->resource(QTextDocument::ImageResource, QUrl("cid:logo@kvmail"))
@@ -158,9 +151,9 @@ TEST_F(ReceivedMailInTheViewer, EveryCharsetShowsItsSubjectSenderBodyAndParts) {
                 .size(),
             QSize(200, 52));
   const QString html = rig_.web()->toHtml();
-  const qsizetype image = html.indexOf(QStringLiteral("cid:logo@kvmail"));
-  EXPECT_GT(image, html.indexOf(QStringLiteral("请查收")));
-  EXPECT_LT(image, html.indexOf(QStringLiteral("此致")));
+  const qsizetype image = html.indexOf(u"cid:logo@kvmail"_s);
+  EXPECT_GT(image, html.indexOf(u"请查收"_s));
+  EXPECT_LT(image, html.indexOf(u"此致"_s));
   EXPECT_TRUE(rig_.prompt->messages().isEmpty())
       << rig_.prompt->messages().join('\n').toStdString();
 }

@@ -41,7 +41,7 @@ class CountingHttpServer : public QObject {
       }
     });
   }
-  QString base() const { return QStringLiteral("http://127.0.0.1:%1").arg(server_.serverPort()); }
+  QString base() const { return u"http://127.0.0.1:%1"_s.arg(server_.serverPort()); }
   int connections = 0;
   int requests = 0;
 
@@ -57,30 +57,28 @@ QImage imageOf(const QVariant& value) {
 }
 
 QString remoteHtml(const QString& base) {
-  return QStringLiteral(
-             "<html><head>"
-             "<link rel=\"stylesheet\" href=\"%1/style.css\">"
-             "<style>@import url(%1/import.css); body { background-image: url(%1/bg.png); }"
-             " p.x { background: url('%1/p.png'); }</style>"
-             "<script src=\"%1/script.js\"></script>"
-             "<script>document.write('<img src=%1/written.png>'); alert('脚本');</script>"
-             "<meta http-equiv=\"refresh\" content=\"0; url=%1/refresh\">"
-             "</head><body background=\"%1/body.png\">"
-             "<p class=\"x\">远程内容测试</p>"
-             "<img src=\"%1/pixel.gif\" width=\"1\" height=\"1\">"
-             "<img src=\"//127.0.0.1:%2/scheme-relative.png\">"
-             "<img srcset=\"%1/srcset.png 2x\">"
-             "<table background=\"%1/table.png\"><tr><td "
-             "background=\"%1/td.png\">格</td></tr></table>"
-             "<div style=\"background-image: url(%1/div.png)\">块</div>"
-             "<iframe src=\"%1/frame.html\"></iframe><frame src=\"%1/frame2.html\">"
-             "<object data=\"%1/object.swf\"></object><embed src=\"%1/embed.swf\">"
-             "<video poster=\"%1/poster.png\" src=\"%1/video.mp4\"></video>"
-             "<audio src=\"%1/audio.mp3\"></audio><input type=\"image\" src=\"%1/input.png\">"
-             "<svg><image href=\"%1/svg.png\"></image></svg>"
-             "<a href=\"%1/link\">链接</a>"
-             "</body></html>")
-      .arg(base, base.section(u':', -1));
+  return u"<html><head>"
+         "<link rel=\"stylesheet\" href=\"%1/style.css\">"
+         "<style>@import url(%1/import.css); body { background-image: url(%1/bg.png); }"
+         " p.x { background: url('%1/p.png'); }</style>"
+         "<script src=\"%1/script.js\"></script>"
+         "<script>document.write('<img src=%1/written.png>'); alert('脚本');</script>"
+         "<meta http-equiv=\"refresh\" content=\"0; url=%1/refresh\">"
+         "</head><body background=\"%1/body.png\">"
+         "<p class=\"x\">远程内容测试</p>"
+         "<img src=\"%1/pixel.gif\" width=\"1\" height=\"1\">"
+         "<img src=\"//127.0.0.1:%2/scheme-relative.png\">"
+         "<img srcset=\"%1/srcset.png 2x\">"
+         "<table background=\"%1/table.png\"><tr><td "
+         "background=\"%1/td.png\">格</td></tr></table>"
+         "<div style=\"background-image: url(%1/div.png)\">块</div>"
+         "<iframe src=\"%1/frame.html\"></iframe><frame src=\"%1/frame2.html\">"
+         "<object data=\"%1/object.swf\"></object><embed src=\"%1/embed.swf\">"
+         "<video poster=\"%1/poster.png\" src=\"%1/video.mp4\"></video>"
+         "<audio src=\"%1/audio.mp3\"></audio><input type=\"image\" src=\"%1/input.png\">"
+         "<svg><image href=\"%1/svg.png\"></image></svg>"
+         "<a href=\"%1/link\">链接</a>"
+         "</body></html>"_s.arg(base, base.section(u':', -1));
 }
 
 }  // namespace
@@ -88,10 +86,9 @@ QString remoteHtml(const QString& base) {
 TEST(ViewerSafety, AMailFullOfRemoteReferencesCausesNoRequestAtAll) {
   CountingHttpServer server;
   ViewerRig rig;
-  const long id =
-      rig.store(kvtest::htmlMail(QStringLiteral("远程引用"), remoteHtml(server.base())));
+  const long id = rig.store(kvtest::htmlMail(u"远程引用"_s, remoteHtml(server.base())));
   kvmail::FrmMail* w = rig.show(id);
-  ASSERT_TRUE(rig.bodyText().contains(QStringLiteral("远程内容测试")));
+  ASSERT_TRUE(rig.bodyText().contains(u"远程内容测试"_s));
   // Lay out and paint the whole body, scrolled from top to bottom, as a reader would.
   w->resize(900, 700);
   QTextBrowser* web = rig.web();
@@ -100,7 +97,7 @@ TEST(ViewerSafety, AMailFullOfRemoteReferencesCausesNoRequestAtAll) {
     w->grab();
     kvtest::pumpEvents(50);
   }
-  rig.action(QStringLiteral("TBPrint"))->trigger();  // the printed copy fetches nothing either
+  rig.action(u"TBPrint"_s)->trigger();  // the printed copy fetches nothing either
   kvtest::pumpEvents(300);
   EXPECT_EQ(server.connections, 0);
   EXPECT_EQ(server.requests, 0);
@@ -124,26 +121,26 @@ TEST(ViewerSafety, AMailFullOfRemoteReferencesCausesNoRequestAtAll) {
 
 TEST(ViewerSafety, ScriptsNeverRunAndTheirTextIsNotShown) {
   ViewerRig rig;
-  rig.show(rig.store(kvtest::htmlMail(
-      QStringLiteral("脚本"),
-      QStringLiteral("<html><head><title>标题</title><script>var secret='脚本文字';</script>"
-                     "<style>p { color: red; }</style></head>"
-                     "<body onload=\"alert(1)\"><p>正文</p><script>alert('第二段脚本');</script>"
-                     "<noscript>没有脚本</noscript></body></html>"))));
+  rig.show(rig.store(
+      kvtest::htmlMail(u"脚本"_s,
+                       u"<html><head><title>标题</title><script>var secret='脚本文字';</script>"
+                       "<style>p { color: red; }</style></head>"
+                       "<body onload=\"alert(1)\"><p>正文</p><script>alert('第二段脚本');</script>"
+                       "<noscript>没有脚本</noscript></body></html>"_s)));
   const QString text = rig.bodyText();
-  EXPECT_TRUE(text.contains(QStringLiteral("正文")));
-  EXPECT_FALSE(text.contains(QStringLiteral("脚本文字"))) << text.toStdString();
-  EXPECT_FALSE(text.contains(QStringLiteral("第二段脚本"))) << text.toStdString();
-  EXPECT_FALSE(text.contains(QStringLiteral("color"))) << text.toStdString();
+  EXPECT_TRUE(text.contains(u"正文"_s));
+  EXPECT_FALSE(text.contains(u"脚本文字"_s)) << text.toStdString();
+  EXPECT_FALSE(text.contains(u"第二段脚本"_s)) << text.toStdString();
+  EXPECT_FALSE(text.contains(u"color"_s)) << text.toStdString();
 }
 
 TEST(ViewerSafety, LocalFilesAndOtherMailsPartsAreNeverReadOnlyTheMailsOwnPartsAre) {
   ViewerRig rig;
   QImage red(4, 4, QImage::Format_RGB32);
   red.fill(Qt::red);
-  const QString picture = rig.path(QStringLiteral("local.png"));
+  const QString picture = rig.path(u"local.png"_s);
   ASSERT_TRUE(red.save(picture));
-  const long id = rig.storeData(QStringLiteral("viewer/gb2312_html.eml"));
+  const long id = rig.storeData(u"viewer/gb2312_html.eml"_s);
   rig.show(id);
   auto* web = static_cast<kvmail::MailBrowser*>(rig.web());
   // What the body's document gets for a picture, whatever form the browser answers in.
@@ -158,10 +155,8 @@ TEST(ViewerSafety, LocalFilesAndOtherMailsPartsAreNeverReadOnlyTheMailsOwnPartsA
   };
   EXPECT_TRUE(image(QUrl::fromLocalFile(picture)).isNull());
   EXPECT_TRUE(image(QUrl(picture)).isNull());
-  EXPECT_TRUE(image(QUrl(QStringLiteral("local.png"))).isNull());
-  EXPECT_TRUE(
-      image(QUrl(QStringLiteral("qrc:/qt-project.org/styles/commonstyle/images/file-16.png")))
-          .isNull());
+  EXPECT_TRUE(image(QUrl(u"local.png"_s)).isNull());
+  EXPECT_TRUE(image(QUrl(u"qrc:/qt-project.org/styles/commonstyle/images/file-16.png"_s)).isNull());
   // A refused resource is an empty value, never a null one the document would then load itself.
   EXPECT_FALSE(
       web->loadResource(QTextDocument::ImageResource, QUrl::fromLocalFile(picture)).isNull());
@@ -169,23 +164,21 @@ TEST(ViewerSafety, LocalFilesAndOtherMailsPartsAreNeverReadOnlyTheMailsOwnPartsA
       web->loadResource(QTextDocument::StyleSheetResource, QUrl::fromLocalFile(picture)).isNull());
 
   // The mail's own pictures, by Content-ID, and pictures written into the body as data.
-  EXPECT_EQ(image(QUrl(QStringLiteral("cid:logo@kvmail"))).size(), QSize(200, 52));
-  EXPECT_EQ(image(QUrl(QStringLiteral("cid:LOGO@kvmail"))).size(), QSize(200, 52));
-  EXPECT_EQ(image(QUrl(QStringLiteral("logo.png"))).size(), QSize(200, 52));  // by its name
-  EXPECT_TRUE(image(QUrl(QStringLiteral("cid:other@kvmail"))).isNull());
+  EXPECT_EQ(image(QUrl(u"cid:logo@kvmail"_s)).size(), QSize(200, 52));
+  EXPECT_EQ(image(QUrl(u"cid:LOGO@kvmail"_s)).size(), QSize(200, 52));
+  EXPECT_EQ(image(QUrl(u"logo.png"_s)).size(), QSize(200, 52));  // by its name
+  EXPECT_TRUE(image(QUrl(u"cid:other@kvmail"_s)).isNull());
   QByteArray png;
   {
     QBuffer buffer(&png);
     buffer.open(QIODevice::WriteOnly);
     red.save(&buffer, "PNG");
   }
-  EXPECT_EQ(image(QUrl(QStringLiteral("data:image/png;base64,") + png.toBase64())).size(),
-            QSize(4, 4));
-  EXPECT_TRUE(rig.bodyText().contains(QStringLiteral("王经理")));
+  EXPECT_EQ(image(QUrl(u"data:image/png;base64,"_s + png.toBase64())).size(), QSize(4, 4));
+  EXPECT_TRUE(rig.bodyText().contains(u"王经理"_s));
 
   // Another mail naming the same Content-ID never gets this mail's picture.
-  rig.show(rig.store(kvtest::htmlMail(QStringLiteral("没有图片"),
-                                      QStringLiteral("<p>x</p><img src=\"cid:logo@kvmail\">"))));
+  rig.show(rig.store(kvtest::htmlMail(u"没有图片"_s, u"<p>x</p><img src=\"cid:logo@kvmail\">"_s)));
   EXPECT_TRUE(rig.web()
                   ->document()
                   ->resource(QTextDocument::ImageResource, QUrl("cid:logo@kvmail"))
@@ -195,33 +188,32 @@ TEST(ViewerSafety, LocalFilesAndOtherMailsPartsAreNeverReadOnlyTheMailsOwnPartsA
 
 TEST(ViewerSafety, LinksOpenOnlyWhenClickedAndOnlyThroughTheDesktop) {
   ViewerRig rig;
-  rig.show(rig.store(
-      kvtest::htmlMail(QStringLiteral("链接"),
-                       QStringLiteral("<p><a href=\"https://example.com/报价?a=1&b=2\">报价</a>"
+  rig.show(rig.store(kvtest::htmlMail(u"链接"_s,
+                                      u"<p><a href=\"https://example.com/报价?a=1&b=2\">报价</a>"
                                       "<a href=\"javascript:alert(1)\">脚本</a>"
                                       "<a href=\"file:///etc/passwd\">文件</a>"
-                                      "<a href=\"mailto:wang@kvmail.test\">写信</a></p>"))));
+                                      "<a href=\"mailto:wang@kvmail.test\">写信</a></p>"_s)));
   EXPECT_TRUE(rig.prompt->records(ScriptedPrompt::Kind::OpenWithDesktop).isEmpty());
   QTextBrowser* web = rig.web();
   const QUrl before = web->source();
-  Q_EMIT web->anchorClicked(QUrl(QStringLiteral("https://example.com/报价?a=1&b=2")));
-  Q_EMIT web->anchorClicked(QUrl(QStringLiteral("javascript:alert(1)")));
-  Q_EMIT web->anchorClicked(QUrl(QStringLiteral("file:///etc/passwd")));
-  Q_EMIT web->anchorClicked(QUrl(QStringLiteral("mailto:wang@kvmail.test")));
+  Q_EMIT web->anchorClicked(QUrl(u"https://example.com/报价?a=1&b=2"_s));
+  Q_EMIT web->anchorClicked(QUrl(u"javascript:alert(1)"_s));
+  Q_EMIT web->anchorClicked(QUrl(u"file:///etc/passwd"_s));
+  Q_EMIT web->anchorClicked(QUrl(u"mailto:wang@kvmail.test"_s));
   const auto opened = rig.prompt->records(ScriptedPrompt::Kind::OpenWithDesktop);
   ASSERT_EQ(opened.size(), 2);
-  EXPECT_EQ(QUrl(opened[0].text), QUrl(QStringLiteral("https://example.com/报价?a=1&b=2")));
-  EXPECT_EQ(opened[1].text, QStringLiteral("mailto:wang@kvmail.test"));
+  EXPECT_EQ(QUrl(opened[0].text), QUrl(u"https://example.com/报价?a=1&b=2"_s));
+  EXPECT_EQ(opened[1].text, u"mailto:wang@kvmail.test"_s);
   EXPECT_EQ(web->source(), before);  // the viewer itself never navigates
-  EXPECT_TRUE(rig.bodyText().contains(QStringLiteral("报价")));
+  EXPECT_TRUE(rig.bodyText().contains(u"报价"_s));
   web->backward();
   web->home();
-  EXPECT_TRUE(rig.bodyText().contains(QStringLiteral("报价")));
+  EXPECT_TRUE(rig.bodyText().contains(u"报价"_s));
 
   // A browser that cannot be started is reported with the opening phrase.
   rig.prompt->answerOpenWithDesktop(false);
-  Q_EMIT web->anchorClicked(QUrl(QStringLiteral("http://example.com/")));
+  Q_EMIT web->anchorClicked(QUrl(u"http://example.com/"_s));
   EXPECT_EQ(rig.prompt->messages(),
-            QStringList{QStringLiteral("打开时错误，原因：No application is associated with this "
-                                       "file type.")});
+            QStringList{u"打开时错误，原因：No application is associated with this "
+                        "file type."_s});
 }

@@ -18,11 +18,10 @@ TEST(ViewedMailText, PlainTextKeepsItsLinesAndMakesAddressesClickable) {
     QStringList links;  // the hrefs, in order
   };
   const QList<Case> cases = {
-      {QStringLiteral("见 http://example.cn/a?b=1&c=2。"), {"http://example.cn/a?b=1&amp;c=2"}},
-      {QStringLiteral("(https://x.cn/p), www.kvmail.test."),
-       {"https://x.cn/p", "http://www.kvmail.test"}},
-      {QStringLiteral("<http://x.cn/> \"mailto:a@b.cn\""), {"http://x.cn/", "mailto:a@b.cn"}},
-      {QStringLiteral("no link <b>here</b> & there"), {}},
+      {u"见 http://example.cn/a?b=1&c=2。"_s, {"http://example.cn/a?b=1&amp;c=2"}},
+      {u"(https://x.cn/p), www.kvmail.test."_s, {"https://x.cn/p", "http://www.kvmail.test"}},
+      {u"<http://x.cn/> \"mailto:a@b.cn\""_s, {"http://x.cn/", "mailto:a@b.cn"}},
+      {u"no link <b>here</b> & there"_s, {}},
   };
   for (const Case& c : cases) {
     const QString html = kvmail::plainTextHtml(c.text);
@@ -35,28 +34,27 @@ TEST(ViewedMailText, PlainTextKeepsItsLinesAndMakesAddressesClickable) {
     EXPECT_EQ(doc.toPlainText(), c.text) << html.toStdString();
   }
   QTextDocument lines;
-  lines.setHtml(kvmail::plainTextHtml(QStringLiteral("第一行\n\n  缩进的第三行\n")));
-  EXPECT_EQ(lines.toPlainText(), QStringLiteral("第一行\n\n  缩进的第三行"));
+  lines.setHtml(kvmail::plainTextHtml(u"第一行\n\n  缩进的第三行\n"_s));
+  EXPECT_EQ(lines.toPlainText(), u"第一行\n\n  缩进的第三行"_s);
 }
 
 TEST(ViewedMailBadInput, AMissingOrEmptyStoredFileShowsTheHeaderAndNoBody) {
   for (const QVariant& stored : {QVariant(), QVariant(QByteArray(""))}) {
     ViewerRig rig;
-    const long id = rig.store(kvtest::htmlMail(QStringLiteral("没有内容"), "<p>x</p>"));
-    rig.set(id, QStringLiteral("消息"), stored);
+    const long id = rig.store(kvtest::htmlMail(u"没有内容"_s, "<p>x</p>"));
+    rig.set(id, u"消息"_s, stored);
     rig.show(id);
-    EXPECT_EQ(rig.box(3), QStringLiteral("没有内容"));
-    EXPECT_EQ(rig.box(1), QStringLiteral("王五<wang@kvmail.test>"));
+    EXPECT_EQ(rig.box(3), u"没有内容"_s);
+    EXPECT_EQ(rig.box(1), u"王五<wang@kvmail.test>"_s);
     EXPECT_EQ(rig.bodyText(), QString());
-    EXPECT_EQ(rig.status(), QStringLiteral("这封邮件没有保存内容。"));
+    EXPECT_EQ(rig.status(), u"这封邮件没有保存内容。"_s);
     EXPECT_TRUE(rig.prompt->messages().isEmpty());
     EXPECT_FALSE(QFile::exists(rig.path(QString::number(id) + ".eml")));
 
     // The row says there are attachments, but there is nothing to take them from.
-    rig.set(id, QStringLiteral("附件"), 1);
+    rig.set(id, u"附件"_s, 1);
     rig.show(id);
-    EXPECT_EQ(rig.prompt->messages(),
-              QStringList{QStringLiteral("加载时发生错误，原因：File not found")});
+    EXPECT_EQ(rig.prompt->messages(), QStringList{u"加载时发生错误，原因：File not found"_s});
     EXPECT_EQ(rig.list()->topLevelItemCount(), 0);
   }
 }
@@ -71,20 +69,14 @@ TEST(ViewedMailBadInput, BrokenMailShowsWhatCanBeRead) {
     QStringList rows;
   };
   const QList<Case> cases = {
-      {"viewer/unknown_charset.eml",
-       QStringLiteral("未知字符集"),
-       QStringLiteral("正文用未知字符集标注"),
-       {}},
-      {"viewer/unclosed_boundary.eml",
-       QStringLiteral("没有结尾的邮件"),
-       QStringLiteral("正文还在"),
-       {"0k|cut.bin"}},
+      {"viewer/unknown_charset.eml", u"未知字符集"_s, u"正文用未知字符集标注"_s, {}},
+      {"viewer/unclosed_boundary.eml", u"没有结尾的邮件"_s, u"正文还在"_s, {"0k|cut.bin"}},
   };
   for (const Case& c : cases) {
     ViewerRig rig;
     const long id = rig.storeData(c.file);
     ASSERT_GT(id, 0) << c.file.toStdString();
-    rig.set(id, QStringLiteral("附件"), c.rows.isEmpty() ? 0 : 1);
+    rig.set(id, u"附件"_s, c.rows.isEmpty() ? 0 : 1);
     rig.show(id);
     EXPECT_EQ(rig.box(3), c.subject) << c.file.toStdString();
     EXPECT_TRUE(rig.bodyText().contains(c.body))
@@ -98,20 +90,20 @@ TEST(ViewedMailBadInput, GarbageBytesNeverCrashTheViewer) {
   ViewerRig rig;
   QByteArray garbage;
   for (int i = 0; i < 5000; ++i) garbage += char((i * 7919) % 256);
-  const long id = rig.store(kvtest::htmlMail(QStringLiteral("乱码"), "<p>x</p>"));
-  rig.set(id, QStringLiteral("消息"), garbage);
-  rig.set(id, QStringLiteral("附件"), 1);
+  const long id = rig.store(kvtest::htmlMail(u"乱码"_s, "<p>x</p>"));
+  rig.set(id, u"消息"_s, garbage);
+  rig.set(id, u"附件"_s, 1);
   rig.show(id);
-  EXPECT_EQ(rig.box(3), QStringLiteral("乱码"));
+  EXPECT_EQ(rig.box(3), u"乱码"_s);
   EXPECT_TRUE(rig.viewer()->isVisible());
 }
 
 TEST(ViewedMailBadInput, AttachmentNamesNeverLeadOutOfTheTempFolder) {
   ViewerRig rig;
-  QFile::remove(QStringLiteral("/tmp/kvmail-absolute.txt"));
-  const QString outside = QDir(rig.folder()).absoluteFilePath(QStringLiteral("../../escape.txt"));
+  QFile::remove(u"/tmp/kvmail-absolute.txt"_s);
+  const QString outside = QDir(rig.folder()).absoluteFilePath(u"../../escape.txt"_s);
   QFile::remove(outside);
-  const long id = rig.storeData(QStringLiteral("viewer/path_names.eml"));
+  const long id = rig.storeData(u"viewer/path_names.eml"_s);
   rig.show(id);
   ASSERT_EQ(rig.list()->topLevelItemCount(), 3);
   const QString folder = kvmail::viewedAttachmentFolder(id);
@@ -123,7 +115,7 @@ TEST(ViewedMailBadInput, AttachmentNamesNeverLeadOutOfTheTempFolder) {
   }
   EXPECT_EQ(names, (QStringList{"escape.txt", "kvmail-absolute.txt", "win.ini"}));
   EXPECT_EQ(kvtest::readAll(rig.rowPaths().value(0)), QByteArray("one"));
-  EXPECT_FALSE(QFile::exists(QStringLiteral("/tmp/kvmail-absolute.txt")));
+  EXPECT_FALSE(QFile::exists(u"/tmp/kvmail-absolute.txt"_s));
   EXPECT_FALSE(QFile::exists(outside));
   // Everything the viewer wrote is inside the temporary folder.
   QDirIterator it(rig.folder(), QDir::Files, QDirIterator::Subdirectories);
@@ -132,12 +124,12 @@ TEST(ViewedMailBadInput, AttachmentNamesNeverLeadOutOfTheTempFolder) {
 
 TEST(ViewedMailBadInput, ShowingAMailAgainReplacesItsSavedAttachments) {
   ViewerRig rig;
-  const long id = rig.storeData(QStringLiteral("mime/mixed_attachments.eml"));
+  const long id = rig.storeData(u"mime/mixed_attachments.eml"_s);
   rig.show(id);
   const QString folder = kvmail::viewedAttachmentFolder(id);
-  ASSERT_TRUE(kvtest::writeAll(folder + QStringLiteral("/stale.txt"), "old"));
+  ASSERT_TRUE(kvtest::writeAll(folder + u"/stale.txt"_s, "old"));
   ASSERT_TRUE(kvtest::writeAll(rig.rowPaths().value(1), "changed"));
   rig.show(id);
-  EXPECT_FALSE(QFile::exists(folder + QStringLiteral("/stale.txt")));
+  EXPECT_FALSE(QFile::exists(folder + u"/stale.txt"_s));
   EXPECT_EQ(kvtest::readAll(rig.rowPaths().value(1)), QByteArray("xls-bytes"));
 }

@@ -17,17 +17,17 @@ long ViewerRig::storeData(const QString& name) {
 }
 
 void ViewerRig::set(long mailId, const QString& column, const QVariant& value) {
-  host->executeBound(QStringLiteral("update msgmail set %1=? where 邮件ID=?").arg(column),
+  host->executeBound(u"update msgmail set %1=? where 邮件ID=?"_s.arg(column),
                      {value, qlonglong(mailId)});
 }
 
 QString ViewerRig::box(int index) const {
-  const auto* edit = viewer()->findChild<QLineEdit*>(QStringLiteral("Txt(%1)").arg(index));
-  return edit ? edit->text() : QStringLiteral("<no Txt(%1)>").arg(index);
+  const auto* edit = viewer()->findChild<QLineEdit*>(u"Txt(%1)"_s.arg(index));
+  return edit ? edit->text() : u"<no Txt(%1)>"_s.arg(index);
 }
 
 QString ViewerRig::status() const {
-  return viewer()->findChild<QStatusBar*>(QStringLiteral("StatusBar"))->currentMessage();
+  return viewer()->findChild<QStatusBar*>(u"StatusBar"_s)->currentMessage();
 }
 
 QStringList ViewerRig::rows() const {
@@ -46,7 +46,7 @@ QStringList ViewerRig::rowPaths() const {
 }
 
 QByteArray htmlMail(const QString& subject, const QString& html) {
-  return "From: =?UTF-8?B?" + QStringLiteral("王五").toUtf8().toBase64() +
+  return "From: =?UTF-8?B?" + u"王五"_s.toUtf8().toBase64() +
          "?= <wang@kvmail.test>\r\n"
          "To: lisi@kvmail.test\r\n"
          "Subject: =?UTF-8?B?" +

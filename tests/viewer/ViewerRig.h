@@ -24,7 +24,7 @@ class ViewerRig : public ServiceRig {
   void set(long mailId, const QString& column, const QVariant& value);
 
   // Opens the viewer through the service, as DisPlayMail does.
-  kvmail::FrmMail* show(long mailId, const QString& caption = QStringLiteral("查看邮件")) {
+  kvmail::FrmMail* show(long mailId, const QString& caption = u"查看邮件"_s) {
     mail->DisPlayMail(mailId, caption);
     return viewer();
   }
@@ -36,9 +36,9 @@ class ViewerRig : public ServiceRig {
     return viewer()->findChild<T*>(name);
   }
   QString box(int index) const;  // Txt(index): 0 recipients, 1 sender, 2 time, 3 subject
-  QTextBrowser* web() const { return child<QTextBrowser>(QStringLiteral("Web")); }
+  QTextBrowser* web() const { return child<QTextBrowser>(u"Web"_s); }
   QString bodyText() const { return web()->toPlainText(); }
-  QTreeWidget* list() const { return child<QTreeWidget>(QStringLiteral("LView")); }
+  QTreeWidget* list() const { return child<QTreeWidget>(u"LView"_s); }
   QAction* action(const QString& name) const { return child<QAction>(name); }
   QLabel* label(const QString& name) const { return child<QLabel>(name); }
   QString status() const;

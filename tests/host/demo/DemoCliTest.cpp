@@ -16,8 +16,8 @@ using kvtest::ProcessResult;
 
 namespace {
 
-const QString kUser = QStringLiteral("t30");
-const QString kRecipient = QStringLiteral("t31");
+const QString kUser = u"t30"_s;
+const QString kRecipient = u"t31"_s;
 constexpr int kRunMs = 120000;
 
 class KvhostCommandLine : public ::testing::Test {
@@ -25,7 +25,7 @@ class KvhostCommandLine : public ::testing::Test {
   void SetUp() override {
     ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
     ASSERT_TRUE(kvtest::clearMailbox(kRecipient));
-    db = dir.filePath(QStringLiteral("host.db"));
+    db = dir.filePath(u"host.db"_s);
   }
 
   std::unique_ptr<kvmail::host::SqlHostSystem> open() {
@@ -39,17 +39,16 @@ class KvhostCommandLine : public ::testing::Test {
   // A store whose account logs in as t30 at the fixture's SMTP port, as a host would set it up.
   void seedFixtureAccount() {
     ASSERT_EQ(kvmail::host::createStore(db), QString());
-    ASSERT_EQ(kvmail::host::seedAccount(*open(),
-                                        kvtest::loopbackAccount(kUser, QStringLiteral("测试帐户"))),
+    ASSERT_EQ(kvmail::host::seedAccount(*open(), kvtest::loopbackAccount(kUser, u"测试帐户"_s)),
               QString());
   }
 
   long queueTo(const QString& user, const QString& subject) {
     kvmail::OutgoingMail mail;
-    mail.from = {QStringLiteral("测试"), kvtest::addressOf(kUser)};
-    mail.to = {{QStringLiteral("收件人"), kvtest::addressOf(user)}};
+    mail.from = {u"测试"_s, kvtest::addressOf(kUser)};
+    mail.to = {{u"收件人"_s, kvtest::addressOf(user)}};
     mail.subject = subject;
-    mail.htmlBody = QStringLiteral("<p>您好，这是一封测试邮件。</p>");
+    mail.htmlBody = u"<p>您好，这是一封测试邮件。</p>"_s;
     QString error;
     const long id = kvmail::demo::queueMail(*open(), mail, &error);
     EXPECT_GT(id, 0) << error.toStdString();
@@ -58,13 +57,13 @@ class KvhostCommandLine : public ::testing::Test {
 
   ProcessResult kvhost(QStringList args) {
     args.prepend(db);
-    args.prepend(QStringLiteral("--db"));
+    args.prepend(u"--db"_s);
     return kvtest::runProgram(QStringLiteral(KVHOST_PROGRAM), args, kvtest::headlessEnvironment(),
                               kRunMs, dir.path());
   }
 
   QStringList pop3Port() {
-    return {QStringLiteral("--pop3-port"), QString::number(kvtest::loopbackServers().pop3Port)};
+    return {u"--pop3-port"_s, QString::number(kvtest::loopbackServers().pop3Port)};
   }
 
   QTemporaryDir dir;
@@ -74,54 +73,52 @@ class KvhostCommandLine : public ::testing::Test {
 }  // namespace
 
 TEST_F(KvhostCommandLine, ListOnAFreshStoreMakesTheDemoStoreAndShowsNoMail) {
-  const ProcessResult r = kvhost({QStringLiteral("list")});
+  const ProcessResult r = kvhost({u"list"_s});
   ASSERT_TRUE(r.finished) << r.err.toStdString();
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
-  EXPECT_TRUE(r.out.startsWith(QStringLiteral("编号\t类别\t发件人"))) << r.out.toStdString();
-  EXPECT_TRUE(r.out.contains(QStringLiteral("共 0 封邮件")));
+  EXPECT_TRUE(r.out.startsWith(u"编号\t类别\t发件人"_s)) << r.out.toStdString();
+  EXPECT_TRUE(r.out.contains(u"共 0 封邮件"_s));
   // What the first run puts in is DemoFirstRun's test; here only that it ran.
-  EXPECT_EQ(value(QStringLiteral("select count(*) from mailaccount")), QStringLiteral("1"));
+  EXPECT_EQ(value(u"select count(*) from mailaccount"_s), u"1"_s);
 }
 
 TEST_F(KvhostCommandLine, SendReceiveReportsBothDirectionsAndHidesThePassword) {
   seedFixtureAccount();
-  const long queued = queueTo(kRecipient, QStringLiteral("发往 t31 的测试邮件"));
+  const long queued = queueTo(kRecipient, u"发往 t31 的测试邮件"_s);
   ASSERT_FALSE(kvtest::dropMail(kUser,
                                 "From: a@kvmail.test\r\nTo: t30@kvmail.localhost\r\n"
                                 "Subject: incoming one\r\n\r\nHello.\r\n")
                    .isEmpty());
 
-  const ProcessResult r = kvhost(QStringList{QStringLiteral("send-receive")} + pop3Port());
+  const ProcessResult r = kvhost(QStringList{u"send-receive"_s} + pop3Port());
   ASSERT_TRUE(r.finished) << r.all().toStdString();
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
-  EXPECT_TRUE(r.out.contains(QStringLiteral("EvReturn %1 2").arg(queued))) << r.out.toStdString();
-  EXPECT_TRUE(r.out.contains(QStringLiteral("EvMailRead "))) << r.out.toStdString();
-  EXPECT_TRUE(r.out.contains(QStringLiteral("---- 传输日志 ----")));
-  EXPECT_TRUE(r.out.contains(QStringLiteral("PASS *****")));
-  EXPECT_TRUE(r.out.contains(QStringLiteral("结果：成功")));
+  EXPECT_TRUE(r.out.contains(u"EvReturn %1 2"_s.arg(queued))) << r.out.toStdString();
+  EXPECT_TRUE(r.out.contains(u"EvMailRead "_s)) << r.out.toStdString();
+  EXPECT_TRUE(r.out.contains(u"---- 传输日志 ----"_s));
+  EXPECT_TRUE(r.out.contains(u"PASS *****"_s));
+  EXPECT_TRUE(r.out.contains(u"结果：成功"_s));
   EXPECT_FALSE(r.all().contains(kvtest::loopbackServers().password));
 
   // What the send and the receive stored is the service's round trip; the list shows both.
-  EXPECT_TRUE(kvhost({QStringLiteral("list")}).out.contains(QStringLiteral("共 2 封邮件")));
+  EXPECT_TRUE(kvhost({u"list"_s}).out.contains(u"共 2 封邮件"_s));
 }
 
 // A closed port given on the command line fails the run; a mail that did not go stays queued.
 TEST_F(KvhostCommandLine, PortOptionsPointTheRunAtAClosedPortAndItFails) {
   seedFixtureAccount();
-  const long queued = queueTo(kRecipient, QStringLiteral("不会发出的邮件"));
+  const long queued = queueTo(kRecipient, u"不会发出的邮件"_s);
   for (const char* command : {"receive", "send"}) {
-    const QString option =
-        command[0] == 'r' ? QStringLiteral("--pop3-port") : QStringLiteral("--smtp-port");
+    const QString option = command[0] == 'r' ? u"--pop3-port"_s : u"--smtp-port"_s;
     const ProcessResult r =
         kvhost({QLatin1String(command), option, QString::number(kvtest::closedPort())});
     ASSERT_TRUE(r.finished) << r.all().toStdString();
     EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
-    EXPECT_TRUE(r.out.contains(QStringLiteral("结果：失败"))) << r.out.toStdString();
-    EXPECT_TRUE(r.out.contains(QStringLiteral("---- 传输日志 ----")));
+    EXPECT_TRUE(r.out.contains(u"结果：失败"_s)) << r.out.toStdString();
+    EXPECT_TRUE(r.out.contains(u"---- 传输日志 ----"_s));
   }
-  EXPECT_EQ(value(QStringLiteral("select messageID from msgmail where 邮件ID=%1").arg(queued)),
-            QString());
-  EXPECT_NE(value(QStringLiteral("select masmtpport from mailaccount")).toInt(),
+  EXPECT_EQ(value(u"select messageID from msgmail where 邮件ID=%1"_s.arg(queued)), QString());
+  EXPECT_NE(value(u"select masmtpport from mailaccount"_s).toInt(),
             kvtest::loopbackServers().smtpPort);
 }
 
@@ -129,125 +126,111 @@ TEST_F(KvhostCommandLine, PortOptionsPointTheRunAtAClosedPortAndItFails) {
 // is the service's test.
 TEST_F(KvhostCommandLine, AnEmptyQueueIsSaidOnStderrAndAnswered) {
   seedFixtureAccount();
-  const ProcessResult r = kvhost({QStringLiteral("send")});
+  const ProcessResult r = kvhost({u"send"_s});
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
-  EXPECT_TRUE(r.err.contains(QStringLiteral("[消息框] 提示： 没有要发送的邮件！ [确定]")))
+  EXPECT_TRUE(r.err.contains(u"[消息框] 提示： 没有要发送的邮件！ [确定]"_s))
       << r.err.toStdString();
-  EXPECT_TRUE(r.out.contains(QStringLiteral("没有要执行的任务。")));
+  EXPECT_TRUE(r.out.contains(u"没有要执行的任务。"_s));
 }
 
 TEST_F(KvhostCommandLine, QueueCommandPutsTheDemoMailInTheQueue) {
   seedFixtureAccount();
-  const ProcessResult r = kvhost({QStringLiteral("queue")});
+  const ProcessResult r = kvhost({u"queue"_s});
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
-  EXPECT_EQ(value(QStringLiteral("select count(*) from msgmail where CshgnsID=2 and messageID=''")),
-            QStringLiteral("1"));
-  EXPECT_EQ(value(QStringLiteral("select 发件人邮箱 from msgmail")), kvtest::addressOf(kUser));
+  EXPECT_EQ(value(u"select count(*) from msgmail where CshgnsID=2 and messageID=''"_s), u"1"_s);
+  EXPECT_EQ(value(u"select 发件人邮箱 from msgmail"_s), kvtest::addressOf(kUser));
 }
 
 TEST_F(KvhostCommandLine, UsageErrorsAndAMissingDisplayAreExplained) {
   const std::pair<QStringList, const char*> cases[] = {
-      {{QStringLiteral("fetch")}, "未知的命令：fetch"},
-      {{QStringLiteral("fetch")}, "用法：kvhost"},
+      {{u"fetch"_s}, "未知的命令：fetch"},
+      {{u"fetch"_s}, "用法：kvhost"},
       {{}, "没有图形显示"},  // the window needs a screen; none is there
-      {{QStringLiteral("show")}, "show 需要一个邮件ID"},
-      {{QStringLiteral("show"), QStringLiteral("abc")}, ""},
-      {{QStringLiteral("list"), QStringLiteral("--save-attachments"), dir.path()},
-       "--save-attachments 只用于 show 命令。"},
-      {{QStringLiteral("send"), QStringLiteral("--to"), QStringLiteral("a@b")},
-       "只用于 compose 命令"},
+      {{u"show"_s}, "show 需要一个邮件ID"},
+      {{u"show"_s, u"abc"_s}, ""},
+      {{u"list"_s, u"--save-attachments"_s, dir.path()}, "--save-attachments 只用于 show 命令。"},
+      {{u"send"_s, u"--to"_s, u"a@b"_s}, "只用于 compose 命令"},
   };
   for (const auto& [args, text] : cases) {
     const ProcessResult r = kvhost(args);
     EXPECT_EQ(r.exitCode, 2) << args.join(u' ').toStdString();
     EXPECT_TRUE(r.err.contains(QString::fromUtf8(text))) << r.err.toStdString();
   }
-  const ProcessResult help =
-      kvtest::runProgram(QStringLiteral(KVHOST_PROGRAM), {QStringLiteral("--help")},
-                         kvtest::headlessEnvironment(), kRunMs);
+  const ProcessResult help = kvtest::runProgram(QStringLiteral(KVHOST_PROGRAM), {u"--help"_s},
+                                                kvtest::headlessEnvironment(), kRunMs);
   EXPECT_EQ(help.exitCode, 0);
-  EXPECT_TRUE(help.out.contains(QStringLiteral("send-receive")));
+  EXPECT_TRUE(help.out.contains(u"send-receive"_s));
 }
 
 TEST_F(KvhostCommandLine, AStoreThatCannotBeOpenedIsReported) {
-  db = dir.filePath(QStringLiteral("not-a-db"));
+  db = dir.filePath(u"not-a-db"_s);
   ASSERT_TRUE(kvtest::writeAll(db, QByteArray(4096, 'x')));
-  const ProcessResult r = kvhost({QStringLiteral("list")});
+  const ProcessResult r = kvhost({u"list"_s});
   EXPECT_EQ(r.exitCode, 3) << r.all().toStdString();
-  EXPECT_TRUE(r.err.contains(QStringLiteral("无法打开数据库："))) << r.err.toStdString();
+  EXPECT_TRUE(r.err.contains(u"无法打开数据库："_s)) << r.err.toStdString();
 }
 
 TEST_F(KvhostCommandLine, ShowPrintsWhatTheViewerShowsAndSavesTheAttachments) {
   seedFixtureAccount();
   ASSERT_FALSE(kvtest::dropMail(kUser, kvtest::readAll(kvtest::dataFile("viewer/gb2312_html.eml")))
                    .isEmpty());
-  ASSERT_EQ(kvhost(QStringList{QStringLiteral("receive")} + pop3Port()).exitCode, 0);
-  const QString id = value(QStringLiteral("select 邮件ID from msgmail where CshgnsID=1"));
+  ASSERT_EQ(kvhost(QStringList{u"receive"_s} + pop3Port()).exitCode, 0);
+  const QString id = value(u"select 邮件ID from msgmail where CshgnsID=1"_s);
   ASSERT_FALSE(id.isEmpty());
-  EXPECT_EQ(value(QStringLiteral("select 是否已读 from msgmail where 邮件ID=") + id), "0");
+  EXPECT_EQ(value(u"select 是否已读 from msgmail where 邮件ID="_s + id), "0");
 
-  const QString folder = dir.filePath(QStringLiteral("附件"));
-  const ProcessResult r =
-      kvhost({QStringLiteral("show"), id, QStringLiteral("--save-attachments"), folder});
+  const QString folder = dir.filePath(u"附件"_s);
+  const ProcessResult r = kvhost({u"show"_s, id, u"--save-attachments"_s, folder});
   ASSERT_TRUE(r.finished) << r.all().toStdString();
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
   for (const QString& line :
-       {QStringLiteral("主题：第二季度报价单及合同"),
-        QStringLiteral("发件人：陈丽<chenli@example.cn>"),
-        QStringLiteral("优先级：邮件状态：高优先级。"),
-        QStringLiteral("您好！附件是第二季度报价单和合同草案，请查收。"),
-        QStringLiteral("附件：3 个"), QStringLiteral("  1k\t报价单.csv\t"),
-        QStringLiteral("下载文件") + folder + QStringLiteral("/合同草案.pdf成功")})
+       {u"主题：第二季度报价单及合同"_s, u"发件人：陈丽<chenli@example.cn>"_s,
+        u"优先级：邮件状态：高优先级。"_s, u"您好！附件是第二季度报价单和合同草案，请查收。"_s,
+        u"附件：3 个"_s, u"  1k\t报价单.csv\t"_s, u"下载文件"_s + folder + u"/合同草案.pdf成功"_s})
     EXPECT_TRUE(r.out.contains(line)) << line.toStdString() << "\n" << r.out.toStdString();
-  EXPECT_TRUE(r.err.contains(QStringLiteral("[对话框] 附件另存为 [") + folder));
+  EXPECT_TRUE(r.err.contains(u"[对话框] 附件另存为 ["_s + folder));
   // Saved (byte for byte is the viewer's save-as, tested there); the host marked the mail read.
   EXPECT_EQ(QDir(folder).entryList(QDir::Files).size(), 3);
-  EXPECT_EQ(value(QStringLiteral("select 是否已读 from msgmail where 邮件ID=") + id), "1");
+  EXPECT_EQ(value(u"select 是否已读 from msgmail where 邮件ID="_s + id), "1");
 
   // An unknown mail is said to be missing.
-  const ProcessResult missing = kvhost({QStringLiteral("show"), QStringLiteral("999")});
+  const ProcessResult missing = kvhost({u"show"_s, u"999"_s});
   EXPECT_EQ(missing.exitCode, 1);
-  EXPECT_TRUE(missing.out.contains(QStringLiteral("没有找到邮件（邮件ID=999）。")))
-      << missing.out.toStdString();
+  EXPECT_TRUE(missing.out.contains(u"没有找到邮件（邮件ID=999）。"_s)) << missing.out.toStdString();
 }
 
 TEST_F(KvhostCommandLine, ComposeFillsTheWindowAndSendsWithAttachments) {
   seedFixtureAccount();
   const QString body =
-      kvtest::writtenFile(dir.filePath(QStringLiteral("body.html")), "<p>您好，请查收报价。</p>");
+      kvtest::writtenFile(dir.filePath(u"body.html"_s), "<p>您好，请查收报价。</p>");
   const QString quote =
-      kvtest::writtenFile(dir.filePath(QStringLiteral("报价单.xlsx")), QByteArray(4000, '\x05'));
-  const QString notes = kvtest::writtenFile(dir.filePath(QStringLiteral("notes.txt")), "notes");
-  const ProcessResult r =
-      kvhost({QStringLiteral("compose"), QStringLiteral("--to"), kvtest::addressOf(kRecipient),
-              QStringLiteral("--subject"), QStringLiteral("命令行写的信"),
-              QStringLiteral("--body-file"), body, QStringLiteral("--attach"), quote,
-              QStringLiteral("--attach"), notes, QStringLiteral("--send")});
+      kvtest::writtenFile(dir.filePath(u"报价单.xlsx"_s), QByteArray(4000, '\x05'));
+  const QString notes = kvtest::writtenFile(dir.filePath(u"notes.txt"_s), "notes");
+  const ProcessResult r = kvhost({u"compose"_s, u"--to"_s, kvtest::addressOf(kRecipient),
+                                  u"--subject"_s, u"命令行写的信"_s, u"--body-file"_s, body,
+                                  u"--attach"_s, quote, u"--attach"_s, notes, u"--send"_s});
   ASSERT_TRUE(r.finished) << r.all().toStdString();
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
-  const QString id = value(QStringLiteral("select 邮件ID from msgmail"));
-  EXPECT_TRUE(r.out.contains(QStringLiteral("EvReturn %1 1").arg(id))) << r.out.toStdString();
-  EXPECT_TRUE(r.out.contains(QStringLiteral("EvReturn %1 2").arg(id)));
-  EXPECT_TRUE(r.out.contains(QStringLiteral("结果：成功")));
+  const QString id = value(u"select 邮件ID from msgmail"_s);
+  EXPECT_TRUE(r.out.contains(u"EvReturn %1 1"_s.arg(id))) << r.out.toStdString();
+  EXPECT_TRUE(r.out.contains(u"EvReturn %1 2"_s.arg(id)));
+  EXPECT_TRUE(r.out.contains(u"结果：成功"_s));
   for (const QString& file : {quote, notes})  // each --attach goes through the window's dialog
-    EXPECT_TRUE(r.err.contains(QStringLiteral("[对话框] 插入附件 [") + file));
-  EXPECT_EQ(value(QStringLiteral("select 主题||'/'||附件||'/'||messageID from msgmail")),
-            QStringLiteral("命令行写的信/1/127.0.0.1"));
+    EXPECT_TRUE(r.err.contains(u"[对话框] 插入附件 ["_s + file));
+  EXPECT_EQ(value(u"select 主题||'/'||附件||'/'||messageID from msgmail"_s),
+            u"命令行写的信/1/127.0.0.1"_s);
 }
 
 TEST_F(KvhostCommandLine, ComposeWithoutSendQueuesAndABadAddressStoresNothing) {
   seedFixtureAccount();
   ProcessResult r =
-      kvhost({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("kehu@kvmail.test"),
-              QStringLiteral("--subject"), QStringLiteral("待发")});
+      kvhost({u"compose"_s, u"--to"_s, u"kehu@kvmail.test"_s, u"--subject"_s, u"待发"_s});
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
-  EXPECT_TRUE(r.err.contains(QStringLiteral("[消息框] 提示： 是否保存邮件？ [是]")));
-  EXPECT_EQ(value(QStringLiteral("select 主题||'/'||CshgnsID||'/'||messageID from msgmail")),
-            QStringLiteral("待发/2/"));
+  EXPECT_TRUE(r.err.contains(u"[消息框] 提示： 是否保存邮件？ [是]"_s));
+  EXPECT_EQ(value(u"select 主题||'/'||CshgnsID||'/'||messageID from msgmail"_s), u"待发/2/"_s);
 
-  r = kvhost({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("客户 kehu"),
-              QStringLiteral("--subject"), QStringLiteral("不会保存"), QStringLiteral("--send")});
+  r = kvhost({u"compose"_s, u"--to"_s, u"客户 kehu"_s, u"--subject"_s, u"不会保存"_s, u"--send"_s});
   EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
-  EXPECT_TRUE(r.err.contains(QStringLiteral("第1封邮件,收件人地址有错误，请检查")));
-  EXPECT_EQ(value(QStringLiteral("select count(*) from msgmail")), QStringLiteral("1"));
+  EXPECT_TRUE(r.err.contains(u"第1封邮件,收件人地址有错误，请检查"_s));
+  EXPECT_EQ(value(u"select count(*) from msgmail"_s), u"1"_s);
 }

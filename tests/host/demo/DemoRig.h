@@ -6,7 +6,7 @@
 namespace kvtest {
 
 struct DemoRig : StoreRig {
-  DemoRig() : StoreRig(Engine::Sqlite, QStringLiteral("1"), QStringLiteral("演示用户")) {
+  DemoRig() : StoreRig(Engine::Sqlite, u"1"_s, u"演示用户"_s) {
     openError = error.isEmpty() ? kvmail::demo::seedDemoData(*host) : error;
   }
   QString openError;

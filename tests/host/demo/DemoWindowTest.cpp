@@ -37,13 +37,11 @@ T* child(QWidget& parent, const char* name) {
 
 long queueOne(DemoRig& rig) {
   QString error;
-  return queueMail(*rig.host,
-                   demoOutgoingMail(QStringLiteral("演示"), QStringLiteral("demo@kvmail.test")),
-                   &error);
+  return queueMail(*rig.host, demoOutgoingMail(u"演示"_s, u"demo@kvmail.test"_s), &error);
 }
 
 QString passwordColumn(DemoRig& rig) {
-  return rig.value(QStringLiteral("select mapassword from mailaccount"));
+  return rig.value(u"select mapassword from mailaccount"_s);
 }
 
 }  // namespace
@@ -51,12 +49,12 @@ QString passwordColumn(DemoRig& rig) {
 TEST(DemoAccountDialog, ShowsEveryFieldButNeverThePassword) {
   DemoRig rig;
   AccountDialog dialog(*rig.host);
-  EXPECT_EQ(child<QLineEdit>(dialog, "txtName")->text(), QStringLiteral("演示邮箱"));
-  EXPECT_EQ(child<QLineEdit>(dialog, "txtSmtp")->text(), QStringLiteral("127.0.0.1"));
+  EXPECT_EQ(child<QLineEdit>(dialog, "txtName")->text(), u"演示邮箱"_s);
+  EXPECT_EQ(child<QLineEdit>(dialog, "txtSmtp")->text(), u"127.0.0.1"_s);
   EXPECT_EQ(child<QSpinBox>(dialog, "spnSmtpPort")->value(), 2525);
-  EXPECT_EQ(child<QLineEdit>(dialog, "txtUserName")->text(), QStringLiteral("demo"));
-  EXPECT_EQ(child<QLineEdit>(dialog, "txtFromAddress")->text(), QStringLiteral("demo@kvmail.test"));
-  EXPECT_EQ(child<QLineEdit>(dialog, "txtPop3")->text(), QStringLiteral("127.0.0.1"));
+  EXPECT_EQ(child<QLineEdit>(dialog, "txtUserName")->text(), u"demo"_s);
+  EXPECT_EQ(child<QLineEdit>(dialog, "txtFromAddress")->text(), u"demo@kvmail.test"_s);
+  EXPECT_EQ(child<QLineEdit>(dialog, "txtPop3")->text(), u"127.0.0.1"_s);
   EXPECT_FALSE(child<QCheckBox>(dialog, "chkKeepOnServer")->isChecked());
   EXPECT_TRUE(child<QCheckBox>(dialog, "chkDefault")->isChecked());
   EXPECT_TRUE(child<QCheckBox>(dialog, "chkForUser")->isChecked());
@@ -65,15 +63,14 @@ TEST(DemoAccountDialog, ShowsEveryFieldButNeverThePassword) {
   EXPECT_FALSE(password->text().isEmpty());  // dots for the stored password
   EXPECT_NE(password->text(), passwordColumn(rig));
   for (QLineEdit* line : dialog.findChildren<QLineEdit*>())
-    EXPECT_FALSE(line->text().contains(QStringLiteral("kvpass")))
-        << line->objectName().toStdString();
+    EXPECT_FALSE(line->text().contains(u"kvpass"_s)) << line->objectName().toStdString();
 }
 
 TEST(DemoAccountDialog, OkWritesTheFieldsAndThePasswordOnlyWhenTyped) {
   DemoRig rig;
   kvtest::ScopedPrompt prompt;
   AccountDialog dialog(*rig.host);
-  child<QLineEdit>(dialog, "txtName")->setText(QStringLiteral("客服邮箱"));
+  child<QLineEdit>(dialog, "txtName")->setText(u"客服邮箱"_s);
   child<QSpinBox>(dialog, "spnSmtpPort")->setValue(2526);
   child<QCheckBox>(dialog, "chkKeepOnServer")->setChecked(true);
   child<QCheckBox>(dialog, "chkDeleteAfterDays")->setChecked(true);
@@ -82,17 +79,17 @@ TEST(DemoAccountDialog, OkWritesTheFieldsAndThePasswordOnlyWhenTyped) {
   child<QPushButton>(dialog, "cmdOk")->click();
   EXPECT_EQ(dialog.result(), QDialog::Accepted);
   EXPECT_TRUE(prompt->messages().isEmpty());
-  EXPECT_EQ(rig.value(QStringLiteral("select maname||'|'||masmtpport||'|'||maisnotdelete||"
-                                     "maisafterdaydelete||madeleteday||maisout from mailaccount")),
-            QStringLiteral("客服邮箱|2526|11141"));
-  EXPECT_EQ(passwordColumn(rig), QStringLiteral("kvpass"));
+  EXPECT_EQ(rig.value(u"select maname||'|'||masmtpport||'|'||maisnotdelete||"
+                      "maisafterdaydelete||madeleteday||maisout from mailaccount"_s),
+            u"客服邮箱|2526|11141"_s);
+  EXPECT_EQ(passwordColumn(rig), u"kvpass"_s);
 
   AccountDialog again(*rig.host);  // a typed password replaces the stored one
   auto* password = child<QLineEdit>(again, "txtPassword");
   password->selectAll();
-  QTest::keyClicks(password, QStringLiteral("s3cret"));
+  QTest::keyClicks(password, u"s3cret"_s);
   child<QPushButton>(again, "cmdOk")->click();
-  EXPECT_EQ(passwordColumn(rig), QStringLiteral("s3cret"));
+  EXPECT_EQ(passwordColumn(rig), u"s3cret"_s);
 }
 
 TEST(DemoAccountDialog, SecurityModesMoveStandardPortsAndAreSaved) {
@@ -109,9 +106,9 @@ TEST(DemoAccountDialog, SecurityModesMoveStandardPortsAndAreSaved) {
   ASSERT_TRUE(pinned.open());
   child<QLineEdit>(dialog, "txtCertFile")->setText(pinned.fileName());
   child<QPushButton>(dialog, "cmdOk")->click();
-  EXPECT_EQ(rig.value(QStringLiteral("select mapop3port||'|'||mapop3security||'|'||masmtpsecurity"
-                                     "||'|'||macertfile from mailaccount")),
-            QStringLiteral("995|2|1|") + pinned.fileName());
+  EXPECT_EQ(rig.value(u"select mapop3port||'|'||mapop3security||'|'||masmtpsecurity"
+                      "||'|'||macertfile from mailaccount"_s),
+            u"995|2|1|"_s + pinned.fileName());
   AccountDialog again(*rig.host);
   EXPECT_EQ(child<QComboBox>(again, "cmbPop3Security")->currentIndex(), 2);
   EXPECT_EQ(child<QSpinBox>(again, "spnPop3Port")->value(), 995);
@@ -121,15 +118,14 @@ TEST(DemoAccountDialog, BadInputIsShownAndTheStoreStaysAsItWas) {
   DemoRig rig;
   kvtest::ScopedPrompt prompt;
   AccountDialog dialog(*rig.host);
-  child<QLineEdit>(dialog, "txtFromAddress")->setText(QStringLiteral("kein-at"));
-  child<QLineEdit>(dialog, "txtName")->setText(QStringLiteral("改了"));
+  child<QLineEdit>(dialog, "txtFromAddress")->setText(u"kein-at"_s);
+  child<QLineEdit>(dialog, "txtName")->setText(u"改了"_s);
   child<QPushButton>(dialog, "cmdOk")->click();
   EXPECT_NE(dialog.result(), QDialog::Accepted);
   ASSERT_EQ(prompt->count(kvtest::ScriptedPrompt::Kind::MessageBox), 1);
-  EXPECT_EQ(prompt->records().first().title, QStringLiteral("错误："));
-  EXPECT_EQ(prompt->messages().first(), QStringLiteral("发件人地址“kein-at”不是有效的邮件地址！"));
-  EXPECT_EQ(rig.value(QStringLiteral("select maname from mailaccount")),
-            QStringLiteral("演示邮箱"));
+  EXPECT_EQ(prompt->records().first().title, u"错误："_s);
+  EXPECT_EQ(prompt->messages().first(), u"发件人地址“kein-at”不是有效的邮件地址！"_s);
+  EXPECT_EQ(rig.value(u"select maname from mailaccount"_s), u"演示邮箱"_s);
 }
 
 TEST(DemoMainWindow, OperationsOpenTheModuleWindows) {
@@ -150,8 +146,8 @@ TEST(DemoMainWindow, OperationsOpenTheModuleWindows) {
   ASSERT_TRUE(window.batchNew());
   const auto bundle = window.mail().composeWindow()->bundle();
   ASSERT_EQ(bundle->Count(), 3);
-  EXPECT_EQ(bundle->Item(1)->Subject(), QStringLiteral("致王经理：本月对账单"));
-  EXPECT_EQ(bundle->Item(3)->Subject(), QStringLiteral("致张总：本月对账单"));
+  EXPECT_EQ(bundle->Item(1)->Subject(), u"致王经理：本月对账单"_s);
+  EXPECT_EQ(bundle->Item(3)->Subject(), u"致张总：本月对账单"_s);
   EXPECT_TRUE(prompt->messages().isEmpty());
 }
 
@@ -161,15 +157,15 @@ TEST(DemoMainWindow, WithoutASelectionOrAnAccountTheUserIsTold) {
   MainWindow window(rig.host, kDemoProgId);
   EXPECT_FALSE(window.displayMail());
   EXPECT_FALSE(window.transmitMail());
-  EXPECT_EQ(prompt->messages(), QStringList(2, QStringLiteral("请先在列表中选择一封邮件！")));
+  EXPECT_EQ(prompt->messages(), QStringList(2, u"请先在列表中选择一封邮件！"_s));
 
   // Without an account the module's error is shown.
   prompt->clear();
-  rig.host->execute(QStringLiteral("delete from mailaccount"));
+  rig.host->execute(u"delete from mailaccount"_s);
   MainWindow bare(rig.host, kDemoProgId);
   EXPECT_FALSE(bare.receiveMail());
-  ASSERT_EQ(prompt->messages(), QStringList{QStringLiteral("邮件帐户为空，请先设置！")});
-  EXPECT_EQ(prompt->records().first().title, QStringLiteral("错误："));
+  ASSERT_EQ(prompt->messages(), QStringList{u"邮件帐户为空，请先设置！"_s});
+  EXPECT_EQ(prompt->records().first().title, u"错误："_s);
 }
 
 TEST(DemoMainWindow, ViewerMovesWalkTheListAndDeleteMarksTheRowAndMovesOn) {
@@ -192,14 +188,14 @@ TEST(DemoMainWindow, ViewerMovesWalkTheListAndDeleteMarksTheRowAndMovesOn) {
 
   Q_EMIT viewer->Delete(&id);
   EXPECT_EQ(id, first);
-  EXPECT_EQ(rig.value(QStringLiteral("select 邮件ID from msgmail where del=1")).toLong(), second);
+  EXPECT_EQ(rig.value(u"select 邮件ID from msgmail where del=1"_s).toLong(), second);
   EXPECT_EQ(window.rowCount(), 2);
   Q_EMIT viewer->Delete(&id);
   id = third;
   Q_EMIT viewer->Delete(&id);
   EXPECT_EQ(id, 0);  // nothing left to show
   EXPECT_EQ(window.rowCount(), 0);
-  EXPECT_EQ(rig.count(QStringLiteral("msgmail")), 3);  // marked, never removed
+  EXPECT_EQ(rig.count(u"msgmail"_s), 3);  // marked, never removed
 }
 
 // The module's per-mail events change only their rows, a moment later and together.
@@ -214,24 +210,24 @@ TEST(DemoMainWindow, ModuleEventsChangeTheirRows) {
   Q_EMIT window.mail().transferWindow()->EvMailRead(second);
   QTRY_COMPARE(window.rowCount(), 2);
   const QAbstractItemModel* list = child<QTableView>(window, "mailList")->model();
-  EXPECT_EQ(list->index(1, 1).data().toString(), QStringLiteral("待发"));
+  EXPECT_EQ(list->index(1, 1).data().toString(), u"待发"_s);
 
-  rig.host->executeBound(QStringLiteral("update msgmail set messageID='127.0.0.1' where 邮件ID=?"),
+  rig.host->executeBound(u"update msgmail set messageID='127.0.0.1' where 邮件ID=?"_s,
                          {qlonglong(first)});
   Q_EMIT window.mail().transferWindow()->ReturnData(first);
-  QTRY_COMPARE(list->index(1, 1).data().toString(), QStringLiteral("已发"));
-  EXPECT_EQ(child<QLabel>(window, "lblStatus")->text(), QStringLiteral("共 2 封邮件，1 封待发"));
+  QTRY_COMPARE(list->index(1, 1).data().toString(), u"已发"_s);
+  EXPECT_EQ(child<QLabel>(window, "lblStatus")->text(), u"共 2 封邮件，1 封待发"_s);
   queueOne(rig);
-  Q_EMIT window.mail().composeWindow()->ReturnData(QStringLiteral("3"));
+  Q_EMIT window.mail().composeWindow()->ReturnData(u"3"_s);
   QTRY_COMPARE(window.rowCount(), 3);
 }
 
 // A large store is read a page at a time; walking and deleting reach past the first page.
 TEST(DemoMainWindow, LargeListIsReadAsNeeded) {
   DemoRig rig;
-  ASSERT_EQ(rig.host->execute(QStringLiteral(
-                "with recursive n(i) as (select 1 union all select i+1 from n where i<450) "
-                "insert into msgmail(邮件ID,CshgnsID,主题,是否已读) select i,1,'m'||i,0 from n")),
+  ASSERT_EQ(rig.host->execute(
+                u"with recursive n(i) as (select 1 union all select i+1 from n where i<450) "
+                "insert into msgmail(邮件ID,CshgnsID,主题,是否已读) select i,1,'m'||i,0 from n"_s),
             QString());
   MainWindow window(rig.host, kDemoProgId);
   const QAbstractItemModel* list = child<QTableView>(window, "mailList")->model();
@@ -245,8 +241,7 @@ TEST(DemoMainWindow, LargeListIsReadAsNeeded) {
   window.onDelete(&shown);
   EXPECT_EQ(shown, 1);  // the row below moves into the deleted one's place
   EXPECT_EQ(window.rowCount(), 449);
-  EXPECT_EQ(rig.value(QStringLiteral("select 是否已读 from msgmail where 邮件ID=1")),
-            QStringLiteral("1"));
+  EXPECT_EQ(rig.value(u"select 是否已读 from msgmail where 邮件ID=1"_s), u"1"_s);
 }
 
 TEST(DemoMainWindow, SavedAccountIsWhatTheModuleUsesNext) {
@@ -257,12 +252,12 @@ TEST(DemoMainWindow, SavedAccountIsWhatTheModuleUsesNext) {
   QTimer::singleShot(0, [&window] {
     auto* dialog = window.findChild<AccountDialog*>();
     ASSERT_NE(dialog, nullptr);
-    dialog->findChild<QLineEdit*>(QStringLiteral("txtName"))->setText(QStringLiteral("新名字"));
-    dialog->findChild<QPushButton*>(QStringLiteral("cmdOk"))->click();
+    dialog->findChild<QLineEdit*>(u"txtName"_s)->setText(u"新名字"_s);
+    dialog->findChild<QPushButton*>(u"cmdOk"_s)->click();
   });
   window.editAccount();
-  EXPECT_EQ(window.mail().account()->sName, QStringLiteral("新名字"));
-  EXPECT_EQ(window.mail().account()->sPassword, QStringLiteral("kvpass"));
+  EXPECT_EQ(window.mail().account()->sName, u"新名字"_s);
+  EXPECT_EQ(window.mail().account()->sPassword, u"kvpass"_s);
 }
 
 TEST(DemoConsolePrompt, AnswersEveryBoxWithItsDefaultButton) {
@@ -274,33 +269,33 @@ TEST(DemoConsolePrompt, AnswersEveryBoxWithItsDefaultButton) {
                                         {B::YesNoCancel, A::Yes}})
     EXPECT_EQ(ConsolePrompt::defaultAnswer(buttons), answer);
   ConsolePrompt console(stdout);
-  EXPECT_TRUE(console.openFiles(QStringLiteral("打开"), {}, {}, true).isEmpty());
-  EXPECT_TRUE(console.saveFile(QStringLiteral("保存"), {}, {}).isEmpty());
+  EXPECT_TRUE(console.openFiles(u"打开"_s, {}, {}, true).isEmpty());
+  EXPECT_TRUE(console.saveFile(u"保存"_s, {}, {}).isEmpty());
   EXPECT_FALSE(console.pickColour(Qt::red).has_value());
-  EXPECT_FALSE(console.openWithDesktop(QStringLiteral("/tmp/x.pdf")));
+  EXPECT_FALSE(console.openWithDesktop(u"/tmp/x.pdf"_s));
 }
 
 TEST(DemoMainWindow, ShowingAMailMarksItReadAndSoDoesMovingToAnother) {
   DemoRig rig;
   const long first = queueOne(rig);
   const long second = queueOne(rig);
-  rig.host->execute(QStringLiteral("update msgmail set CshgnsID=1, 是否已读=0"));
+  rig.host->execute(u"update msgmail set CshgnsID=1, 是否已读=0"_s);
   kvtest::ScopedPrompt prompt;
   MainWindow window(rig.host, kDemoProgId);
   ASSERT_TRUE(window.startMail());
-  const QString read = QStringLiteral("select 是否已读 from msgmail where 邮件ID=%1");
+  const QString read = u"select 是否已读 from msgmail where 邮件ID=%1"_s;
   ASSERT_TRUE(window.displayMail());  // the newest row is selected
   EXPECT_EQ(window.mail().viewerWindow()->mailId(), second);
-  EXPECT_EQ(rig.value(read.arg(second)), QStringLiteral("1"));
-  EXPECT_EQ(rig.value(read.arg(first)), QStringLiteral("0"));
+  EXPECT_EQ(rig.value(read.arg(second)), u"1"_s);
+  EXPECT_EQ(rig.value(read.arg(first)), u"0"_s);
   const QAbstractItemModel* list = child<QTableView>(window, "mailList")->model();
-  EXPECT_EQ(list->index(0, list->columnCount() - 1).data().toString(), QStringLiteral("已读"));
+  EXPECT_EQ(list->index(0, list->columnCount() - 1).data().toString(), u"已读"_s);
   EXPECT_FALSE(list->index(0, 0).data(Qt::FontRole).value<QFont>().bold());
   EXPECT_TRUE(list->index(1, 0).data(Qt::FontRole).value<QFont>().bold());
 
   // The viewer's next button walks the host's list and the host marks that mail read too.
-  window.mail().viewerWindow()->toolbarClick(QStringLiteral("TBNext"));
+  window.mail().viewerWindow()->toolbarClick(u"TBNext"_s);
   EXPECT_EQ(window.mail().viewerWindow()->mailId(), first);
-  EXPECT_EQ(rig.value(read.arg(first)), QStringLiteral("1"));
+  EXPECT_EQ(rig.value(read.arg(first)), u"1"_s);
   EXPECT_TRUE(prompt->messages().isEmpty());
 }

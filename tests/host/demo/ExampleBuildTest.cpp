@@ -28,43 +28,40 @@ TEST(HostExample, BuildsAgainstTheInstalledPackageAndRuns) {
   const QString buildDir = qEnvironmentVariable("KV_BUILD_DIR");
   ASSERT_FALSE(buildDir.isEmpty()) << "run through ctest";
   QTemporaryDir scratch;
-  const QString prefix = scratch.filePath(QStringLiteral("prefix"));
-  const QString exampleBuild = scratch.filePath(QStringLiteral("example"));
+  const QString prefix = scratch.filePath(u"prefix"_s);
+  const QString exampleBuild = scratch.filePath(u"example"_s);
 
-  const auto install =
-      cmake({QStringLiteral("--install"), buildDir, QStringLiteral("--prefix"), prefix});
+  const auto install = cmake({u"--install"_s, buildDir, u"--prefix"_s, prefix});
   expectOk(install, "install");
-  ASSERT_TRUE(QFileInfo::exists(prefix + QStringLiteral("/lib/cmake/kvmail/kvmailConfig.cmake")));
-  ASSERT_TRUE(QFileInfo::exists(prefix + QStringLiteral("/include/kvmail/service/clsMail.h")));
-  ASSERT_TRUE(QFileInfo::exists(prefix + QStringLiteral("/include/kvmail/host/SqlHostSystem.h")));
-  EXPECT_TRUE(QFileInfo::exists(prefix + QStringLiteral("/bin/kvhost")));
+  ASSERT_TRUE(QFileInfo::exists(prefix + u"/lib/cmake/kvmail/kvmailConfig.cmake"_s));
+  ASSERT_TRUE(QFileInfo::exists(prefix + u"/include/kvmail/service/clsMail.h"_s));
+  ASSERT_TRUE(QFileInfo::exists(prefix + u"/include/kvmail/host/SqlHostSystem.h"_s));
+  EXPECT_TRUE(QFileInfo::exists(prefix + u"/bin/kvhost"_s));
 
-  QStringList configure = {QStringLiteral("-S"),
-                           kvtest::sourceDir() + QStringLiteral("/examples/host_example"),
-                           QStringLiteral("-B"),
+  QStringList configure = {u"-S"_s,
+                           kvtest::sourceDir() + u"/examples/host_example"_s,
+                           u"-B"_s,
                            exampleBuild,
-                           QStringLiteral("-G"),
+                           u"-G"_s,
                            QStringLiteral(KV_CMAKE_GENERATOR),
-                           QStringLiteral("-DCMAKE_PREFIX_PATH=") + prefix};
+                           u"-DCMAKE_PREFIX_PATH="_s + prefix};
   if (!QString(QStringLiteral(KV_MAKE_PROGRAM)).isEmpty())
-    configure << QStringLiteral("-DCMAKE_MAKE_PROGRAM=") + QStringLiteral(KV_MAKE_PROGRAM);
+    configure << u"-DCMAKE_MAKE_PROGRAM="_s + QStringLiteral(KV_MAKE_PROGRAM);
   if (const QString flags = QStringLiteral(KV_EXAMPLE_FLAGS); !flags.isEmpty())
-    configure << QStringLiteral("-DCMAKE_CXX_FLAGS=") + flags
-              << QStringLiteral("-DCMAKE_EXE_LINKER_FLAGS=") + flags;
+    configure << u"-DCMAKE_CXX_FLAGS="_s + flags << u"-DCMAKE_EXE_LINKER_FLAGS="_s + flags;
   const auto configured = cmake(configure);
   expectOk(configured, "configure");
   ASSERT_EQ(configured.exitCode, 0);
-  const auto built = cmake({QStringLiteral("--build"), exampleBuild});
+  const auto built = cmake({u"--build"_s, exampleBuild});
   expectOk(built, "build");
   ASSERT_EQ(built.exitCode, 0);
 
   // It runs from the prefix: on an empty store the module says there is no account.
   QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-  env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-  const auto run = kvtest::runProgram(exampleBuild + QStringLiteral("/host_example"),
-                                      {scratch.filePath(QStringLiteral("host.db"))}, env, 60000);
+  env.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+  const auto run = kvtest::runProgram(exampleBuild + u"/host_example"_s,
+                                      {scratch.filePath(u"host.db"_s)}, env, 60000);
   EXPECT_TRUE(run.finished);
   EXPECT_EQ(run.exitCode, 1);
-  EXPECT_TRUE(run.err.contains(QStringLiteral("邮件帐户为空，请先设置！")))
-      << run.all().toStdString();
+  EXPECT_TRUE(run.err.contains(u"邮件帐户为空，请先设置！"_s)) << run.all().toStdString();
 }

@@ -20,7 +20,7 @@
 
 namespace {
 
-const QString kUser = QStringLiteral("t33");
+const QString kUser = u"t33"_s;
 constexpr int kMails = 200;
 constexpr int kKills = 20;
 
@@ -35,7 +35,7 @@ QByteArray numberedMail(int n) {
 }
 
 QString subjectOf(const QByteArray& mail) {
-  static const QRegularExpression subject(QStringLiteral("\r?\nSubject: ([^\r\n]*)"));
+  static const QRegularExpression subject(u"\r?\nSubject: ([^\r\n]*)"_s);
   return subject.match(QString::fromLatin1(mail)).captured(1);
 }
 
@@ -45,18 +45,17 @@ class KillReceive : public ::testing::Test {
     ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
     for (int n = 1; n <= kMails; ++n)
       ASSERT_FALSE(kvtest::dropMail(kUser, numberedMail(n)).isEmpty());
-    db = dir.filePath(QStringLiteral("host.db"));
+    db = dir.filePath(u"host.db"_s);
     ASSERT_EQ(kvmail::host::createStore(db), QString());
     kvmail::host::SqlHostSystem host(kvmail::host::HostOptions::sqlite(db));
     ASSERT_EQ(host.open(), QString());
     // The seed's notDelete is 0: each mail is deleted from the server once stored.
-    ASSERT_EQ(
-        kvmail::host::seedAccount(host, kvtest::loopbackAccount(kUser, QStringLiteral("断电帐户"))),
-        QString());
+    ASSERT_EQ(kvmail::host::seedAccount(host, kvtest::loopbackAccount(kUser, u"断电帐户"_s)),
+              QString());
   }
 
   QStringList args() const {
-    return {QStringLiteral("--db"), db, QStringLiteral("receive"), QStringLiteral("--pop3-port"),
+    return {u"--db"_s, db, u"receive"_s, u"--pop3-port"_s,
             QString::number(kvtest::loopbackServers().pop3Port)};
   }
 
@@ -87,12 +86,12 @@ class KillReceive : public ::testing::Test {
     EXPECT_EQ(host.open(), QString());
     const kvmail::MailStore store(host);
     QMap<QString, int> rows;
-    auto rs = host.openQuery(
-        QStringLiteral("select 邮件ID,主题,大小 from msgmail where CshgnsID=1 order by 邮件ID"));
+    auto rs =
+        host.openQuery(u"select 邮件ID,主题,大小 from msgmail where CshgnsID=1 order by 邮件ID"_s);
     for (; rs && !rs->atEnd(); rs->moveNext()) {
       const long id = rs->text(0).toLong();
       const QString subject = rs->text(1);
-      const QString file = dir.filePath(QStringLiteral("row.eml"));
+      const QString file = dir.filePath(u"row.eml"_s);
       QFile::remove(file);
       EXPECT_TRUE(store.messageToFile(id, file)) << "row " << id;
       const QByteArray bytes = kvtest::readMail(file);

@@ -12,7 +12,7 @@ ProcessResult runProgram(const QString& program, const QStringList& args,
   if (!workingDir.isEmpty()) process.setWorkingDirectory(workingDir);
   process.start(program, args);
   if (!process.waitForStarted(10000)) {
-    result.err = QStringLiteral("could not start %1").arg(program);
+    result.err = u"could not start %1"_s.arg(program);
     return result;
   }
   result.finished = process.waitForFinished(timeoutMs);
@@ -28,9 +28,9 @@ ProcessResult runProgram(const QString& program, const QStringList& args,
 
 QProcessEnvironment headlessEnvironment() {
   QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-  env.remove(QStringLiteral("DISPLAY"));
-  env.remove(QStringLiteral("WAYLAND_DISPLAY"));
-  env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+  env.remove(u"DISPLAY"_s);
+  env.remove(u"WAYLAND_DISPLAY"_s);
+  env.remove(u"QT_QPA_PLATFORM"_s);
   return env;
 }
 

@@ -16,32 +16,31 @@ TEST(MimeCharset, LabelsAsMailProgramsSpellThemMapToOneConverter) {
     const QList<QByteArray> pair = c.split('>');
     EXPECT_EQ(converterName(QString::fromLatin1(pair[0])), pair[1]) << c.constData();
   }
-  EXPECT_EQ(converterName(QStringLiteral(" x-gbk ")), QByteArray("GB18030"));
+  EXPECT_EQ(converterName(u" x-gbk "_s), QByteArray("GB18030"));
   EXPECT_TRUE(knownConverter("CP949"));
   EXPECT_FALSE(knownConverter("NO-SUCH-CHARSET"));
 }
 
 TEST(MimeCharset, DecodingPrefersTheLabelThenFallsBack) {
   const QByteArray gbk("\xE9\x46\xD6\xD0", 4);  // 镕中: 镕 is GBK only
-  EXPECT_EQ(decodeText(gbk, QStringLiteral("gb2312"), {}), QStringLiteral("镕中"));
-  EXPECT_EQ(decodeText(gbk, QStringLiteral("us-ascii"), {}), QStringLiteral("镕中"));
-  EXPECT_EQ(decodeText(gbk, QStringLiteral("utf-8"), {}), QStringLiteral("镕中"));
-  EXPECT_EQ(decodeText(gbk, QStringLiteral("no-such-charset"), {}), QStringLiteral("镕中"));
-  EXPECT_EQ(decodeText(QStringLiteral("é").toUtf8(), QStringLiteral("utf-8"), {}),
-            QStringLiteral("é"));
-  EXPECT_EQ(decodeText("\xE9", QStringLiteral("iso-8859-1"), {}), QStringLiteral("é"));
+  EXPECT_EQ(decodeText(gbk, u"gb2312"_s, {}), u"镕中"_s);
+  EXPECT_EQ(decodeText(gbk, u"us-ascii"_s, {}), u"镕中"_s);
+  EXPECT_EQ(decodeText(gbk, u"utf-8"_s, {}), u"镕中"_s);
+  EXPECT_EQ(decodeText(gbk, u"no-such-charset"_s, {}), u"镕中"_s);
+  EXPECT_EQ(decodeText(u"é"_s.toUtf8(), u"utf-8"_s, {}), u"é"_s);
+  EXPECT_EQ(decodeText("\xE9", u"iso-8859-1"_s, {}), u"é"_s);
   // Undecodable in every candidate: readable text with replacement characters, nothing thrown.
-  const QString broken = decodeText(QByteArray("ok\xFF\xFF\xFF", 5), QStringLiteral("utf-8"), {});
-  EXPECT_TRUE(broken.startsWith(QStringLiteral("ok")));
+  const QString broken = decodeText(QByteArray("ok\xFF\xFF\xFF", 5), u"utf-8"_s, {});
+  EXPECT_TRUE(broken.startsWith(u"ok"_s));
   EXPECT_FALSE(decodeStrict(QByteArray("\xFF", 1), "UTF-8").has_value());
   EXPECT_FALSE(decodeStrict("abc", "no-such-charset").has_value());
 }
 
 TEST(MimeCharset, StrictEncodingReportsCharactersThatDoNotFit) {
-  EXPECT_EQ(encodeStrict(QStringLiteral("中文"), "GB2312"), QByteArray("\xD6\xD0\xCE\xC4"));
-  EXPECT_FALSE(encodeStrict(QStringLiteral("价格€"), "GB2312").has_value());
-  EXPECT_FALSE(encodeStrict(QStringLiteral("𠀀"), "GB2312").has_value());
-  EXPECT_FALSE(encodeStrict(QStringLiteral("朱镕基"), "GB2312").has_value());  // GBK only
+  EXPECT_EQ(encodeStrict(u"中文"_s, "GB2312"), QByteArray("\xD6\xD0\xCE\xC4"));
+  EXPECT_FALSE(encodeStrict(u"价格€"_s, "GB2312").has_value());
+  EXPECT_FALSE(encodeStrict(u"𠀀"_s, "GB2312").has_value());
+  EXPECT_FALSE(encodeStrict(u"朱镕基"_s, "GB2312").has_value());  // GBK only
   EXPECT_EQ(encodeStrict(QString(), "GB2312"), QByteArray());
 }
 

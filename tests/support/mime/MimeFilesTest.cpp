@@ -23,14 +23,13 @@ MimeAttachment attachment(const QString& name, const QByteArray& data) {
 
 TEST(MimeSaveAttachments, SavesEachUnderItsOwnNameInOrderReplacingOlderFiles) {
   QTemporaryDir dir;
-  ASSERT_TRUE(
-      kvtest::writeAll(dir.filePath(QStringLiteral("报价单.xls")), "old and longer content"));
+  ASSERT_TRUE(kvtest::writeAll(dir.filePath(u"报价单.xls"_s), "old and longer content"));
   ParsedMail mail;
-  mail.attachments = {attachment(QStringLiteral("报价单.xls"), "new"),
-                      attachment(QStringLiteral("a.bin"), QByteArray("\0\1\2", 3))};
+  mail.attachments = {attachment(u"报价单.xls"_s, "new"),
+                      attachment(u"a.bin"_s, QByteArray("\0\1\2", 3))};
   const QStringList paths = saveAttachments(mail, dir.path());
   ASSERT_EQ(paths.size(), 2);
-  EXPECT_EQ(paths[0], QDir(dir.path()).absoluteFilePath(QStringLiteral("报价单.xls")));
+  EXPECT_EQ(paths[0], QDir(dir.path()).absoluteFilePath(u"报价单.xls"_s));
   EXPECT_EQ(kvtest::readAll(paths[0]), QByteArray("new"));
   EXPECT_EQ(kvtest::readAll(paths[1]), QByteArray("\0\1\2", 3));
 }
@@ -39,13 +38,12 @@ TEST(MimeSaveAttachments, SavesEachUnderItsOwnNameInOrderReplacingOlderFiles) {
 // name is shortened keeping its extension.
 TEST(MimeSaveAttachments, NamesAreMadeSafeUniqueAndShort) {
   QTemporaryDir dir;
-  const QString folder = dir.filePath(QStringLiteral("new/sub"));  // made when missing
+  const QString folder = dir.filePath(u"new/sub"_s);  // made when missing
   ParsedMail mail;
   for (const QString& name :
-       {QStringLiteral("../../escape.txt"), QStringLiteral("C:\\Windows\\合同.doc"),
-        QStringLiteral("a<b>:c?*|\".txt"), QStringLiteral(".."), QStringLiteral("tab\there\n.txt"),
-        QStringLiteral("image.png"), QStringLiteral("IMAGE.png"), QStringLiteral("image.png"),
-        QString(120, QChar(0x6587)) + QStringLiteral(".pdf")})
+       {u"../../escape.txt"_s, u"C:\\Windows\\合同.doc"_s, u"a<b>:c?*|\".txt"_s, u".."_s,
+        u"tab\there\n.txt"_s, u"image.png"_s, u"IMAGE.png"_s, u"image.png"_s,
+        QString(120, QChar(0x6587)) + u".pdf"_s})
     mail.attachments << attachment(name, name.toUtf8());
   const QStringList paths = saveAttachments(mail, folder);
   ASSERT_EQ(paths.size(), 9);
@@ -58,17 +56,15 @@ TEST(MimeSaveAttachments, NamesAreMadeSafeUniqueAndShort) {
   const QString longName = names.takeLast();
   EXPECT_EQ(names, (QStringList{"escape.txt", "合同.doc", "a_b__c____.txt", "attachment4",
                                 "tab_here_.txt", "image.png", "IMAGE (2).png", "image (3).png"}));
-  EXPECT_TRUE(longName.endsWith(QStringLiteral(".pdf")));
+  EXPECT_TRUE(longName.endsWith(u".pdf"_s));
   EXPECT_LE(longName.toUtf8().size(), 200);
 }
 
 TEST(MimeJoin, AddressesAndDisplayTexts) {
-  const QList<MimeAddress> list = {{QStringLiteral("张三"), QStringLiteral("zs@x.cn")},
-                                   {QString(), QStringLiteral("b@y.cn")}};
-  EXPECT_EQ(joinAddresses(list), QStringLiteral("zs@x.cn;b@y.cn"));
-  EXPECT_EQ(joinDisplay(list), QStringLiteral("张三 <zs@x.cn>;b@y.cn"));
+  const QList<MimeAddress> list = {{u"张三"_s, u"zs@x.cn"_s}, {QString(), u"b@y.cn"_s}};
+  EXPECT_EQ(joinAddresses(list), u"zs@x.cn;b@y.cn"_s);
+  EXPECT_EQ(joinDisplay(list), u"张三 <zs@x.cn>;b@y.cn"_s);
   EXPECT_EQ(joinAddresses({}), QString());
-  EXPECT_EQ(joinAddresses({{QStringLiteral("MAILER DAEMON"), QString()}, list[1]}),
-            QStringLiteral("b@y.cn"));
+  EXPECT_EQ(joinAddresses({{u"MAILER DAEMON"_s, QString()}, list[1]}), u"b@y.cn"_s);
   EXPECT_EQ(joinDisplay({}), QString());
 }

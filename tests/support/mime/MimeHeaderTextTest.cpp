@@ -59,7 +59,7 @@ TEST(MimeHeaderText, RawEightBitTextIsReadOnceAndWordsByTheirOwnLabel) {
       {"broken word stays as text", "=?utf-8?B?5Lit", "", "=?utf-8?B?5Lit"},
   };
   for (const TextCase& c : cases)
-    EXPECT_EQ(decodeHeaderText(c.raw, {QString::fromLatin1(c.declared), QStringLiteral("gb2312")}),
+    EXPECT_EQ(decodeHeaderText(c.raw, {QString::fromLatin1(c.declared), u"gb2312"_s}),
               QString::fromUtf8(c.expected))
         << c.what;
 }
@@ -93,7 +93,6 @@ TEST(MimeHeaderText, AddressFormsServersReallySend) {
       {"nothing", "  ", "", ""},
   };
   for (const TextCase& c : cases)
-    EXPECT_EQ(show(parseAddressList(c.raw, {{}, QStringLiteral("gb2312")})),
-              QString::fromUtf8(c.expected))
+    EXPECT_EQ(show(parseAddressList(c.raw, {{}, u"gb2312"_s})), QString::fromUtf8(c.expected))
         << c.what;
 }

@@ -11,16 +11,15 @@ using namespace kvmail;
 namespace {
 
 ParsedMail sample(const QString& name, const QString& charset = {}) {
-  return readMailFile(kvtest::dataFile(QStringLiteral("mime/") + name), charset);
+  return readMailFile(kvtest::dataFile(u"mime/"_s + name), charset);
 }
 
 // Each attachment as "name type", with " inline" and " cid:<id>" when so.
 QStringList parts(const ParsedMail& m) {
   QStringList out;
   for (const MimeAttachment& a : m.attachments)
-    out << a.fileName + u' ' + a.contentType +
-               (a.isInline ? QStringLiteral(" inline") : QString()) +
-               (a.contentId.isEmpty() ? QString() : QStringLiteral(" cid:") + a.contentId);
+    out << a.fileName + u' ' + a.contentType + (a.isInline ? u" inline"_s : QString()) +
+               (a.contentId.isEmpty() ? QString() : u" cid:"_s + a.contentId);
   return out;
 }
 
@@ -34,7 +33,7 @@ QByteArray binarySample() {
 }  // namespace
 
 TEST(MimeRead, Gb2312LabelHoldingGbkCharactersWithDatePriorityAndMessageId) {
-  const ParsedMail m = sample(QStringLiteral("gb2312_alternative.eml"));
+  const ParsedMail m = sample(u"gb2312_alternative.eml"_s);
   ASSERT_TRUE(m.ok);
   EXPECT_EQ(
       (QStringList{m.subject, joinDisplay({m.from}), joinDisplay({m.replyTo}), joinDisplay(m.to),
@@ -47,21 +46,21 @@ TEST(MimeRead, Gb2312LabelHoldingGbkCharactersWithDatePriorityAndMessageId) {
   EXPECT_EQ(m.date.toUTC(), QDateTime(QDate(2024, 3, 5), QTime(1, 30, 15), Qt::UTC));
   EXPECT_EQ(m.date.offsetFromUtc(), 8 * 3600);
   EXPECT_EQ(m.priority, 3);  // "3 (Normal)"
-  EXPECT_EQ(m.messageId, QStringLiteral("20240305093015.1234@example.cn"));
+  EXPECT_EQ(m.messageId, u"20240305093015.1234@example.cn"_s);
 
-  const ParsedMail urgent = sample(QStringLiteral("mixed_attachments.eml"));
+  const ParsedMail urgent = sample(u"mixed_attachments.eml"_s);
   EXPECT_EQ(urgent.priority, 1);
   EXPECT_EQ(urgent.date.offsetFromUtc(), -5 * 3600);
-  EXPECT_EQ(urgent.messageId, QStringLiteral("abc.def@mail.example.cn"));
+  EXPECT_EQ(urgent.messageId, u"abc.def@mail.example.cn"_s);
 
-  const ParsedMail plain = sample(QStringLiteral("gb18030_plain.eml"));
+  const ParsedMail plain = sample(u"gb18030_plain.eml"_s);
   EXPECT_EQ(plain.priority, 0);
   EXPECT_FALSE(plain.date.isValid());
   EXPECT_TRUE(plain.messageId.isEmpty());
 }
 
 TEST(MimeRead, NestedAlternativeInsideMixedWithNamedAttachments) {
-  const ParsedMail m = sample(QStringLiteral("mixed_attachments.eml"));
+  const ParsedMail m = sample(u"mixed_attachments.eml"_s);
   ASSERT_TRUE(m.ok);
   // The subject's Q and B words lose the blank between them.
   EXPECT_EQ((QStringList{m.subject, m.from.name, joinDisplay(m.to), m.textBody, m.htmlBody}),
@@ -77,11 +76,11 @@ TEST(MimeRead, NestedAlternativeInsideMixedWithNamedAttachments) {
 }
 
 TEST(MimeRead, RelatedInlineImagesKeepTheirContentIds) {
-  const ParsedMail m = sample(QStringLiteral("related_inline.eml"));
+  const ParsedMail m = sample(u"related_inline.eml"_s);
   ASSERT_TRUE(m.ok);
-  EXPECT_EQ(m.subject, QStringLiteral("新闻 €"));
-  EXPECT_TRUE(m.htmlBody.contains(QStringLiteral("欢迎 € 𠀀")));
-  EXPECT_TRUE(m.htmlBody.contains(QStringLiteral("cid:logo@kv")));
+  EXPECT_EQ(m.subject, u"新闻 €"_s);
+  EXPECT_TRUE(m.htmlBody.contains(u"欢迎 € 𠀀"_s));
+  EXPECT_TRUE(m.htmlBody.contains(u"cid:logo@kv"_s));
   EXPECT_TRUE(m.textBody.isEmpty());
   // The second has no disposition (inline inside multipart/related) and a made-up name.
   EXPECT_EQ(parts(m), (QStringList{"logo.png image/png inline cid:logo@kv",
@@ -92,14 +91,14 @@ TEST(MimeRead, RelatedInlineImagesKeepTheirContentIds) {
 }
 
 TEST(MimeRead, PlainTextOnlyBecomesEscapedHtmlWithLineBreaks) {
-  const ParsedMail m = sample(QStringLiteral("gb18030_plain.eml"));
+  const ParsedMail m = sample(u"gb18030_plain.eml"_s);
   ASSERT_TRUE(m.ok);
-  EXPECT_EQ(m.textBody, QStringLiteral("第一行 <b>&\n第二行 𠀀 €\n"));
-  EXPECT_EQ(m.htmlBody, QStringLiteral("第一行 &lt;b&gt;&amp;<br>\n第二行 𠀀 €<br>\n"));
+  EXPECT_EQ(m.textBody, u"第一行 <b>&\n第二行 𠀀 €\n"_s);
+  EXPECT_EQ(m.htmlBody, u"第一行 &lt;b&gt;&amp;<br>\n第二行 𠀀 €<br>\n"_s);
 }
 
 TEST(MimeRead, RawGbkBytesInHeadersAndAttachmentNames) {
-  const ParsedMail m = sample(QStringLiteral("raw_gbk.eml"));
+  const ParsedMail m = sample(u"raw_gbk.eml"_s);
   ASSERT_TRUE(m.ok);
   // The body is labelled GB_2312-80.
   EXPECT_EQ((QStringList{m.subject, joinDisplay({m.from}), m.htmlBody}),
@@ -110,7 +109,7 @@ TEST(MimeRead, RawGbkBytesInHeadersAndAttachmentNames) {
 }
 
 TEST(MimeRead, LfOnlyMailWithWrongAsciiLabelAndForwardedMessage) {
-  const ParsedMail m = sample(QStringLiteral("lf_only.eml"));
+  const ParsedMail m = sample(u"lf_only.eml"_s);
   ASSERT_TRUE(m.ok);
   EXPECT_EQ((QStringList{m.from.name, m.subject, m.textBody}),
             (QStringList{"Bob", "lf only", "line one\nline two 中文\n"}));
@@ -120,19 +119,19 @@ TEST(MimeRead, LfOnlyMailWithWrongAsciiLabelAndForwardedMessage) {
 }
 
 TEST(MimeRead, TruncatedMailYieldsWhatWasThere) {
-  const ParsedMail m = sample(QStringLiteral("truncated.eml"));
+  const ParsedMail m = sample(u"truncated.eml"_s);
   ASSERT_TRUE(m.ok);
   EXPECT_EQ((QStringList{m.subject, m.from.name, m.htmlBody}),
             (QStringList{"截断的邮件", "李四", "<p>正文完整</p>"}));
   ASSERT_EQ(m.attachments.size(), 1);
-  EXPECT_EQ(m.attachments[0].fileName, QStringLiteral("data.bin"));
+  EXPECT_EQ(m.attachments[0].fileName, u"data.bin"_s);
   EXPECT_FALSE(m.attachments[0].data.isEmpty());
   EXPECT_TRUE(binarySample().startsWith(m.attachments[0].data));
 }
 
 // Text without headers is the body; leading blank lines and an mbox "From " line are skipped.
 TEST(MimeRead, HeaderlessTextLeadingBlankLinesAndMboxLines) {
-  const ParsedMail m = sample(QStringLiteral("no_headers.eml"));
+  const ParsedMail m = sample(u"no_headers.eml"_s);
   ASSERT_TRUE(m.ok);
   EXPECT_EQ((QStringList{m.subject, m.from.address, m.textBody, m.htmlBody}),
             (QStringList{"", "", "这不是邮件头\n只是一些文字 <x>\n",
@@ -149,35 +148,33 @@ TEST(MimeRead, HeaderlessTextLeadingBlankLinesAndMboxLines) {
 TEST(MimeRead, NothingReadableGivesNotOk) {
   EXPECT_FALSE(readMailBytes({}).ok);
   EXPECT_FALSE(readMailBytes("\r\n \r\n").ok);
-  EXPECT_FALSE(readMailFile(QStringLiteral("/nonexistent/kvmail/none.eml")).ok);
+  EXPECT_FALSE(readMailFile(u"/nonexistent/kvmail/none.eml"_s).ok);
 }
 
 TEST(MimeRead, UnlabelledEightBitTextFollowsTheDefaultCharset) {
-  const QByteArray raw =
-      QByteArray("From: a@b\r\nSubject: x\r\n\r\n") + QStringLiteral("中文").toUtf8();
-  EXPECT_EQ(readMailBytes(raw).textBody, QStringLiteral("中文"));  // valid UTF-8 wins by default
+  const QByteArray raw = QByteArray("From: a@b\r\nSubject: x\r\n\r\n") + u"中文"_s.toUtf8();
+  EXPECT_EQ(readMailBytes(raw).textBody, u"中文"_s);  // valid UTF-8 wins by default
   // The same bytes read as gb2312 (GB18030) when the caller says the mail is gb2312.
-  EXPECT_EQ(readMailBytes(raw, QStringLiteral("gb2312")).textBody,
-            QString::fromUtf8("涓\xEE\x85\x9F枃"));
+  EXPECT_EQ(readMailBytes(raw, u"gb2312"_s).textBody, QString::fromUtf8("涓\xEE\x85\x9F枃"));
   const QByteArray gbk = QByteArray("Subject: ") + QByteArray("\xD6\xD0\xCE\xC4") + "\r\n\r\n" +
                          QByteArray("\xD6\xD0\xCE\xC4");
   const ParsedMail m = readMailBytes(gbk);
-  EXPECT_EQ(m.subject, QStringLiteral("中文"));
-  EXPECT_EQ(m.textBody, QStringLiteral("中文"));
+  EXPECT_EQ(m.subject, u"中文"_s);
+  EXPECT_EQ(m.textBody, u"中文"_s);
 }
 
 TEST(MimeRead, SplitAndPaddedEncodedWordsDecodeWhole) {
   const ParsedMail m = readMailBytes(
       "From: =?UTF-8?B?5Lg=?= =?UTF-8?B?rQ==?= <a@b.cn>\r\n"
       "Subject: =?gb2312?B?1tDW0A==?=\r\n =?gb2312?B?1tA=?=\r\n\r\nx");
-  EXPECT_EQ(m.subject, QStringLiteral("中中中"));
-  EXPECT_EQ(m.from.name, QStringLiteral("中"));
+  EXPECT_EQ(m.subject, u"中中中"_s);
+  EXPECT_EQ(m.from.name, u"中"_s);
 }
 
 TEST(MimeRead, HtmlWithoutCharsetLabelUsesItsMetaTag) {
   const QByteArray raw = QByteArray("Content-Type: text/html\r\n\r\n<meta charset=\"gb2312\"><p>") +
                          QByteArray("\xE9\x46") + "</p>";  // 镕 in GBK
-  EXPECT_EQ(readMailBytes(raw).htmlBody, QStringLiteral("<meta charset=\"gb2312\"><p>镕</p>"));
+  EXPECT_EQ(readMailBytes(raw).htmlBody, u"<meta charset=\"gb2312\"><p>镕</p>"_s);
 }
 
 TEST(MimeRead, GroupsAndRepeatedRecipientHeadersAreFlattened) {
@@ -185,14 +182,14 @@ TEST(MimeRead, GroupsAndRepeatedRecipientHeadersAreFlattened) {
       "To: team: a@x.cn, =?gb2312?B?1cXI/Q==?= <b@x.cn>;\r\nTo: c@x.cn\r\nCc: \r\n\r\nbody";
   const ParsedMail m = readMailBytes(raw);
   ASSERT_EQ(m.to.size(), 3);
-  EXPECT_EQ(m.to[1].name, QStringLiteral("张三"));
-  EXPECT_EQ(joinAddresses(m.to), QStringLiteral("a@x.cn;b@x.cn;c@x.cn"));
+  EXPECT_EQ(m.to[1].name, u"张三"_s);
+  EXPECT_EQ(joinAddresses(m.to), u"a@x.cn;b@x.cn;c@x.cn"_s);
   EXPECT_TRUE(m.cc.isEmpty());
 }
 
 TEST(MimeRead, EveryPrefixOfEverySampleIsReadWithoutFailing) {
-  const QDir samples(kvtest::dataFile(QStringLiteral("mime")));
-  const QStringList files = samples.entryList({QStringLiteral("*.eml")}, QDir::Files);
+  const QDir samples(kvtest::dataFile(u"mime"_s));
+  const QStringList files = samples.entryList({u"*.eml"_s}, QDir::Files);
   ASSERT_GE(files.size(), 8);
   for (const QString& name : files) {
     const QByteArray whole = kvtest::readAll(samples.filePath(name));

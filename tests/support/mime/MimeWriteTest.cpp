@@ -14,16 +14,15 @@ namespace {
 
 OutgoingMail chineseMail() {
   OutgoingMail m;
-  m.from = {QStringLiteral("张三"), QStringLiteral("zhangsan@example.cn")};
-  m.to = {{QStringLiteral("李四"), QStringLiteral("lisi@example.cn")},
-          {QString(), QStringLiteral("wang@example.cn")}};
-  m.cc = {{QStringLiteral("赵六"), QStringLiteral("zhao@example.cn")}};
-  m.bcc = {{QStringLiteral("秘书"), QStringLiteral("mishu@example.cn")}};
-  m.subject = QStringLiteral("第二季度报价单");
-  m.htmlBody = QStringLiteral("<html><body><p>您好：</p>\n<p>报价单见附件。</p></body></html>");
+  m.from = {u"张三"_s, u"zhangsan@example.cn"_s};
+  m.to = {{u"李四"_s, u"lisi@example.cn"_s}, {QString(), u"wang@example.cn"_s}};
+  m.cc = {{u"赵六"_s, u"zhao@example.cn"_s}};
+  m.bcc = {{u"秘书"_s, u"mishu@example.cn"_s}};
+  m.subject = u"第二季度报价单"_s;
+  m.htmlBody = u"<html><body><p>您好：</p>\n<p>报价单见附件。</p></body></html>"_s;
   m.headerPriority = 1;
   m.date = QDateTime(QDate(2024, 5, 6), QTime(14, 3, 9), Qt::OffsetFromUTC, 8 * 3600);
-  m.messageId = QStringLiteral("kv.1@example.cn");
+  m.messageId = u"kv.1@example.cn"_s;
   return m;
 }
 
@@ -72,9 +71,9 @@ QByteArray htmlPartBytes(const QByteArray& raw) {
 TEST(MimeWrite, ChineseMailRoundTripsWithEveryField) {
   QTemporaryDir dir;
   OutgoingMail out = chineseMail();
-  out.replyTo = {QStringLiteral("回复处"), QStringLiteral("reply@example.cn")};
+  out.replyTo = {u"回复处"_s, u"reply@example.cn"_s};
   out.attachmentPaths = {
-      kvtest::writtenFile(dir.filePath(QStringLiteral("报价单（第二季度）.xls")), binaryBytes())};
+      kvtest::writtenFile(dir.filePath(u"报价单（第二季度）.xls"_s), binaryBytes())};
 
   const ParsedMail in = readMailBytes(written(out));
   ASSERT_TRUE(in.ok);
@@ -89,7 +88,7 @@ TEST(MimeWrite, ChineseMailRoundTripsWithEveryField) {
   EXPECT_EQ(in.date, out.date);
   ASSERT_EQ(in.attachments.size(), 1);
   EXPECT_EQ(in.attachments[0].fileName + u'|' + in.attachments[0].contentType,
-            QStringLiteral("报价单（第二季度）.xls|application/vnd.ms-excel"));
+            u"报价单（第二季度）.xls|application/vnd.ms-excel"_s);
   EXPECT_EQ(in.attachments[0].data, binaryBytes());
   EXPECT_FALSE(in.attachments[0].isInline);
 }
@@ -97,7 +96,7 @@ TEST(MimeWrite, ChineseMailRoundTripsWithEveryField) {
 TEST(MimeWrite, Gb2312HeadersAndBase64HtmlBodyWhereTheTextFits) {
   QTemporaryDir dir;
   OutgoingMail m = chineseMail();
-  m.attachmentPaths = {kvtest::writtenFile(dir.filePath(QStringLiteral("合同.doc")), "doc")};
+  m.attachmentPaths = {kvtest::writtenFile(dir.filePath(u"合同.doc"_s), "doc")};
   // The name as Foxmail and Outlook write and show it: one B word in name= and filename=.
   const QByteArray raw = expectWritten(
       m, {"\r\nSubject: =?gb2312?B?", "\r\nFrom: =?gb2312?B?1cXI/Q==?= <zhangsan@example.cn>\r\n",
@@ -113,26 +112,25 @@ TEST(MimeWrite, Gb2312HeadersAndBase64HtmlBodyWhereTheTextFits) {
 TEST(MimeWrite, TextOutsideGb2312IsWrittenInUtf8WithoutLoss) {
   QTemporaryDir dir;
   OutgoingMail m = chineseMail();
-  m.subject = QStringLiteral("价格 €5 𠀀 朱镕基");
-  m.from.name = QStringLiteral("喆");
-  m.htmlBody = QStringLiteral("<p>单价 € 𠀀</p>");
-  m.attachmentPaths = {kvtest::writtenFile(dir.filePath(QStringLiteral("价格€.txt")), "price")};
+  m.subject = u"价格 €5 𠀀 朱镕基"_s;
+  m.from.name = u"喆"_s;
+  m.htmlBody = u"<p>单价 € 𠀀</p>"_s;
+  m.attachmentPaths = {kvtest::writtenFile(dir.filePath(u"价格€.txt"_s), "price")};
   // Each header decides for itself: the To list still fits gb2312.
   const ParsedMail in = readMailBytes(
       expectWritten(m, {"\r\nSubject: =?UTF-8?B?", "\r\nFrom: =?UTF-8?B?", "To: =?gb2312?B?",
                         "Content-Type: text/html; charset=UTF-8", "filename=\"=?UTF-8?B?"}));
   ASSERT_EQ(in.attachments.size(), 1);
-  EXPECT_EQ(in.attachments[0].fileName, QStringLiteral("价格€.txt"));
+  EXPECT_EQ(in.attachments[0].fileName, u"价格€.txt"_s);
 }
 
 TEST(MimeWrite, CrLfLineEndsThroughout) {
   QTemporaryDir dir;
   OutgoingMail m = chineseMail();
-  m.htmlBody = QStringLiteral("a\nb\r\nc\n") + QString(300, QChar(0x6587));
+  m.htmlBody = u"a\nb\r\nc\n"_s + QString(300, QChar(0x6587));
   m.subject = QString(60, QChar(0x4E2D));  // long enough to be folded
-  m.attachmentPaths = {
-      kvtest::writtenFile(dir.filePath(QStringLiteral("bin.dat")), binaryBytes()),
-      kvtest::writtenFile(dir.filePath(QStringLiteral("notes.txt")), "one\ntwo\n")};
+  m.attachmentPaths = {kvtest::writtenFile(dir.filePath(u"bin.dat"_s), binaryBytes()),
+                       kvtest::writtenFile(dir.filePath(u"notes.txt"_s), "one\ntwo\n")};
   const QByteArray raw = written(m);
   EXPECT_TRUE(everyLineEndIsCrLf(raw));
   EXPECT_TRUE(everyLineEndIsCrLf(htmlPartBytes(raw)));
@@ -147,7 +145,7 @@ TEST(MimeWrite, CrLfLineEndsThroughout) {
 
   const ParsedMail in = readMailBytes(raw);
   EXPECT_EQ(in.subject, m.subject);
-  EXPECT_EQ(in.htmlBody, QStringLiteral("a\nb\nc\n") + QString(300, QChar(0x6587)));
+  EXPECT_EQ(in.htmlBody, u"a\nb\nc\n"_s + QString(300, QChar(0x6587)));
   ASSERT_EQ(in.attachments.size(), 2);
   EXPECT_EQ(in.attachments[0].data, binaryBytes());
   EXPECT_EQ(in.attachments[1].data, QByteArray("one\ntwo\n"));  // attachments are bytes, untouched
@@ -155,10 +153,9 @@ TEST(MimeWrite, CrLfLineEndsThroughout) {
 
 TEST(MimeWrite, HeaderLinesStayShortAndEncodedWordsWithinLimits) {
   OutgoingMail m = chineseMail();
-  m.subject = QString(100, QChar(0x56FD)) + QStringLiteral("𠀀€");
+  m.subject = QString(100, QChar(0x56FD)) + u"𠀀€"_s;
   m.to.clear();
-  for (int i = 0; i < 10; ++i)
-    m.to.append({QStringLiteral("收件人%1").arg(i), QStringLiteral("r%1@example.cn").arg(i)});
+  for (int i = 0; i < 10; ++i) m.to.append({u"收件人%1"_s.arg(i), u"r%1@example.cn"_s.arg(i)});
   const QByteArray raw = written(m);
   const QByteArray headers = raw.left(raw.indexOf("\r\n\r\n"));
   for (const QByteArray& line : headers.split('\n')) EXPECT_LE(line.size(), 78) << line.constData();
@@ -168,13 +165,13 @@ TEST(MimeWrite, HeaderLinesStayShortAndEncodedWordsWithinLimits) {
   const ParsedMail in = readMailBytes(raw);
   EXPECT_EQ(in.subject, m.subject);
   ASSERT_EQ(in.to.size(), 10);
-  EXPECT_EQ(in.to[9].name, QStringLiteral("收件人9"));
+  EXPECT_EQ(in.to[9].name, u"收件人9"_s);
 }
 
 TEST(MimeWrite, OptionalHeaders) {
   OutgoingMail m = chineseMail();
   m.headerPriority = 0;
-  m.replyTo = {QStringLiteral("名字"), QString()};  // no address: left out
+  m.replyTo = {u"名字"_s, QString()};  // no address: left out
   m.cc.clear();
   m.bcc.clear();
   m.messageId.clear();
@@ -186,7 +183,7 @@ TEST(MimeWrite, OptionalHeaders) {
   EXPECT_FALSE(raw.contains("\r\nBcc:"));
   const ParsedMail in = readMailBytes(raw);
   EXPECT_EQ(in.priority, 0);
-  EXPECT_TRUE(in.messageId.endsWith(QStringLiteral("@example.cn")));  // made from the sender
+  EXPECT_TRUE(in.messageId.endsWith(u"@example.cn"_s));  // made from the sender
   EXPECT_TRUE(in.date.isValid());
   EXPECT_LE(qAbs(in.date.secsTo(QDateTime::currentDateTime())), 3600);
 
@@ -195,23 +192,23 @@ TEST(MimeWrite, OptionalHeaders) {
 
   // A mail with nothing but a sender still reads back.
   OutgoingMail empty;
-  empty.from.address = QStringLiteral("a@b.cn");
+  empty.from.address = u"a@b.cn"_s;
   const ParsedMail back = readMailBytes(written(empty));
   ASSERT_TRUE(back.ok);
-  EXPECT_EQ(back.from.address + back.subject + back.htmlBody, QStringLiteral("a@b.cn"));
+  EXPECT_EQ(back.from.address + back.subject + back.htmlBody, u"a@b.cn"_s);
 }
 
 TEST(MimeWrite, AsciiNamesAndSubjectsStayReadableAndQuoted) {
   OutgoingMail m = chineseMail();
-  m.from = {QStringLiteral("Li, \"Boss\""), QStringLiteral("boss@example.com")};
-  m.subject = QStringLiteral("Quarterly report");
+  m.from = {u"Li, \"Boss\""_s, u"boss@example.com"_s};
+  m.subject = u"Quarterly report"_s;
   expectWritten(m, {"\r\nFrom: \"Li, \\\"Boss\\\"\" <boss@example.com>\r\n",
                     "\r\nSubject: Quarterly report\r\n"});
 }
 
 TEST(MimeWrite, LineBreaksInHeaderTextCannotAddHeaders) {
   OutgoingMail m = chineseMail();
-  m.subject = QStringLiteral("hello\r\nBcc: spy@example.com");
+  m.subject = u"hello\r\nBcc: spy@example.com"_s;
   const QByteArray raw = written(m);
   EXPECT_FALSE(raw.contains("\r\nBcc: spy"));
   EXPECT_EQ(readMailBytes(raw).bcc.size(), 1);
@@ -219,8 +216,8 @@ TEST(MimeWrite, LineBreaksInHeaderTextCannotAddHeaders) {
 
 TEST(MimeWrite, MissingAttachmentFailsNamingTheFileAndWritesNothing) {
   QTemporaryDir dir;
-  const QString missing = dir.filePath(QStringLiteral("不存在的附件.pdf"));
-  const QString target = dir.filePath(QStringLiteral("out.eml"));
+  const QString missing = dir.filePath(u"不存在的附件.pdf"_s);
+  const QString target = dir.filePath(u"out.eml"_s);
   OutgoingMail m = chineseMail();
   m.attachmentPaths = {missing};
   QByteArray out("untouched");
@@ -240,13 +237,12 @@ TEST(MimeWrite, MissingAttachmentFailsNamingTheFileAndWritesNothing) {
 
 TEST(MimeWrite, FileHoldsTheSameBytesAndIsReplaced) {
   QTemporaryDir dir;
-  const QString target = dir.filePath(QStringLiteral("temp1.eml"));
+  const QString target = dir.filePath(u"temp1.eml"_s);
   ASSERT_TRUE(kvtest::writeAll(target, QByteArray(100000, 'x')));
   QString error;
   ASSERT_TRUE(writeMailFile(chineseMail(), target, &error)) << error.toStdString();
   EXPECT_EQ(kvtest::readAll(target), written(chineseMail()));
   EXPECT_EQ(readMailFile(target).subject, chineseMail().subject);
-  EXPECT_FALSE(
-      writeMailFile(chineseMail(), dir.filePath(QStringLiteral("no/such/dir/x.eml")), &error));
+  EXPECT_FALSE(writeMailFile(chineseMail(), dir.filePath(u"no/such/dir/x.eml"_s), &error));
   EXPECT_FALSE(error.isEmpty());
 }
