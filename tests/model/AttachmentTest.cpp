@@ -6,12 +6,14 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include "ErrorOf.h"
 #include "TestEnv.h"
 #include "model/MailError.h"
 #include "model/clsAttachment.h"
 #include "model/clsAttachments.h"
 
 using namespace kvmail;
+using kvtest::errorOf;
 
 namespace {
 
@@ -20,14 +22,6 @@ class AttachmentFiles : public ::testing::Test {
   QString path(const QString& name) const { return dir_.filePath(name); }
   QString make(const QString& name, const QByteArray& bytes) {
     return kvtest::writtenFile(path(name), bytes);
-  }
-  static long errorOf(const std::function<void()>& call) {
-    try {
-      call();
-    } catch (const MailError& e) {
-      return e.number();
-    }
-    return 0;
   }
   QTemporaryDir dir_;
 };

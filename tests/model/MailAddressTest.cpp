@@ -5,24 +5,13 @@
 #include <functional>
 #include <memory>
 
+#include "ErrorOf.h"
 #include "model/MailError.h"
 #include "model/clsMailAddress.h"
 #include "model/clsMailAddresses.h"
 
 using namespace kvmail;
-
-namespace {
-
-long errorOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const MailError& e) {
-    return e.number();
-  }
-  return 0;
-}
-
-}  // namespace
+using kvtest::errorOf;
 
 // Nothing is trimmed: a name keeps its blanks, text after ">" is dropped.
 TEST(MailAddress, ParsesAndPrintsTheSupportedForms) {
