@@ -98,9 +98,13 @@ TEST(ComposeHelpers, TheToFieldCompletesTheWholeTextFromTheHistoryIgnoringCase) 
   EXPECT_EQ(to->text(), u"Wa"_s);
 }
 
-TEST(ComposeHelpers, AStoreWithoutMailGivesNoHistoryAndNothingCompletes) {
+class ComposeHelpersOnNewMail : public ::testing::Test {
+ protected:
+  void SetUp() override { rig.mail->NewMail(); }
   ComposeRig rig;
-  rig.mail->NewMail();
+};
+
+TEST_F(ComposeHelpersOnNewMail, AStoreWithoutMailGivesNoHistoryAndNothingCompletes) {
   EXPECT_EQ(rig.window()->history(), nullptr);
   QTest::keyClicks(rig.field(1), u"w"_s);
   EXPECT_EQ(rig.field(1)->text(), u"w"_s);
@@ -127,9 +131,7 @@ TEST(ComposeHelpers, TheAddressBookOpensModallyAndItsPickReplacesTheToField) {
   EXPECT_EQ(rig.field(1)->text(), u"again@kvmail.test"_s);
 }
 
-TEST(ComposeHelpers, ATemplateSavedFromTheWindowIsWhatCreateNewFillsNext) {
-  ComposeRig rig;
-  rig.mail->NewMail();
+TEST_F(ComposeHelpersOnNewMail, ATemplateSavedFromTheWindowIsWhatCreateNewFillsNext) {
   rig.field(1)->setText(u"客户<kehu@kvmail.test>"_s);
   rig.field(3)->setText(u"新品目录"_s);
   rig.window()->editor()->setDocumentHtml(u"<p><b>[名]</b>您好，请看新品：</p>"_s);
@@ -173,9 +175,7 @@ TEST(ComposeHelpers, ATemplateSavedFromTheWindowIsWhatCreateNewFillsNext) {
   EXPECT_EQ(kvtest::readAll(list->topLevelItem(0)->text(1)), QByteArray("%PDF-1.4 catalogue"));
 }
 
-TEST(ComposeHelpers, PicturesOfTheBodyAreStoredAsRelatedPartsAndComeBackAsFiles) {
-  ComposeRig rig;
-  rig.mail->NewMail();
+TEST_F(ComposeHelpersOnNewMail, PicturesOfTheBodyAreStoredAsRelatedPartsAndComeBackAsFiles) {
   rig.field(1)->setText(u"kehu@kvmail.test"_s);
   const QString red = pictureFile(rig, u"red.png"_s, Qt::red);
   kvmail::BodyEditor* editor = rig.window()->editor();

@@ -95,9 +95,14 @@ TEST(ServiceInit, NoAccountFailsWith1000001AndNoMessageBoxAndTheRecordLastsTillT
   EXPECT_TRUE(rig.mail->Error()->Source().isEmpty());
 }
 
-TEST(ServiceCreateNew, EmptyRecordsMakeExactlyOneMessageFromTheTemplate) {
+// The service over a store holding the per-user account, not yet started.
+class ServiceOnTheUsersAccount : public ::testing::Test {
+ protected:
+  void SetUp() override { rig.seedAccount(true, false); }
   ServiceRig rig;
-  rig.seedAccount(true, false);
+};
+
+TEST_F(ServiceOnTheUsersAccount, EmptyRecordsMakeExactlyOneMessageFromTheTemplate) {
   rig.seedTemplate(12, u"a@kvmail.test;b@kvmail.test"_s, u"c@kvmail.test"_s, u"d@kvmail.test"_s,
                    QString(), templateFile());
   ASSERT_TRUE(rig.mail->Init(rig.host, 12));
@@ -113,9 +118,7 @@ TEST(ServiceCreateNew, EmptyRecordsMakeExactlyOneMessageFromTheTemplate) {
   EXPECT_TRUE(m->BodyText().contains(u"尊敬的客户"_s));
 }
 
-TEST(ServiceCreateNew, PlaceholdersAreReplacedPerRecord) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
+TEST_F(ServiceOnTheUsersAccount, PlaceholdersAreReplacedPerRecord) {
   rig.seedTemplate(5, u"[邮箱]"_s, QString(), QString(), u"致[名]"_s, templateFile());
   ASSERT_TRUE(rig.mail->Init(rig.host, 5));
   const QChar sep(0);
@@ -131,9 +134,7 @@ TEST(ServiceCreateNew, PlaceholdersAreReplacedPerRecord) {
               i == 1 ? u"wang@kvmail.test|致经理"_s : u"[邮箱]|致[名]"_s);
 }
 
-TEST(ServiceCreateNew, WithoutATemplatePriorityIsZero) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
+TEST_F(ServiceOnTheUsersAccount, WithoutATemplatePriorityIsZero) {
   ASSERT_TRUE(rig.mail->Init(rig.host, 0));
   ASSERT_TRUE(rig.mail->CreateNew(QString(), QString()));
   auto m = only(rig.mail->composeWindow()->bundle());
@@ -147,9 +148,7 @@ TEST(ServiceCreateNew, WithoutATemplatePriorityIsZero) {
   EXPECT_EQ(m->Priority(), u"0"_s);
 }
 
-TEST(ServiceCreateNew, TemplateAttachmentsAreSavedToTheTempFolder) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
+TEST_F(ServiceOnTheUsersAccount, TemplateAttachmentsAreSavedToTheTempFolder) {
   const QString file = rig.file(u"价目表.txt"_s, "price list\r\n");
   kvmail::OutgoingMail tpl = templateFile({file});
   tpl.headerPriority = 1;
@@ -170,9 +169,7 @@ TEST(ServiceCreateNew, TemplateAttachmentsAreSavedToTheTempFolder) {
   }
 }
 
-TEST(ServiceCreateNew, AFailureIsRecordedWithItsPrefix) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
+TEST_F(ServiceOnTheUsersAccount, AFailureIsRecordedWithItsPrefix) {
   rig.seedTemplate(4, u"x <a@b"_s, QString(), QString(), u"s"_s, templateFile());
   ASSERT_TRUE(rig.mail->Init(rig.host, 4));
   EXPECT_FALSE(rig.mail->CreateNew(QString(), QString()));
@@ -192,9 +189,7 @@ TEST_F(ServiceEmptyQueue, EmptyQueueShowsTheMessageAndOpensNothing) {
   }
 }
 
-TEST(ServiceQueue, QueuedRowsBecomeABundleNewestFirstSendOnly) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
+TEST_F(ServiceOnTheUsersAccount, QueuedRowsBecomeABundleNewestFirstSendOnly) {
   kvmail::OutgoingMail m = templateFile();
   m.to = {{u"客户"_s, u"c1@kvmail.test"_s}};
   m.subject = u"旧的"_s;
@@ -218,9 +213,7 @@ TEST(ServiceQueue, QueuedRowsBecomeABundleNewestFirstSendOnly) {
             (QStringList{"客户<c1@kvmail.test>", "", "", "新的"}));
 }
 
-TEST(ServiceQueue, SendReceiveOnAnEmptyQueueStillOpensToReceive) {
-  ServiceRig rig;
-  rig.seedAccount(true, false);
+TEST_F(ServiceOnTheUsersAccount, SendReceiveOnAnEmptyQueueStillOpensToReceive) {
   // Nothing listens there: the receive task ends on its own.
   rig.host->executeBound(u"update mailaccount set mapop3port=?"_s, {1});
   ASSERT_TRUE(rig.mail->Init(rig.host, 1));

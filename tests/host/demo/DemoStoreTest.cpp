@@ -84,9 +84,13 @@ TEST(DemoMerge, RecordsCarryNameAndAddressItems) {
   EXPECT_EQ(mergeRecords({}, u"|"_s), QString());
 }
 
-TEST(DemoQueue, QueuedMailIsWhatTheModuleSendsAndABrokenOneLeavesNoRow) {
+class DemoStore : public ::testing::Test {
+ protected:
   DemoRig rig;
   QString error;
+};
+
+TEST_F(DemoStore, QueuedMailIsWhatTheModuleSendsAndABrokenOneLeavesNoRow) {
   const long id = queueMail(*rig.host, demoOutgoingMail(u"演示"_s, u"d@x.test"_s), &error);
   ASSERT_GT(id, 0) << error.toStdString();
   const auto queue = rig.host->openQuery(kvmail::sql::sendQueue());
@@ -105,9 +109,7 @@ TEST(DemoQueue, QueuedMailIsWhatTheModuleSendsAndABrokenOneLeavesNoRow) {
   EXPECT_EQ(rig.count(u"msgmail"_s), 1);
 }
 
-TEST(DemoMailList, ShowsDirectionAndHidesDeletedMail) {
-  DemoRig rig;
-  QString error;
+TEST_F(DemoStore, ShowsDirectionAndHidesDeletedMail) {
   const auto mail = demoOutgoingMail(u"演示"_s, u"d@x.test"_s);
   const long queued = queueMail(*rig.host, mail, &error);
   const long sent = queueMail(*rig.host, mail, &error);
@@ -160,9 +162,7 @@ TEST(DemoAccountRecord, FlagsReadTheWayTheModuleReadsThemAndTheDefaultIsTheFallB
   EXPECT_TRUE(r.isDefault);
 }
 
-TEST(DemoAccountRecord, InvalidFieldsAreRefusedAndChangeNothing) {
-  DemoRig rig;
-  QString error;
+TEST_F(DemoStore, InvalidFieldsAreRefusedAndChangeNothing) {
   const AccountRecord good = loadAccountRecord(*rig.host, &error);
   const QString before = rig.value(
       u"select maname||mafromemailaddress||"
@@ -190,9 +190,7 @@ TEST(DemoAccountRecord, InvalidFieldsAreRefusedAndChangeNothing) {
   EXPECT_EQ(validateAccount(good), QString());
 }
 
-TEST(DemoAccountRecord, SavingWritesEveryColumnAndKeepsOrReplacesThePassword) {
-  DemoRig rig;
-  QString error;
+TEST_F(DemoStore, SavingWritesEveryColumnAndKeepsOrReplacesThePassword) {
   AccountRecord r = loadAccountRecord(*rig.host, &error);
   r.name = u"销售部"_s;
   r.smtp = u"smtp.kvmail.test"_s;
@@ -223,9 +221,7 @@ TEST(DemoAccountRecord, SavingWritesEveryColumnAndKeepsOrReplacesThePassword) {
   EXPECT_EQ(rig.count(u"mailaccountuser"_s), 1);
 }
 
-TEST(DemoAccountRecord, ANewDefaultAccountTakesOverTheUser) {
-  DemoRig rig;
-  QString error;
+TEST_F(DemoStore, ANewDefaultAccountTakesOverTheUser) {
   AccountRecord r = loadAccountRecord(*rig.host, &error);
   r.exists = false;  // as the dialog does on an empty store
   r.name = u"第二帐户"_s;

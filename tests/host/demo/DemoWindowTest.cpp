@@ -66,9 +66,13 @@ TEST(DemoAccountDialog, ShowsEveryFieldButNeverThePassword) {
     EXPECT_FALSE(line->text().contains(u"kvpass"_s)) << line->objectName().toStdString();
 }
 
-TEST(DemoAccountDialog, OkWritesTheFieldsAndThePasswordOnlyWhenTyped) {
+class DemoWithPrompt : public ::testing::Test {
+ protected:
   DemoRig rig;
   kvtest::ScopedPrompt prompt;
+};
+
+TEST_F(DemoWithPrompt, OkWritesTheFieldsAndThePasswordOnlyWhenTyped) {
   AccountDialog dialog(*rig.host);
   child<QLineEdit>(dialog, "txtName")->setText(u"客服邮箱"_s);
   child<QSpinBox>(dialog, "spnSmtpPort")->setValue(2526);
@@ -114,9 +118,7 @@ TEST(DemoAccountDialog, SecurityModesMoveStandardPortsAndAreSaved) {
   EXPECT_EQ(child<QSpinBox>(again, "spnPop3Port")->value(), 995);
 }
 
-TEST(DemoAccountDialog, BadInputIsShownAndTheStoreStaysAsItWas) {
-  DemoRig rig;
-  kvtest::ScopedPrompt prompt;
+TEST_F(DemoWithPrompt, BadInputIsShownAndTheStoreStaysAsItWas) {
   AccountDialog dialog(*rig.host);
   child<QLineEdit>(dialog, "txtFromAddress")->setText(u"kein-at"_s);
   child<QLineEdit>(dialog, "txtName")->setText(u"改了"_s);
@@ -128,9 +130,7 @@ TEST(DemoAccountDialog, BadInputIsShownAndTheStoreStaysAsItWas) {
   EXPECT_EQ(rig.value(u"select maname from mailaccount"_s), u"演示邮箱"_s);
 }
 
-TEST(DemoMainWindow, OperationsOpenTheModuleWindows) {
-  DemoRig rig;
-  kvtest::ScopedPrompt prompt;
+TEST_F(DemoWithPrompt, OperationsOpenTheModuleWindows) {
   const long id = queueOne(rig);
   MainWindow window(rig.host, kDemoProgId);
   ASSERT_TRUE(window.startMail());
@@ -151,9 +151,7 @@ TEST(DemoMainWindow, OperationsOpenTheModuleWindows) {
   EXPECT_TRUE(prompt->messages().isEmpty());
 }
 
-TEST(DemoMainWindow, WithoutASelectionOrAnAccountTheUserIsTold) {
-  DemoRig rig;
-  kvtest::ScopedPrompt prompt;
+TEST_F(DemoWithPrompt, WithoutASelectionOrAnAccountTheUserIsTold) {
   MainWindow window(rig.host, kDemoProgId);
   EXPECT_FALSE(window.displayMail());
   EXPECT_FALSE(window.transmitMail());
@@ -244,9 +242,7 @@ TEST(DemoMainWindow, LargeListIsReadAsNeeded) {
   EXPECT_EQ(rig.value(u"select 是否已读 from msgmail where 邮件ID=1"_s), u"1"_s);
 }
 
-TEST(DemoMainWindow, SavedAccountIsWhatTheModuleUsesNext) {
-  DemoRig rig;
-  kvtest::ScopedPrompt prompt;
+TEST_F(DemoWithPrompt, SavedAccountIsWhatTheModuleUsesNext) {
   MainWindow window(rig.host, kDemoProgId);
   ASSERT_TRUE(window.startMail());
   QTimer::singleShot(0, [&window] {
