@@ -112,9 +112,14 @@ TEST(ComposeWindow, DeletingDownToOneHidesTheNavigationForGood) {
   EXPECT_EQ(rig.window()->bundle()->Count(), 1);
 }
 
-TEST(ComposeWindow, PriorityDropDownShowsTheIndicatorAndMarksTheMailChanged) {
+// A compose window opened on a new mail.
+class ComposeWindowOnNewMail : public ::testing::Test {
+ protected:
+  void SetUp() override { rig.mail->NewMail(); }
   ComposeRig rig;
-  rig.mail->NewMail();
+};
+
+TEST_F(ComposeWindowOnNewMail, PriorityDropDownShowsTheIndicatorAndMarksTheMailChanged) {
   rig.trigger(u"mnuTool_H"_s);
   EXPECT_TRUE(rig.window()->isModified());
   EXPECT_TRUE(shown(rig, "PicType"));
@@ -126,9 +131,7 @@ TEST(ComposeWindow, PriorityDropDownShowsTheIndicatorAndMarksTheMailChanged) {
   EXPECT_EQ(label(rig, "lblType"), QString());
 }
 
-TEST(ComposeWindow, CloseAsksOnlyWhenSomethingChanged) {
-  ComposeRig rig;
-  rig.mail->NewMail();
+TEST_F(ComposeWindowOnNewMail, CloseAsksOnlyWhenSomethingChanged) {
   QSignalSpy unload(rig.window(), &kvmail::FrmNewMail::Unload);
   rig.trigger(u"TBClose"_s);
   EXPECT_EQ(rig.prompt->count(Kind::MessageBox), 0);
@@ -155,9 +158,7 @@ TEST(ComposeWindow, CloseAsksOnlyWhenSomethingChanged) {
   EXPECT_EQ(rig.count(), 0);
 }
 
-TEST(ComposeWindow, YesOnCloseStoresAndAFailedCheckKeepsTheWindow) {
-  ComposeRig rig;
-  rig.mail->NewMail();
+TEST_F(ComposeWindowOnNewMail, YesOnCloseStoresAndAFailedCheckKeepsTheWindow) {
   QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
   rig.window()->editor()->setPlainText(u"关闭时保存的正文"_s);
   rig.prompt->answer(PromptAnswer::Yes);  // the To field is still empty
@@ -184,9 +185,7 @@ TEST(ComposeWindow, YesOnCloseStoresAndAFailedCheckKeepsTheWindow) {
   EXPECT_FALSE(QFile::exists(kvmail::tempFilePath(u"temp1.eml"_s)));
 }
 
-TEST(ComposeWindow, OpeningAnotherMailOverUnsavedWorkAsksFirst) {
-  ComposeRig rig;
-  rig.mail->NewMail();
+TEST_F(ComposeWindowOnNewMail, OpeningAnotherMailOverUnsavedWorkAsksFirst) {
   rig.field(3)->setText(u"写到一半"_s);
   rig.prompt->answer(PromptAnswer::Cancel);
   rig.mail->NewMail();
@@ -198,9 +197,7 @@ TEST(ComposeWindow, OpeningAnotherMailOverUnsavedWorkAsksFirst) {
   EXPECT_FALSE(rig.window()->isModified());
 }
 
-TEST(ComposeWindow, AttachmentsAreInsertedOpenedAndRemoved) {
-  ComposeRig rig;
-  rig.mail->NewMail();
+TEST_F(ComposeWindowOnNewMail, AttachmentsAreInsertedOpenedAndRemoved) {
   const QString quote = rig.file(u"报价单.xlsx"_s, QByteArray(300, 'q'));
   const QString notes = rig.file(u"notes.txt"_s, "notes");
   rig.prompt->answerOpenFiles({});  // cancelled: nothing happens
@@ -246,9 +243,7 @@ TEST(ComposeWindow, AttachmentsAreInsertedOpenedAndRemoved) {
   EXPECT_FALSE(shown(rig, "lblAttach"));
 }
 
-TEST(ComposeWindow, BodyIsLoadedAndSavedThroughTheDialogs) {
-  ComposeRig rig;
-  rig.mail->NewMail();
+TEST_F(ComposeWindowOnNewMail, BodyIsLoadedAndSavedThroughTheDialogs) {
   // An HTML file as Chinese editors write it: gb2312 bytes.
   const QString html = rig.file(u"正文.htm"_s, QByteArray("<html><body><p>\xc4\xfa\xba\xc3\xa3\xac"
                                                           "\xbf\xcd\xbb\xa7</p></body></html>"));
@@ -268,9 +263,7 @@ TEST(ComposeWindow, BodyIsLoadedAndSavedThroughTheDialogs) {
   EXPECT_TRUE(QString::fromUtf8(written).contains(u"您好，客户"_s));
 }
 
-TEST(ComposeWindow, EditingCommandsReachTheBodyEditor) {
-  ComposeRig rig;
-  rig.mail->NewMail();
+TEST_F(ComposeWindowOnNewMail, EditingCommandsReachTheBodyEditor) {
   kvmail::BodyEditor* editor = rig.window()->editor();
   editor->setPlainText(u"第一行"_s);
   rig.trigger(u"mnuEditSelectall"_s);
@@ -287,9 +280,7 @@ TEST(ComposeWindow, EditingCommandsReachTheBodyEditor) {
   EXPECT_FALSE(editor->ExecCommand(5999));  // a command the editor does not know
 }
 
-TEST(ComposeWindow, PrintWritesTheShownMailToATextFile) {
-  ComposeRig rig;
-  rig.mail->NewMail();
+TEST_F(ComposeWindowOnNewMail, PrintWritesTheShownMailToATextFile) {
   rig.field(1)->setText(u"kehu@kvmail.test"_s);
   rig.field(3)->setText(u"打印的主题"_s);
   rig.window()->editor()->setPlainText(u"打印的正文"_s);
@@ -308,9 +299,7 @@ TEST(ComposeWindow, PrintWritesTheShownMailToATextFile) {
   EXPECT_TRUE(text.contains(u"kehu@kvmail.test"_s));
 }
 
-TEST(ComposeWindow, FailuresOfACommandAreShownWithItsRoutinesName) {
-  ComposeRig rig;
-  rig.mail->NewMail();
+TEST_F(ComposeWindowOnNewMail, FailuresOfACommandAreShownWithItsRoutinesName) {
   rig.field(1)->setText(u"客户 <kehu@kvmail.test"_s);  // no closing bracket
   rig.trigger(u"TBSend"_s);
   EXPECT_TRUE(rig.prompt->messages().last().startsWith(u"cToolbar1_ButtonClick："_s));
@@ -336,28 +325,16 @@ TEST(ComposeWindow, ABrokenBundleIsReportedByTheInitialiserAndANewMailStillWorks
   EXPECT_EQ(returned.size(), 1);
 }
 
-TEST(ComposeWindow, AMailOpenedWhileTheLastOneIsSendingIsNotClosedByThatSend) {
-  ComposeRig rig;
-  rig.mail->NewMail();
+TEST_F(ComposeWindowOnNewMail, AMailOpenedWhileTheLastOneIsSendingIsNotClosedByThatSend) {
   rig.field(1)->setText(u"kehu@kvmail.test"_s);
   rig.field(3)->setText(u"先发的"_s);
   // The host opens a new mail from its own window while the send is still running.
   QObject::connect(rig.window(), &kvmail::FrmNewMail::SendMail, rig.window(),
-                   [&rig] { rig.mail->NewMail(); });
+                   [this] { rig.mail->NewMail(); });
   rig.trigger(u"TBSend"_s);
   EXPECT_TRUE(rig.window()->isVisible());
   EXPECT_EQ(rig.field(3)->text(), QString());
   EXPECT_EQ(rig.count(), 1);
   // The send hid the window first: no question about the stored mail came up.
   EXPECT_TRUE(rig.prompt->messages().filter(u"是否保存邮件"_s).isEmpty());
-}
-
-TEST(ComposeWindow, DialogFiltersBecomeQtFilters) {
-  EXPECT_EQ(kvmail::toQtFilter(kvmail::compose::addBodyFilter()),
-            u"All Web Files (*.asp *.asa *.pl *.htm *.html *.css);;Asp files "
-            "(*.asp);;Asa files (*.asa);;Htm files (*.htm);;Html files "
-            "(*.html);;Perl files (*.pl);;Style Sheets (*.css);;All files (*)"_s);
-  EXPECT_EQ(kvmail::toQtFilter(kvmail::compose::saveBodyFilter()),
-            u"Html files (*.html);;All files (*)"_s);
-  EXPECT_EQ(kvmail::toQtFilter(kvmail::compose::attachmentFilter()), u"所有文件 (*)"_s);
 }
