@@ -78,6 +78,9 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
       // Sturdier than the original, which sent on regardless: stop ends the run between mails.
       if (!view_.isStopEnabled()) break;
       MessagePtr message = bundle->Item(IndexKey(i));
+      // Written ahead for another message (read afresh since, or gone): nothing of it goes out.
+      if (message != ahead_) poSendMail_->setPrepared({});
+      ahead_.reset();
       if (!message) {  // deleted or unreadable since the queue was read: it stays where it is
         ++failed_;
         const QString reason = QStringLiteral("第%1封邮件无法从数据库读取，未发送。").arg(i);
@@ -98,9 +101,6 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
       view_.setProgressRange(0, 100);
       view_.setProgressValue(1);
 
-      // Written ahead for another message (read afresh since): its bytes are not this one's.
-      if (message != ahead_) poSendMail_->setPrepared({});
-      ahead_.reset();
       if (queue && i < n)
         poSendMail_->setWhileSending([this, queue, i] { prepareNext(*queue, i + 1); });
       // Only the To list goes to the sender; Cc and Bcc stay behind, as they always have.
@@ -138,6 +138,7 @@ bool SendEngine::SendQueue(const BundlePtr& bundle) {
     }
   } catch (const MailError& e) {
     poSendMail_->setWhileSending({});  // it points into this run's queue
+    poSendMail_->setPrepared({});      // and the next message's transaction stops unsent
     view_.ask(e.description(), QStringLiteral("错误："), PromptIcon::Critical);
     return false;
   }

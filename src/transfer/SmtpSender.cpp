@@ -3,14 +3,13 @@
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QElapsedTimer>
-#include <QEventLoop>
+#include <QScopeGuard>
 #include <QSysInfo>
-#include <QThreadPool>
 
-#include <functional>
-#include <future>
+#include <utility>
 
 #include "support/mime/MimeMail.h"
+#include "transfer/SmtpFlight.h"
 #include "transfer/SmtpSession.h"
 #include "transfer/SmtpText.h"
 #include "transfer/TlsTrust.h"
@@ -18,28 +17,6 @@
 namespace kvmail {
 
 namespace {
-
-// Blocking work off the UI thread; the local loop keeps delivering events (and the stop button).
-// meanwhile runs on the UI thread once the worker has started.
-void runOnWorker(const std::function<void()>& work, const std::function<void()>& meanwhile = {}) {
-  if (!QCoreApplication::instance()) {
-    work();
-    if (meanwhile) meanwhile();
-    return;
-  }
-  // A pooled thread: a new thread per message cost more than a small message's transfer.
-  QEventLoop loop;
-  std::promise<void> done;
-  std::future<void> finished = done.get_future();
-  QThreadPool::globalInstance()->start([&] {
-    work();
-    QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
-    done.set_value();
-  });
-  if (meanwhile) meanwhile();
-  loop.exec();
-  finished.wait();
-}
 
 QString plainToHtml(QString text) {
   text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
@@ -57,7 +34,8 @@ QStringList splitList(const QString& list, const QString& delimiter) {
 
 }  // namespace
 
-SmtpSender::SmtpSender(QObject* parent) : QObject(parent) {}
+SmtpSender::SmtpSender(QObject* parent)
+    : QObject(parent), worker_(std::make_shared<smtp::SerialWorker>()) {}
 
 OutgoingMail SmtpSender::outgoingMail() const {
   OutgoingMail mail;
@@ -74,13 +52,32 @@ OutgoingMail SmtpSender::outgoingMail() const {
 SmtpSender::Prepared SmtpSender::prepare() const {
   Prepared prepared;
   prepared.mail = outgoingMail();
-  QString error;
-  if (prepared.mail.to.isEmpty() || !writeMailBytes(prepared.mail, &prepared.bytes, &error))
-    return {};  // Send builds it again and reports what fails
+  QString reason;
+  prepared.job = job(prepared.mail, nullptr, &reason);
+  if (!prepared.job) return {};  // Send builds it again and reports what fails
+  prepared.bytes = prepared.job->payload;
+  prepared.sessionKey = sessionKey();
   return prepared;
 }
 
-SmtpSender::~SmtpSender() = default;
+void SmtpSender::setPrepared(Prepared prepared) {
+  dropStaged();
+  prepared_ = std::move(prepared);
+  // Only on the session in use, and only when its transcript is not shown: the commands of the
+  // next message must not appear among the lines of this one.
+  if (prepared_.job && QCoreApplication::instance() && keepSession_ && logLevel_ == 0 && session_ &&
+      prepared_.sessionKey == sessionKey_)
+    staged_ = launch(*prepared_.job, true);
+}
+
+void SmtpSender::dropStaged() {
+  if (staged_) std::exchange(staged_, nullptr)->drop();
+}
+
+SmtpSender::~SmtpSender() {
+  dropStaged();
+  worker_->waitIdle();  // a transaction points at this sender and its session
+}
 
 bool SmtpSender::fail(const QString& reason) {
   Q_EMIT SendFailed(reason);
@@ -99,46 +96,54 @@ QString SmtpSender::sessionKey() const {
       .join(u'\n');
 }
 
-bool SmtpSender::Send() {
-  if (sending_) return fail(QStringLiteral("上一封邮件还在发送中，请稍候再试。"));
-  cancel_ = false;
-  reused_ = false;
-
+std::optional<smtp::Job> SmtpSender::job(const OutgoingMail& mail, const Prepared* ahead,
+                                         QString* reason) const {
   smtp::Job job;
   job.host = server_.trimmed();
-  if (job.host.isEmpty())
-    return fail(QStringLiteral("没有设置SMTP服务器，请在邮件帐户中填写SMTP服务器。"));
-  if (!tls::isKnownMode(security_))
-    return fail(tls::unknownModeReason(QStringLiteral("SMTP"), security_));
+  if (job.host.isEmpty()) {
+    *reason = QStringLiteral("没有设置SMTP服务器，请在邮件帐户中填写SMTP服务器。");
+    return std::nullopt;
+  }
+  if (!tls::isKnownMode(security_)) {
+    *reason = tls::unknownModeReason(QStringLiteral("SMTP"), security_);
+    return std::nullopt;
+  }
   job.security = security_;
   job.port = port_ > 0 ? port_ : tls::smtpPort(security_);
   if (!certificateFile_.trimmed().isEmpty()) {
     QString error;
     job.trustedPem = tls::toPem(tls::loadPinned(certificateFile_.trimmed(), &error));
-    if (!error.isEmpty()) return fail(error + QStringLiteral("邮件没有发出。"));
+    if (!error.isEmpty()) {
+      *reason = error + QStringLiteral("邮件没有发出。");
+      return std::nullopt;
+    }
   }
-
-  OutgoingMail mail = outgoingMail();
-  if (mail.to.isEmpty()) return fail(QStringLiteral("没有收件人，邮件无法发送。"));
+  if (mail.to.isEmpty()) {
+    *reason = QStringLiteral("没有收件人，邮件无法发送。");
+    return std::nullopt;
+  }
   for (const MimeAddress& a : mail.to) {
-    if (!smtp::isSafeAddress(a.address))
-      return fail(QStringLiteral("收件人地址“%1”无效，请检查收件人。").arg(a.address));
+    if (!smtp::isSafeAddress(a.address)) {
+      *reason = QStringLiteral("收件人地址“%1”无效，请检查收件人。").arg(a.address);
+      return std::nullopt;
+    }
     job.recipients << a.address;
   }
   job.mailFrom = fromAddress_.trimmed();
-  if (!job.mailFrom.isEmpty() && !smtp::isSafeAddress(job.mailFrom))
-    return fail(
-        QStringLiteral("发件人地址“%1”无效，请检查邮件帐户中的发件人地址。").arg(job.mailFrom));
-
-  // Bytes prepared while the previous message was on the wire, when they are of this message
-  // (neither side has a date or id yet: both are taken when the bytes are written).
-  const Prepared prepared = std::exchange(prepared_, Prepared{});
+  if (!job.mailFrom.isEmpty() && !smtp::isSafeAddress(job.mailFrom)) {
+    *reason =
+        QStringLiteral("发件人地址“%1”无效，请检查邮件帐户中的发件人地址。").arg(job.mailFrom);
+    return std::nullopt;
+  }
+  // Bytes written ahead are used when they are of this message (neither side has a date or id
+  // yet: both are taken when the bytes are written).
   QString error;
-  if (!prepared.bytes.isEmpty() && prepared.mail == mail)
-    job.payload = prepared.bytes;
-  else if (!writeMailBytes(mail, &job.payload, &error))
-    return fail(QStringLiteral("无法生成要发送的邮件：%1").arg(error));
-
+  if (ahead && !ahead->bytes.isEmpty() && ahead->mail == mail) {
+    job.payload = ahead->bytes;
+  } else if (!writeMailBytes(mail, &job.payload, &error)) {
+    *reason = QStringLiteral("无法生成要发送的邮件：%1").arg(error);
+    return std::nullopt;
+  }
   if (authenticate_ && !userName_.isEmpty()) {
     job.userName = userName_;
     job.password = password_;
@@ -147,25 +152,19 @@ bool SmtpSender::Send() {
   if (job.heloDomain.isEmpty()) job.heloDomain = QStringLiteral("localhost");
   job.connectTimeoutSeconds = connectTimeout_;
   job.stallTimeoutSeconds = stallTimeout_;
+  return job;
+}
 
-  // Another server or login cannot use the kept session.
-  const QString key = sessionKey();
-  if (session_ && key != sessionKey_) closeSession();
-  if (!session_) session_ = std::make_unique<smtp::Session>();
-  sessionKey_ = key;
-
-  Q_EMIT Progress(QStringLiteral("正在连接SMTP服务器 %1:%2...").arg(job.host).arg(job.port), 0);
-  sending_ = true;
-  // Worker side only: a tenth of the upload at a time, at most every 100 ms, and the end;
-  // each Progress wakes the UI thread, which costs small messages more than it shows.
-  int lastStep = 0;
-  QElapsedTimer sinceLast;
-  sinceLast.start();
+std::shared_ptr<smtp::Flight> SmtpSender::launch(smtp::Job job, bool held) {
   const smtp::Session::LineFn line = [this](const QString& text) {
     QMetaObject::invokeMethod(
         this, [this, text] { Q_EMIT Status(text); }, Qt::QueuedConnection);
   };
-  const smtp::Session::ProgressFn progress = [&, this](qint64 sent, qint64 total) {
+  // Worker side only: a tenth of the upload at a time, at most every 100 ms, and the end;
+  // each Progress wakes the UI thread, which costs small messages more than it shows.
+  smtp::Session::ProgressFn progress = [this, lastStep = 0, sinceLast = QElapsedTimer()](
+                                           qint64 sent, qint64 total) mutable {
+    if (!sinceLast.isValid()) sinceLast.start();
     const int step = int(sent * 10 / total);
     if (step == lastStep || (step < 10 && sinceLast.elapsed() < 100)) return;
     lastStep = step;
@@ -177,12 +176,49 @@ bool SmtpSender::Send() {
     QMetaObject::invokeMethod(
         this, [this, text, step] { Q_EMIT Progress(text, step * 10); }, Qt::QueuedConnection);
   };
-  smtp::Outcome outcome;
-  runOnWorker([&] { outcome = session_->perform(job, cancel_, logLevel_, line, progress); },
-              whileSending_);
+  auto flight =
+      std::make_shared<smtp::Flight>(std::move(job), logLevel_, line, std::move(progress));
+  if (held) flight->hold();
+  smtp::Session* session = session_.get();
+  worker_->post([flight, session] { flight->fly(*session); });
+  return flight;
+}
+
+bool SmtpSender::Send() {
+  if (sending_) return fail(QStringLiteral("上一封邮件还在发送中，请稍候再试。"));
+  reused_ = false;
+  // The transaction started ahead goes on only if it is this message's; else nothing of it is sent.
+  std::shared_ptr<smtp::Flight> ahead = std::exchange(staged_, nullptr);
+  const auto dropAhead = qScopeGuard([&] {
+    if (ahead) ahead->drop();
+  });
+
+  const Prepared prepared = std::exchange(prepared_, Prepared{});
+  QString reason;
+  std::optional<smtp::Job> job = this->job(outgoingMail(), &prepared, &reason);
+  if (!job) return fail(reason);
+
+  // Another server or login cannot use the kept session.
+  const QString key = sessionKey();
+  std::shared_ptr<smtp::Flight> flight;
+  if (ahead && session_ && key == sessionKey_ && keepSession_ && logLevel_ == ahead->logLevel() &&
+      ahead->job() == *job && ahead->claim())
+    flight = std::exchange(ahead, nullptr);
+  if (ahead) std::exchange(ahead, nullptr)->drop();  // before anything queues behind it
+  if (session_ && key != sessionKey_) closeSession();
+  if (!session_) session_ = std::make_unique<smtp::Session>();
+  sessionKey_ = key;
+
+  Q_EMIT Progress(QStringLiteral("正在连接SMTP服务器 %1:%2...").arg(job->host).arg(job->port), 0);
+  sending_ = true;
+  if (!flight) flight = launch(std::move(*job), false);
+  active_ = flight;
+  flight->task().wait(whileSending_);
+  active_.reset();
   sending_ = false;
   if (!keepSession_) closeSession();
 
+  const smtp::Outcome& outcome = flight->outcome();
   if (!outcome.ok) return fail(outcome.reason);
   reused_ = outcome.reusedConnection;
   Q_EMIT SendSuccesful();
@@ -190,14 +226,21 @@ bool SmtpSender::Send() {
 }
 
 void SmtpSender::Cancel() {
-  if (sending_) cancel_ = true;
+  if (sending_ && active_) active_->cancel();
 }
 
 void SmtpSender::closeSession() {
+  dropStaged();
   if (!session_ || sending_) return;
-  std::unique_ptr<smtp::Session> ending = std::move(session_);
+  // Said on the worker, after anything still queued there for this session.
+  smtp::Session* ending = session_.release();
   sessionKey_.clear();
-  runOnWorker([&] { ending.reset(); });
+  auto done = std::make_shared<smtp::Task>();
+  worker_->post([ending, done] {
+    delete ending;
+    done->finish();
+  });
+  done->wait();
 }
 
 }  // namespace kvmail

@@ -6,17 +6,19 @@
 #include <QObject>
 #include <QString>
 
-#include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "support/mime/MimeMail.h"
+#include "transfer/SmtpSession.h"
 
 namespace kvmail {
 
 namespace smtp {
-class Session;
-}
+class Flight;
+class SerialWorker;
+}  // namespace smtp
 
 class SmtpSender : public QObject {
   Q_OBJECT
@@ -88,10 +90,15 @@ class SmtpSender : public QObject {
   struct Prepared {
     OutgoingMail mail;
     QByteArray bytes;
+    std::optional<smtp::Job> job;  // the transaction that sends it
+    QString sessionKey;
   };
   Prepared prepare() const;
   // The next Send uses these bytes when its settings make the same message, else writes its own.
-  void setPrepared(Prepared prepared) { prepared_ = std::move(prepared); }
+  // On a kept session the transaction starts at once, after the one in progress: its commands
+  // go out while the caller finishes with the current message, and its content waits for that
+  // Send. Any other Send, setPrepared or closeSession drops it before the content goes out.
+  void setPrepared(Prepared prepared);
 
   // Sends the message and returns when it has ended, after SendSuccesful or SendFailed.
   bool Send();
@@ -114,6 +121,12 @@ class SmtpSender : public QObject {
   bool fail(const QString& reason);
   OutgoingMail outgoingMail() const;
   QString sessionKey() const;
+  // The transaction for mail with this sender's settings, using ahead's bytes when they are of
+  // this mail; nothing, with the reason, when it cannot be sent.
+  std::optional<smtp::Job> job(const OutgoingMail& mail, const Prepared* ahead,
+                               QString* reason) const;
+  std::shared_ptr<smtp::Flight> launch(smtp::Job job, bool held);
+  void dropStaged();
 
   QString server_, userName_, password_, fromAddress_, fromName_, recipients_, replyTo_;
   QString subject_, body_, attachments_, certificateFile_;
@@ -130,11 +143,13 @@ class SmtpSender : public QObject {
 
   bool sending_ = false;
   bool reused_ = false;
-  std::atomic<bool> cancel_{false};
   std::unique_ptr<smtp::Session> session_;
   QString sessionKey_;
   std::function<void()> whileSending_;
   Prepared prepared_;
+  std::shared_ptr<smtp::SerialWorker> worker_;
+  std::shared_ptr<smtp::Flight> active_;  // the transaction Send waits for
+  std::shared_ptr<smtp::Flight> staged_;  // the next one, started ahead and held
 };
 
 }  // namespace kvmail

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <mutex>
+#include <utility>
 
 #include "transfer/SmtpText.h"
 #include "transfer/TlsTrust.h"
@@ -28,12 +29,17 @@ struct Transfer {
   int logLevel = 0;
   const Session::LineFn* line = nullptr;
   const Session::ProgressFn* progress = nullptr;
+  const Session::ContentGate* gate = nullptr;  // asked before the first byte of the content
   ProtocolLog* log = nullptr;
 };
 
 size_t readPayload(char* buffer, size_t size, size_t items, void* user) {
   auto* t = static_cast<Transfer*>(user);
   if (t->cancel->load()) return CURL_READFUNC_ABORT;
+  if (t->gate) {
+    const Session::ContentGate* gate = std::exchange(t->gate, nullptr);
+    if (*gate && !(*gate)()) return CURL_READFUNC_ABORT;
+  }
   const qsizetype n = std::min<qsizetype>(qsizetype(size * items), t->payload->size() - t->offset);
   std::memcpy(buffer, t->payload->constData() + t->offset, size_t(n));
   t->offset += n;
@@ -181,7 +187,7 @@ Session::~Session() {
 }
 
 Outcome Session::perform(const Job& job, const std::atomic<bool>& cancel, int logLevel,
-                         const LineFn& line, const ProgressFn& progress) {
+                         const LineFn& line, const ProgressFn& progress, const ContentGate& gate) {
   Outcome out;
   CURL* c = d_->easy;
   if (!c) {
@@ -223,6 +229,7 @@ Outcome Session::perform(const Job& job, const std::atomic<bool>& cancel, int lo
   t.logLevel = logLevel;
   t.line = &line;
   t.progress = &progress;
+  t.gate = &gate;
   t.log = &log;
 
   curl_easy_setopt(c, CURLOPT_URL, url.constData());

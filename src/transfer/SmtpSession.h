@@ -27,6 +27,8 @@ struct Job {
   QByteArray payload;  // the whole message, CR LF line ends, not dot-stuffed
   int connectTimeoutSeconds = 30;
   int stallTimeoutSeconds = 60;
+
+  bool operator==(const Job&) const = default;
 };
 
 struct Outcome {
@@ -40,6 +42,8 @@ class Session {
  public:
   using LineFn = std::function<void(const QString&)>;
   using ProgressFn = std::function<void(qint64 sent, qint64 total)>;
+  // Asked once, when the server is ready for the content; false ends the transaction unsent.
+  using ContentGate = std::function<bool()>;
 
   Session();
   ~Session();  // says QUIT on a kept connection
@@ -48,7 +52,7 @@ class Session {
 
   // logLevel: 0 no transcript, 1 commands and replies, 2 also the transfer library's notes.
   Outcome perform(const Job& job, const std::atomic<bool>& cancel, int logLevel, const LineFn& line,
-                  const ProgressFn& progress);
+                  const ProgressFn& progress, const ContentGate& gate = {});
 
  private:
   struct Impl;

@@ -243,4 +243,40 @@ TEST_F(SenderTest, TwoSendsOnOneKeptSession) {
   EXPECT_FALSE(sender.lastSendReusedSession());
 }
 
+// The next message's transaction starts while this one's caller is still busy; its content goes
+// out only when a Send claims it for the same message, and nothing of it arrives otherwise.
+TEST_F(SenderTest, AMessageStartedAheadGoesOutOnlyWhenItsOwnSendClaimsIt) {
+  const auto ahead = [this](const QString& subject) {
+    SmtpSender next;
+    next.setServer(sender.server());
+    next.setPort(sender.port());
+    next.setFromAddress(sender.fromAddress());
+    next.setFromName(sender.fromName());
+    next.setRecipients(sender.recipients());
+    next.setSubject(subject);
+    next.setBody(sender.body());
+    sender.setPrepared(next.prepare());
+  };
+  sender.setKeepSession(1);
+  sender.setSubject(QStringLiteral("第一封"));
+  ASSERT_TRUE(sender.Send());
+
+  ahead(QStringLiteral("提前写好"));
+  sender.setSubject(QStringLiteral("第二封"));  // another message: the one ahead is dropped
+  ASSERT_TRUE(sender.Send());
+  ahead(QStringLiteral("第三封"));
+  sender.setSubject(QStringLiteral("第三封"));
+  ASSERT_TRUE(sender.Send());
+  EXPECT_TRUE(sender.lastSendReusedSession());
+  ahead(QStringLiteral("没有发出"));
+  sender.closeSession();  // the run ends with a message started ahead
+
+  ASSERT_TRUE(waitForMail(kUser, 3));
+  EXPECT_FALSE(waitForMail(kUser, 4, 500));
+  QStringList subjects;
+  for (const QString& mail : listMails(kUser)) subjects << readMailFile(mail).subject;
+  EXPECT_EQ(subjects, (QStringList{QStringLiteral("第一封"), QStringLiteral("第二封"),
+                                   QStringLiteral("第三封")}));
+}
+
 }  // namespace
