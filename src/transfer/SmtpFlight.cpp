@@ -1,8 +1,10 @@
 #include "transfer/SmtpFlight.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QThreadPool>
 
+#include <algorithm>
 #include <chrono>
 
 namespace kvmail::smtp {

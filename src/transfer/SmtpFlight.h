@@ -4,8 +4,6 @@
 // button stay live. A transfer can start held: its session commands go out at once, while its
 // content waits until the sender claims it for the message it is sending, or it is dropped before
 // one byte of the message has gone out.
-#include <QEventLoop>
-
 #include <atomic>
 #include <condition_variable>
 #include <deque>
@@ -14,6 +12,8 @@
 #include <mutex>
 
 #include "transfer/SmtpSession.h"
+
+class QEventLoop;
 
 namespace kvmail::smtp {
 
