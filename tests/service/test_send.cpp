@@ -22,10 +22,9 @@ const QString kUser = QStringLiteral("t11");
 class SendQueue : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto& servers = kvtest::loopbackServers();
-    ASSERT_TRUE(servers.ok()) << servers.error.toStdString();
-    ASSERT_TRUE(kvtest::clearMailbox(kUser));
+    ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
     ASSERT_TRUE(kvtest::clearMailbox(QStringLiteral("t12")));
+    const auto& servers = kvtest::loopbackServers();
     rig.seedAccount(true, false, QStringLiteral("发送测试"));
     rig.host->executeBound(
         QStringLiteral(
@@ -42,6 +41,16 @@ class SendQueue : public ::testing::Test {
     m.subject = subject;
     m.htmlBody = QStringLiteral("<p>您好，%1</p>").arg(subject);
     return m;
+  }
+  // Queues a mail (to the test mailbox unless to is given) dated at hour of one day; its key.
+  long queue(const QString& subject, int hour, const QString& to = {}) {
+    return rig.queueMail(mail(subject, to.isEmpty() ? kvtest::addressOf(kUser) : to),
+                         QStringLiteral("2026-11-20 %1:00:00").arg(hour, 2, 10, QLatin1Char('0')));
+  }
+  // Runs f each time the service reports a mail sent.
+  template <class F>
+  void onReturn(F f) {
+    QObject::connect(rig.mail.get(), &kvmail::clsMail::EvReturn, rig.mail.get(), f);
   }
   QString file(const QString& name, const QByteArray& bytes) {
     EXPECT_TRUE(kvtest::writeAll(rig.path(name), bytes));
@@ -85,8 +94,7 @@ TEST_F(SendQueue, ThreeMailsGoOutWhole) {
   b.headerPriority = 1;
   const long idA = rig.queueMail(a, QStringLiteral("2026-11-20 08:00:00"));
   const long idB = rig.queueMail(b, QStringLiteral("2026-11-20 09:00:00"));
-  const long idC =
-      rig.queueMail(mail(QStringLiteral("普通信"), to), QStringLiteral("2026-11-20 10:00:00"));
+  const long idC = queue(QStringLiteral("普通信"), 10);
   QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
 
   ASSERT_TRUE(run());
@@ -125,9 +133,8 @@ TEST_F(SendQueue, ThreeMailsGoOutWhole) {
 TEST_F(SendQueue, ServerDownLeavesEveryMailQueued) {
   rig.host->executeBound(QStringLiteral("update mailaccount set masmtpport=?"), {1});
   ASSERT_TRUE(rig.mail->Init(rig.host, 1));
-  const QString to = kvtest::addressOf(kUser);
-  rig.queueMail(mail(QStringLiteral("一"), to), QStringLiteral("2026-11-20 08:00:00"));
-  rig.queueMail(mail(QStringLiteral("二"), to), QStringLiteral("2026-11-20 09:00:00"));
+  queue(QStringLiteral("一"), 8);
+  queue(QStringLiteral("二"), 9);
   ASSERT_TRUE(run());
   EXPECT_FALSE(ok);
   EXPECT_EQ(queued(), 2);
@@ -138,10 +145,8 @@ TEST_F(SendQueue, ServerDownLeavesEveryMailQueued) {
 }
 
 TEST_F(SendQueue, ARejectedRecipientFailsOnlyItsMail) {
-  const QString to = kvtest::addressOf(kUser);
-  rig.queueMail(mail(QStringLiteral("好"), to), QStringLiteral("2026-11-20 08:00:00"));
-  rig.queueMail(mail(QStringLiteral("坏"), QStringLiteral("reject-me@kvmail.test")),
-                QStringLiteral("2026-11-20 09:00:00"));
+  queue(QStringLiteral("好"), 8);
+  queue(QStringLiteral("坏"), 9, QStringLiteral("reject-me@kvmail.test"));
   ASSERT_TRUE(run());
   EXPECT_FALSE(ok);
   EXPECT_EQ(rowState(), QStringLiteral("警告"));
@@ -153,10 +158,8 @@ TEST_F(SendQueue, ARejectedRecipientFailsOnlyItsMail) {
 }
 
 TEST_F(SendQueue, AFailingMarkStopsTheLoopWithoutReturnData) {
-  const QString to = kvtest::addressOf(kUser);
-  rig.queueMail(mail(QStringLiteral("后"), to), QStringLiteral("2026-11-20 08:00:00"));
-  const long newest =
-      rig.queueMail(mail(QStringLiteral("先"), to), QStringLiteral("2026-11-20 09:00:00"));
+  queue(QStringLiteral("后"), 8);
+  const long newest = queue(QStringLiteral("先"), 9);
   ASSERT_TRUE(
       rig.addTrigger(QStringLiteral("create trigger refuse_mark before update of 是否已读 "
                                     "on msgmail begin select raise(abort, 'marking "
@@ -182,10 +185,7 @@ TEST_F(SendQueue, AFailingMarkStopsTheLoopWithoutReturnData) {
 }
 
 TEST_F(SendQueue, StopEndsTheRunBetweenMails) {
-  const QString to = kvtest::addressOf(kUser);
-  for (int i = 0; i < 5; ++i)
-    rig.queueMail(mail(QStringLiteral("停%1").arg(i), to),
-                  QStringLiteral("2026-11-20 0%1:00:00").arg(i));
+  for (int i = 0; i < 5; ++i) queue(QStringLiteral("停%1").arg(i), i);
   auto* stop = rig.mail->transferWindow()->findChild<QPushButton*>(QStringLiteral("Cmd(1)"));
   QObject::connect(rig.mail.get(), &kvmail::clsMail::EvReturn, stop, [stop] {
     if (stop->isEnabled()) stop->click();
@@ -200,11 +200,9 @@ TEST_F(SendQueue, StopEndsTheRunBetweenMails) {
 // Each mail is read from the store when its turn comes: one deleted meanwhile is skipped with a
 // row in the error list, and the rest still go out.
 TEST_F(SendQueue, AMailDeletedDuringTheRunIsSkipped) {
-  const QString to = kvtest::addressOf(kUser);
-  const long oldest =
-      rig.queueMail(mail(QStringLiteral("删"), to), QStringLiteral("2026-11-20 08:00:00"));
-  rig.queueMail(mail(QStringLiteral("留"), to), QStringLiteral("2026-11-20 09:00:00"));
-  QObject::connect(rig.mail.get(), &kvmail::clsMail::EvReturn, rig.mail.get(), [&] {
+  const long oldest = queue(QStringLiteral("删"), 8);
+  queue(QStringLiteral("留"), 9);
+  onReturn([&] {
     rig.host->execute(QStringLiteral("delete from msgmail where 邮件ID=%1").arg(oldest));
   });
   ASSERT_TRUE(run());
@@ -219,14 +217,13 @@ TEST_F(SendQueue, AMailDeletedDuringTheRunIsSkipped) {
 // The next mail is read and written ahead while one is on the wire; saved again in the meantime,
 // it goes out as it was saved last, never as it was read ahead.
 TEST_F(SendQueue, AMailSavedAgainDuringTheRunGoesOutAsSaved) {
-  const QString to = kvtest::addressOf(kUser);
-  const long older =
-      rig.queueMail(mail(QStringLiteral("初稿"), to), QStringLiteral("2026-11-20 08:00:00"));
-  rig.queueMail(mail(QStringLiteral("先发"), to), QStringLiteral("2026-11-20 09:00:00"));
-  QObject::connect(rig.mail.get(), &kvmail::clsMail::EvReturn, rig.mail.get(), [&] {
+  const long older = queue(QStringLiteral("初稿"), 8);
+  queue(QStringLiteral("先发"), 9);
+  onReturn([&] {
     QByteArray bytes;
     QString error;
-    ASSERT_TRUE(kvmail::writeMailBytes(mail(QStringLiteral("改过的定稿"), to), &bytes, &error));
+    ASSERT_TRUE(kvmail::writeMailBytes(mail(QStringLiteral("改过的定稿"), kvtest::addressOf(kUser)),
+                                       &bytes, &error));
     ASSERT_TRUE(kvmail::bytesToColumn(older, bytes, kvmail::sql::messageColumn(), *rig.host,
                                       kvmail::sql::mailTable(), kvmail::sql::mailKey()));
   });
