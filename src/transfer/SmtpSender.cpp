@@ -55,7 +55,6 @@ SmtpSender::Prepared SmtpSender::prepare() const {
   QString reason;
   prepared.job = job(prepared.mail, nullptr, &reason);
   if (!prepared.job) return {};  // Send builds it again and reports what fails
-  prepared.bytes = prepared.job->payload;
   prepared.sessionKey = sessionKey();
   return prepared;
 }
@@ -138,8 +137,8 @@ std::optional<smtp::Job> SmtpSender::job(const OutgoingMail& mail, const Prepare
   // Bytes written ahead are used when they are of this message (neither side has a date or id
   // yet: both are taken when the bytes are written).
   QString error;
-  if (ahead && !ahead->bytes.isEmpty() && ahead->mail == mail) {
-    job.payload = ahead->bytes;
+  if (ahead && ahead->job && ahead->mail == mail) {
+    job.payload = ahead->job->payload;
   } else if (!writeMailBytes(mail, &job.payload, &error)) {
     *reason = QStringLiteral("无法生成要发送的邮件：%1").arg(error);
     return std::nullopt;

@@ -89,8 +89,7 @@ class SmtpSender : public QObject {
   // A message written ahead from this sender's settings; an empty one when it cannot be written.
   struct Prepared {
     OutgoingMail mail;
-    QByteArray bytes;
-    std::optional<smtp::Job> job;  // the transaction that sends it
+    std::optional<smtp::Job> job;  // the transaction that sends it, with the message's bytes
     QString sessionKey;
   };
   Prepared prepare() const;
