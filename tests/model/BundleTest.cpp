@@ -35,10 +35,8 @@ TEST(Bundle, ClearFailsWithTypeMismatchAndKeepsTheMessages) {
   clsBundle b;
   b.AddMessage(message("a"));
   b.AddMessage(message("b"));
-  const QString error = failure([&] { b.Clear(); });
-  EXPECT_TRUE(error.startsWith(QString::number(MailError::TypeMismatch) + ' '))
-      << error.toStdString();
-  EXPECT_TRUE(error.endsWith(": Type mismatch")) << error.toStdString();
+  EXPECT_EQ(failure([&] { b.Clear(); }),
+            u"%1 kvMail: Type mismatch"_s.arg(MailError::TypeMismatch));
   EXPECT_EQ(b.Count(), 2);
   // The way to empty it: remove from the last to the first.
   for (long i = b.Count(); i >= 1; --i) b.Remove(i);

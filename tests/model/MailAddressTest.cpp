@@ -59,15 +59,6 @@ TEST(MailAddress, UnclosedAngleFailsWithFiveAndKeepsTheFields) {
   }
 }
 
-TEST(MailAddress, IsValidLooksAtTheAddressOnly) {
-  clsMailAddress a;
-  a.setName(QString::fromUtf8("张三 <x>"));
-  a.setAddress("a@b");
-  EXPECT_TRUE(a.IsValid());
-  a.setAddress("a@b.");
-  EXPECT_FALSE(a.IsValid());
-}
-
 // Every ";" splits, pieces stay untrimmed, and empty pieces count.
 TEST(MailAddresses, ParserSplitsAtEverySemicolon) {
   struct Case {
