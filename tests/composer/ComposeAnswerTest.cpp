@@ -39,8 +39,8 @@ class ComposeAnswer : public ::testing::Test {
 
 TEST_F(ComposeAnswer, AReplyGoesToTheSenderWithTheOriginalQuotedBelowALine) {
   EXPECT_FALSE(rig.mail->ReplyMail(original));
-  EXPECT_EQ(rig.field(1)->text(), u"王五<wang@kvmail.test>"_s);
-  EXPECT_EQ(rig.field(3)->text(), u"回复：询价"_s);
+  EXPECT_EQ(rig.field(1)->text() + '|' + rig.field(3)->text(),
+            u"王五<wang@kvmail.test>|回复：询价"_s);
   const QString body = rig.window()->editor()->toPlainText();
   const qsizetype line = body.indexOf(u"原始邮件"_s);
   ASSERT_GE(line, 0) << body.toStdString();
@@ -53,16 +53,14 @@ TEST_F(ComposeAnswer, AReplyGoesToTheSenderWithTheOriginalQuotedBelowALine) {
 
   const long id = rig.send();
   ASSERT_GT(id, 0);
-  EXPECT_EQ(row(id, "回复ID||'/'||级次||'/'||[E-MAIL]"),
-            u"%1/2/销售部<sales@kvmail.test>"_s.arg(original));
-  EXPECT_EQ(row(id, "收件人"), u"王五<wang@kvmail.test>"_s);
-  EXPECT_EQ(row(id, "收件人邮箱"), u"wang@kvmail.test"_s);
+  EXPECT_EQ(
+      row(id, "回复ID||'/'||级次||'/'||[E-MAIL]||'/'||收件人||'/'||收件人邮箱"),
+      u"%1/2/销售部<sales@kvmail.test>/王五<wang@kvmail.test>/wang@kvmail.test"_s.arg(original));
 }
 
 TEST_F(ComposeAnswer, AForwardCarriesTheBodyAndTheAttachments) {
   EXPECT_FALSE(rig.mail->TransmitMail(original));
-  EXPECT_EQ(rig.field(1)->text(), QString());
-  EXPECT_EQ(rig.field(3)->text(), u"转发：询价"_s);
+  EXPECT_EQ(rig.field(1)->text() + '|' + rig.field(3)->text(), u"|转发：询价"_s);
   EXPECT_TRUE(rig.window()->editor()->toPlainText().contains(u"请报价，谢谢。"_s));
   auto* list = rig.window()->findChild<QTreeWidget*>(u"LView"_s);
   ASSERT_EQ(list->topLevelItemCount(), 1);
@@ -97,6 +95,5 @@ TEST(ComposeQuote, OnlyTheBodyOfAnHtmlDocumentIsQuoted) {
 TEST_F(ComposeAnswer, AMailThatIsNotStoredGivesAnEmptyMailToWrite) {
   rig.mail->ReplyMail(original + 100);
   EXPECT_EQ(rig.window()->mailCount(), 1);
-  EXPECT_EQ(rig.field(1)->text(), QString());
-  EXPECT_EQ(rig.field(3)->text(), QString());
+  EXPECT_EQ(rig.field(1)->text() + rig.field(3)->text(), QString());
 }

@@ -2,6 +2,7 @@
 // The compose window as the service opens it, over a fresh SQLite store, with the scripted
 // prompt; the host keeps every statement it ran and can be told to fail its key service.
 #include <QAction>
+#include <QLabel>
 #include <QLineEdit>
 #include <QStringList>
 
@@ -28,6 +29,12 @@ class ComposeRig : public ServiceRig {
     return window()->findChild<QLineEdit*>(u"Txt(%1)"_s.arg(index));
   }
   QAction* action(const QString& key) const { return window()->findChild<QAction*>(key); }
+  QString label(const char* name) const {
+    return window()->findChild<QLabel*>(QLatin1String(name))->text();
+  }
+  bool shown(const char* name) const {
+    return !window()->findChild<QWidget*>(QLatin1String(name))->isHidden();
+  }
   // Triggers a menu item or toolbar button by its key.
   void trigger(const QString& key) const;
   // Answers the insert dialog with the file and presses the attachment button.

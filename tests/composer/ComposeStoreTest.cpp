@@ -48,14 +48,12 @@ TEST(ComposeChecks, EachFailureHasItsOwnMessageAndStoresNothing) {
     rig.trigger(u"TBSend"_s);
     ASSERT_EQ(rig.prompt->count(Kind::MessageBox), 1) << c.message.toStdString();
     const auto box = rig.prompt->records(Kind::MessageBox).first();
-    EXPECT_EQ(box.text, u"第1封邮件,"_s + c.message);
-    EXPECT_EQ(box.title, u"提示："_s);
-    EXPECT_EQ(box.icon, kvmail::PromptIcon::Information);
-    EXPECT_EQ(box.buttons, kvmail::PromptButtons::Ok);
+    EXPECT_EQ(std::tuple(box.text, box.title, box.icon, box.buttons),
+              std::tuple(u"第1封邮件,"_s + c.message, u"提示："_s, kvmail::PromptIcon::Information,
+                         kvmail::PromptButtons::Ok));
     EXPECT_EQ(rig.count(), 0);
-    EXPECT_TRUE(returned.isEmpty());
-    EXPECT_TRUE(rig.window()->isVisible());
-    EXPECT_TRUE(rig.faults->statements.isEmpty());
+    EXPECT_TRUE(returned.isEmpty() && rig.window()->isVisible() &&
+                rig.faults->statements.isEmpty());
   }
 }
 
@@ -186,22 +184,27 @@ TEST(ComposeStore, AnAttachmentThatVanishedIsNamedAndNothingIsStored) {
   EXPECT_TRUE(rig.window()->isVisible());
 }
 
-TEST(ComposeStore, PriorityGoesInOnTheProgramsScale) {
+// The drop-down marks the mail changed, shows its strip for high and low, and the choice goes in
+// on the program's scale, the message header on the Internet's.
+TEST(ComposeStore, PriorityShowsItsStripAndGoesInOnTheProgramsScale) {
   struct Case {
     QStringList choices;
-    QString stored;
+    QString strip, stored;
     int header;
   };
   const QList<Case> cases = {
-      {{u"mnuTool_H"_s}, u"1"_s, 1},
-      {{u"mnuTool_L"_s}, u"2"_s, 5},
-      {{u"mnuTool_H"_s, u"mnuTool_N"_s}, u"3"_s, 3},
+      {{u"mnuTool_H"_s}, u"邮件状态：高优先级。"_s, u"1"_s, 1},
+      {{u"mnuTool_H"_s, u"mnuTool_L"_s}, u"邮件状态：低优先级。"_s, u"2"_s, 5},
+      {{u"mnuTool_H"_s, u"mnuTool_N"_s}, QString(), u"3"_s, 3},
   };
   for (const Case& c : cases) {
     ComposeRig rig;
     rig.mail->NewMail();
-    fill(rig, u"kehu@kvmail.test"_s, u"优先级"_s);
     for (const QString& key : c.choices) rig.trigger(key);
+    EXPECT_TRUE(rig.window()->isModified());
+    EXPECT_EQ(rig.label("lblType"), c.strip);
+    EXPECT_EQ(rig.shown("PicType"), !c.strip.isEmpty());
+    fill(rig, u"kehu@kvmail.test"_s, u"优先级"_s);
     const long id = rig.send();
     ASSERT_GT(id, 0);
     EXPECT_EQ(rig.value(u"select 优先级 from msgmail where 邮件ID=%1"_s.arg(id)), c.stored);
