@@ -57,11 +57,7 @@ TEST(DemoFirstRun, FillsTheStoreOnceWithAccountProgramTemplateAndCustomers) {
   EXPECT_EQ(rig.count(u"xt_objects"_s, u"progid=101"_s), 1);
   EXPECT_EQ(rig.count(u"MailTemplet"_s, u"progID=101"_s), 1);
   EXPECT_EQ(rig.count(QLatin1String(kCustomerTable)), 3);
-  EXPECT_EQ(rig.value(u"select masmtpservername||':'||masmtpport||' '||"
-                      "mausername||' '||mapop3servername||' '||mafromemailaddress "
-                      "from mailaccount"_s),
-            u"127.0.0.1:2525 demo 127.0.0.1 demo@kvmail.test"_s);
-  EXPECT_EQ(rig.value(u"select mapassword from mailaccount"_s), u"kvpass"_s);
+  // The account's values are what the account dialog shows (its test).
   EXPECT_GT(rig.value(u"select length(email) from MailTemplet"_s).toInt(), 100);
 }
 
@@ -93,9 +89,7 @@ class DemoStore : public ::testing::Test {
 TEST_F(DemoStore, QueuedMailIsWhatTheModuleSendsAndABrokenOneLeavesNoRow) {
   const long id = queueMail(*rig.host, demoOutgoingMail(u"演示"_s, u"d@x.test"_s), &error);
   ASSERT_GT(id, 0) << error.toStdString();
-  const auto queue = rig.host->openQuery(kvmail::sql::sendQueue());
-  ASSERT_FALSE(queue->isEmpty());
-  EXPECT_EQ(queue->text(0).toLong(), id);
+  EXPECT_EQ(rig.value(kvmail::sql::sendQueue()).toLong(), id);
   EXPECT_EQ(rig.value(u"select 主题||'/'||CshgnsID||'/'||回复ID||'/'||[E-MAIL] from "
                       "msgmail"_s),
             u"kvMail 演示：发货通知/2/%1/-1"_s.arg(id));
@@ -124,17 +118,15 @@ TEST_F(DemoStore, ShowsDirectionAndHidesDeletedMail) {
 
   const QList<MailRow> rows = readMailList(*rig.host, &error);
   ASSERT_EQ(error, QString());
-  ASSERT_EQ(rows.size(), 3);
-  EXPECT_EQ(rows[0].id, gone + 1);
-  EXPECT_EQ(directionText(rows[0]), u"收件"_s);
-  EXPECT_EQ(rows[0].from, u"w@x.test"_s);
-  EXPECT_TRUE(rows[0].attachment);
-  EXPECT_EQ(rows[1].id, sent);
-  EXPECT_EQ(directionText(rows[1]), u"已发"_s);
-  EXPECT_TRUE(rows[1].read);
-  EXPECT_EQ(rows[2].id, queued);
-  EXPECT_EQ(directionText(rows[2]), u"待发"_s);
-  EXPECT_EQ(rows[2].from, u"演示 <d@x.test>"_s);
+  QStringList seen;  // key, direction, sender, attachment and read flags
+  for (const MailRow& r : rows)
+    seen << u"%1 %2 %3 %4%5"_s.arg(r.id)
+                .arg(directionText(r), r.from)
+                .arg(int(r.attachment))
+                .arg(int(r.read));
+  EXPECT_EQ(seen, (QStringList{u"%1 收件 w@x.test 10"_s.arg(gone + 1),
+                               u"%1 已发 演示 <d@x.test> 01"_s.arg(sent),
+                               u"%1 待发 演示 <d@x.test> 00"_s.arg(queued)}));
   EXPECT_EQ(mailListTexts(rows[0]).size(), mailListHeaders().size());
 }
 
@@ -154,12 +146,10 @@ TEST(DemoAccountRecord, FlagsReadTheWayTheModuleReadsThemAndTheDefaultIsTheFallB
 
   rig.host->execute(u"delete from mailaccountuser"_s);
   r = loadAccountRecord(*rig.host, &error);
-  EXPECT_TRUE(r.exists);
-  EXPECT_FALSE(r.forCurrentUser);
+  EXPECT_TRUE(r.exists && !r.forCurrentUser);
   rig.host->execute(u"delete from mailaccount"_s);
   r = loadAccountRecord(*rig.host, &error);
-  EXPECT_FALSE(r.exists);  // a fresh one to fill in
-  EXPECT_TRUE(r.isDefault);
+  EXPECT_TRUE(!r.exists && r.isDefault);  // a fresh one to fill in
 }
 
 TEST_F(DemoStore, InvalidFieldsAreRefusedAndChangeNothing) {
@@ -188,37 +178,6 @@ TEST_F(DemoStore, InvalidFieldsAreRefusedAndChangeNothing) {
                       "mailaccount"_s),
             before);
   EXPECT_EQ(validateAccount(good), QString());
-}
-
-TEST_F(DemoStore, SavingWritesEveryColumnAndKeepsOrReplacesThePassword) {
-  AccountRecord r = loadAccountRecord(*rig.host, &error);
-  r.name = u"销售部"_s;
-  r.smtp = u"smtp.kvmail.test"_s;
-  r.smtpPort = 587;
-  r.fromName = u"销售"_s;
-  r.fromAddress = u"sales@kvmail.test"_s;
-  r.userName = u"sales"_s;
-  r.replyTo = u"reply@kvmail.test"_s;
-  r.pop3 = u"pop.kvmail.test"_s;
-  r.keepOnServer = true;
-  r.deleteAfterDays = true;
-  r.deleteDays = 9;
-  r.isOut = true;
-  ASSERT_EQ(saveAccountRecord(*rig.host, r), QString());
-  EXPECT_EQ(
-      rig.value(u"select maname||'|'||masmtpservername||'|'||masmtpport||'|'||mafromname||'|'||"
-                "mafromemailaddress||'|'||mausername||'|'||mareplyemailaddress||'|'||"
-                "mapop3servername||'|'||maisnotdelete||maisafterdaydelete||'|'||madeleteday||'|'||"
-                "maisout||maisdefault||'|'||mapassword from mailaccount"_s),
-      u"销售部|smtp.kvmail.test|587|销售|sales@kvmail.test|sales|"
-      "reply@kvmail.test|pop.kvmail.test|11|9|11|kvpass"_s);
-
-  r.passwordChanged = true;
-  r.newPassword = u"n3u"_s;
-  ASSERT_EQ(saveAccountRecord(*rig.host, r), QString());
-  EXPECT_EQ(rig.value(u"select mapassword from mailaccount"_s), u"n3u"_s);
-  EXPECT_EQ(rig.count(u"mailaccount"_s), 1);
-  EXPECT_EQ(rig.count(u"mailaccountuser"_s), 1);
 }
 
 TEST_F(DemoStore, ANewDefaultAccountTakesOverTheUser) {
