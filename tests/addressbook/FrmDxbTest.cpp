@@ -82,9 +82,8 @@ TEST_F(FrmDxbTest, ListsEveryAddressOnceUnderTheHeading) {
 TEST_F(FrmDxbTest, AnEmptyMailTableShowsTheHeadingOnlyAndPicksNothing) {
   open();
   QSignalSpy picked(&window, &FrmDxb::EvHasReturn);
-  EXPECT_EQ(grid->model()->rowCount(), 0);
+  EXPECT_EQ((QList<int>{grid->model()->rowCount(), window.currentRow()}), (QList<int>{0, -1}));
   EXPECT_EQ(grid->model()->headerData(0, Qt::Horizontal).toString(), u"邮箱地址"_s);
-  EXPECT_EQ(window.currentRow(), -1);
   type(u"a"_s);
   QTest::keyClick(box, Qt::Key_Return);
   doubleClick(0);
@@ -101,9 +100,9 @@ TEST_F(FrmDxbTest, TypingMovesToTheFirstRowContainingTheTextAndNoMatchMovesNothi
 
   // Out of sight: becomes current and the top row.
   type(u"USER0250"_s);
-  EXPECT_EQ(window.currentRow(), 251);
-  EXPECT_EQ(topRow(), 251);
-  EXPECT_EQ(grid->selectionModel()->selectedRows().value(0).row(), 251);
+  EXPECT_EQ((QList<int>{window.currentRow(), topRow(),
+                        grid->selectionModel()->selectedRows().value(0).row()}),
+            (QList<int>{251, 251, 251}));
 
   // In sight: becomes current, the grid stays where it is.
   type(u"user0253"_s);
@@ -171,7 +170,7 @@ TEST_F(FrmDxbTest, AStoreThatCannotBeReadIsReportedAndLeavesTheHeading) {
   open();
   EXPECT_EQ(grid->model()->rowCount(), 0);
   ASSERT_EQ(prompt->records().size(), 1);
-  EXPECT_EQ(prompt->records().at(0).title, u"错误："_s);
-  EXPECT_EQ(prompt->records().at(0).icon, kvmail::PromptIcon::Critical);
-  EXPECT_TRUE(prompt->records().at(0).text.startsWith(u"读取通讯簿时出错："_s));
+  const auto& box = prompt->records().at(0);
+  EXPECT_EQ(std::tuple(box.title, box.icon, box.text.left(9)),
+            std::tuple(u"错误："_s, kvmail::PromptIcon::Critical, u"读取通讯簿时出错："_s));
 }

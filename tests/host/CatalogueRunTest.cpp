@@ -33,9 +33,10 @@ TEST_F(Catalogue, AccountOfTheUserThenTheDefault) {
   fallback.name = u"default"_s;
   ASSERT_EQ(rig.seedAccount(fallback), QString());
 
-  EXPECT_EQ(column(*rig.host, sql::accountForUser(u"7"_s)), QStringList{"mine"});
-  EXPECT_TRUE(column(*rig.host, sql::accountForUser(u"8"_s)).isEmpty());
-  EXPECT_EQ(column(*rig.host, sql::defaultAccount()), QStringList{"default"});
+  EXPECT_EQ(column(*rig.host, sql::accountForUser(u"7"_s)) +
+                column(*rig.host, sql::accountForUser(u"8"_s)) +
+                column(*rig.host, sql::defaultAccount()),
+            (QStringList{"mine", "default"}));
   EXPECT_EQ(rig.host->openQuery(sql::defaultAccount())->fieldCount(), 13);
 }
 
@@ -50,8 +51,8 @@ TEST_F(Catalogue, QueueHoldsOnlyActiveUndeletedUnsentComposedMailNewestFirst) {
 
   ASSERT_EQ(rig.host->execute(sql::markSent(u"smtp.example.com"_s, 5)), QString());
   EXPECT_EQ(column(*rig.host, sql::sendQueue()), (QStringList{"4", "1"}));
-  EXPECT_EQ(rig.value(u"select messageID from msgmail where 邮件ID=5"_s), u"smtp.example.com"_s);
-  EXPECT_EQ(rig.value(u"select 是否已读 from msgmail where 邮件ID=5"_s), u"1"_s);
+  EXPECT_EQ(rig.row(u"select messageID,是否已读 from msgmail where 邮件ID=5"_s),
+            (QStringList{"smtp.example.com", "1"}));
 }
 
 TEST_F(Catalogue, ComposedRowReadsBackWithItsSubjectQuoteIntact) {
@@ -78,8 +79,7 @@ TEST_F(Catalogue, QuoteOutsideTheSubjectBreaksTheInsertsAsItAlwaysDid) {
   for (const QString& statement : {sql::insertComposed(composed), sql::insertReceived(received),
                                    sql::insertTemplate(1, u"o'b@example.com"_s, QString(), u"s"_s)})
     EXPECT_FALSE(rig.host->execute(statement).isEmpty()) << statement.toStdString();
-  EXPECT_EQ(rig.count(u"msgmail"_s), 0);
-  EXPECT_EQ(rig.count(u"MailTemplet"_s), 0);
+  EXPECT_EQ(rig.count(u"msgmail"_s) + rig.count(u"MailTemplet"_s), 0);
 }
 
 // Received texts are cut to their columns past 250 and 120 characters, the UIDL to 36.
@@ -107,8 +107,8 @@ TEST_F(Catalogue, ReceivedMailIsFoundByUidlAndCutToItsColumns) {
   // Looked up by its cut id it is stored; by the server's full id it never is (kept so).
   EXPECT_TRUE(kvmail::isValidDateText(rig.value(sql::receivedTimeByUidl(uidl40.left(36)))));
   EXPECT_EQ(rig.value(sql::storedSizeByUidl(uidl40.left(36))), u"456"_s);
-  EXPECT_EQ(rig.value(sql::receivedTimeByUidl(uidl40)), QString());
-  EXPECT_EQ(rig.value(sql::storedSizeByUidl(uidl40)), QString());
+  EXPECT_EQ(rig.value(sql::receivedTimeByUidl(uidl40)) + rig.value(sql::storedSizeByUidl(uidl40)),
+            QString());
   // A received mail is never queued for sending.
   EXPECT_TRUE(column(*rig.host, sql::sendQueue()).isEmpty());
 }
@@ -140,14 +140,12 @@ TEST_F(Catalogue, TemplateSaveReplacesTheRowAndLosesBcc) {
   EXPECT_EQ(column(*rig.host, sql::templateExists(12)), QStringList{"12"});
   auto rs = rig.host->openQuery(sql::templateFields(12));
   ASSERT_TRUE(rs);
-  EXPECT_EQ(rs->text(u"to"_s), u"[客户]"_s);
-  EXPECT_EQ(rs->text(u"bcc"_s), u"hidden@x"_s);
+  EXPECT_EQ(rs->text(u"to"_s) + '|' + rs->text(u"bcc"_s), u"[客户]|hidden@x"_s);
 
   ASSERT_EQ(rig.host->execute(sql::deleteTemplate(12)), QString());
   ASSERT_EQ(rig.host->execute(sql::insertTemplate(12, u"a@x"_s, QString(), u"s"_s)), QString());
   rs = rig.host->openQuery(sql::templateFields(12));
   ASSERT_TRUE(rs);
-  EXPECT_EQ(rs->text(u"TO"_s), u"a@x"_s);
-  EXPECT_EQ(rs->text(u"bcc"_s), QString());
+  EXPECT_EQ(rs->text(u"TO"_s) + '|' + rs->text(u"bcc"_s), u"a@x|"_s);
   EXPECT_EQ(rig.count(u"MailTemplet"_s), 1);
 }
