@@ -49,13 +49,12 @@ struct TemplateRig : StoreRig {
     return m;
   }
 
-  // The program's template row, "" for a missing one; column values joined by "|".
+  // The program's template row, its column values joined by "|".
   QString row(long progId = kProgram) const {
-    const auto rs = host->openQuery(
-        u"select [to],cc,bcc,subject,bcc is null as nobcc from MailTemplet "
-        "where progID=%1"_s.arg(progId));
-    if (!rs || rs->atEnd()) return {};
-    return QStringList{rs->text(0), rs->text(1), rs->text(2), rs->text(3), rs->text(4)}.join(u'|');
+    return StoreRig::row(
+               u"select [to],cc,bcc,subject,bcc is null as nobcc from MailTemplet "
+               "where progID=%1"_s.arg(progId))
+        .join(u'|');
   }
   long rows() const { return count(u"MailTemplet"_s); }
   // The stored template file's bytes; empty when the row has none.

@@ -91,8 +91,9 @@ TEST_F(DemoWithPrompt, OkWritesEveryFieldAndThePasswordOnlyWhenTyped) {
   pop3Port->setValue(110);
   child<QComboBox>(dialog, "cmbPop3Security")->setCurrentIndex(2);
   EXPECT_EQ(pop3Port->value(), 995);
+  child<QSpinBox>(dialog, "spnSmtpPort")->setValue(2526);
   child<QComboBox>(dialog, "cmbSmtpSecurity")->setCurrentIndex(1);
-  EXPECT_EQ(child<QSpinBox>(dialog, "spnSmtpPort")->value(), 2525);
+  EXPECT_EQ(child<QSpinBox>(dialog, "spnSmtpPort")->value(), 2526);
   child<QPushButton>(dialog, "cmdOk")->click();
   EXPECT_EQ(dialog.result(), QDialog::Accepted);
   EXPECT_TRUE(prompt->messages().isEmpty());
@@ -102,7 +103,7 @@ TEST_F(DemoWithPrompt, OkWritesEveryFieldAndThePasswordOnlyWhenTyped) {
                 "mapop3servername||'|'||maisnotdelete||maisafterdaydelete||'|'||madeleteday||'|'||"
                 "maisout||maisdefault||'|'||mapassword||'|'||mapop3port||'|'||mapop3security||'|'||"
                 "masmtpsecurity||'|'||macertfile from mailaccount"_s),
-      u"销售部|smtp.kvmail.test|2525|销售|sales@kvmail.test|sales|reply@kvmail.test|"
+      u"销售部|smtp.kvmail.test|2526|销售|sales@kvmail.test|sales|reply@kvmail.test|"
       "pop.kvmail.test|11|9|11|kvpass|995|2|1|"_s +
           pinned.fileName());
 
