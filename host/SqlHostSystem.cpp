@@ -4,17 +4,34 @@
 #include "SqlRecordset.h"
 #include "SqlRun.h"
 #include "WalCheckpointer.h"
+#include "WalGatherVfs.h"
 
 #include <QAtomicInt>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QSqlRecord>
+#include <QUrl>
 
 namespace kvmail::host {
 namespace {
 
 QAtomicInt connectionCounter;
+
+// A store file is opened through the layer that writes each commit's log frames at once.
+QString gatheringUri(const QString& path) {
+  const QString vfs = QLatin1String(walGatherVfsName());
+  if (vfs.isEmpty()) return {};
+  const QByteArray where = QUrl::toPercentEncoding(QFileInfo(path).absoluteFilePath(), "/");
+  return QStringLiteral("file:") + QLatin1String(where) + QStringLiteral("?vfs=") + vfs;
+}
+
+// An SQLite store in a file of its own that this connection writes.
+bool isStoreFile(const HostOptions& o) {
+  return o.engine == SqlEngine::Sqlite && !o.readOnly && !o.sqlitePath.isEmpty() &&
+         o.sqlitePath != QLatin1String(":memory:");
+}
 
 QString notOpenText() {
   return QStringLiteral("数据库错误：数据库尚未打开。");
@@ -77,8 +94,10 @@ QString SqlHostSystem::open() {
       db.setPassword(options_.password);
       db.setConnectOptions(QStringLiteral("connect_timeout=10"));
     } else {
-      db.setDatabaseName(options_.sqlitePath);
       QString connect = QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(options_.busyTimeoutMs);
+      const QString uri = isStoreFile(options_) ? gatheringUri(options_.sqlitePath) : QString();
+      db.setDatabaseName(uri.isEmpty() ? options_.sqlitePath : uri);
+      if (!uri.isEmpty()) connect += QStringLiteral(";QSQLITE_OPEN_URI");
       if (options_.readOnly) connect += QStringLiteral(";QSQLITE_OPEN_READONLY");
       db.setConnectOptions(connect);
     }
@@ -96,8 +115,7 @@ QString SqlHostSystem::open() {
     setup << QStringLiteral("pragma synchronous=normal");
     setup << QStringLiteral("pragma temp_store=memory");  // sorting for DISTINCT and UNION
   }
-  const bool checkpointApart = !pg && !options_.readOnly && !options_.sqlitePath.isEmpty() &&
-                               options_.sqlitePath != QLatin1String(":memory:");
+  const bool checkpointApart = !pg && isStoreFile(options_);
   // The checkpointer below does the copying; the writer's own only if it falls far behind.
   if (checkpointApart) setup << QStringLiteral("pragma wal_autocheckpoint=10000");
   if (!options_.readOnly) setup << hostTableStatements(options_.engine);
@@ -217,46 +235,25 @@ long SqlHostSystem::nextKey(const QString& table, const QString& keyColumn, QStr
 }
 
 long SqlHostSystem::takeKey(const QString& table, const QString& keyColumn, QString* error) {
-  QSqlQuery query(QSqlDatabase::database(connection_, false));
   const QString highest =
       QStringLiteral("(select coalesce(max(%1),0)+1 from %2)").arg(keyColumn, table);
-  const QString name = table.toLower();
-  const QString column = keyColumn.toLower();
-  if (options_.engine == SqlEngine::Postgres) {
-    // One statement: the row lock on the mark serialises concurrent callers.
-    const QString sql = QStringLiteral(
-                            "insert into %1(tablename,keycolumn,lastkey) values (?,?,%2) "
-                            "on conflict (tablename,keycolumn) do update set lastkey="
-                            "greatest(%1.lastkey+1,%2) returning lastkey")
-                            .arg(QLatin1String(kKeyTable), highest);
-    query.prepare(sql);
-    query.addBindValue(name);
-    query.addBindValue(column);
-    if (!query.exec() || !query.next()) {
-      *error = dbErrorText(query.lastError());
-      return 0;
-    }
-    return static_cast<long>(query.value(0).toLongLong());
-  }
+  const bool pg = options_.engine == SqlEngine::Postgres;
+  // One upsert that changes the mark in place: the row lock on it serialises concurrent callers
+  // on PostgreSQL, and on SQLite the key's index page is not rewritten for every mail.
+  const QString sql = QStringLiteral(
+                          "insert into %1(tablename,keycolumn,lastkey) values (?,?,%2) "
+                          "on conflict (tablename,keycolumn) do update set lastkey="
+                          "%3(%1.lastkey+1,excluded.lastkey) returning lastkey")
+                          .arg(QLatin1String(kKeyTable), highest,
+                               pg ? QStringLiteral("greatest") : QStringLiteral("max"));
   SqlRows answer;
-  *error = runBound(connection_,
-                    QStringLiteral("select max(%1, coalesce((select lastkey+1 from %2 where "
-                                   "tablename=? and keycolumn=?),0))")
-                        .arg(highest, QLatin1String(kKeyTable)),
-                    {name, column}, &answer);
+  *error = runBound(connection_, sql, {table.toLower(), keyColumn.toLower()}, &answer);
   if (!error->isEmpty()) return 0;
   if (answer.rows.isEmpty()) {
     *error = QStringLiteral("数据库错误：取新编号没有结果。");
     return 0;
   }
-  const qlonglong key = answer.rows.first().value(0).toLongLong();
-  *error = runBound(
-      connection_,
-      QStringLiteral("insert or replace into %1(tablename,keycolumn,lastkey) values (?,?,?)")
-          .arg(QLatin1String(kKeyTable)),
-      {name, column, key});
-  if (!error->isEmpty()) return 0;
-  return static_cast<long>(key);
+  return static_cast<long>(answer.rows.first().value(0).toLongLong());
 }
 
 QString SqlHostSystem::beginTransaction() {

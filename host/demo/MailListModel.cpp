@@ -37,7 +37,8 @@ void MailListModel::addNewer() {
       readMailRows(host_, QStringLiteral("邮件ID>%1").arg(rows_.first().id), 0, &error);
   if (!error.isEmpty() || newer.isEmpty()) return;
   beginInsertRows({}, 0, int(newer.size()) - 1);
-  rows_ = newer + rows_;
+  // Prepended in place, so a refresh costs the new rows, not a copy of every row already shown.
+  for (auto it = newer.crbegin(); it != newer.crend(); ++it) rows_.prepend(*it);
   endInsertRows();
   for (const MailRow& row : newer) count(row, 1);
   Q_EMIT totalsChanged();

@@ -55,18 +55,19 @@ bool ReceiveMailbox::store(QByteArray text, const QString& uidl) {
   // A usual mail is read and stored from the bytes in hand, which saves reading the file back
   // twice; a large one only from the file, so that it is never held in memory twice.
   const bool inMemory = text.size() < kInMemoryLimit;
+  // The bytes as the server sent them, and the line break the file always ended with: in one
+  // write for a usual mail, apart for a large one so that it is never copied to grow.
+  if (inMemory) text.append("\r\n", 2);
   {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
-    // The bytes as the server sent them, and the line break the file always ended with.
-    if (file.write(text) != text.size() || file.write("\r\n", 2) != 2) return false;
+    if (file.write(text) != text.size() || (!inMemory && file.write("\r\n", 2) != 2)) return false;
   }
   ReceivedMail mail;
   mail.uidl = uidl;
   mail.pop3Server = account_.sPop3;  // never empty, so never taken for queued mail
   mail.path = path;
   if (inMemory) {
-    text.append("\r\n", 2);
     mail.size = text.size();
     mail.header = readMailBytes(text, QStringLiteral("gb2312"), MimeParts::StructureOnly);
     mail.bytes = std::move(text);
