@@ -1,10 +1,9 @@
-// The loopback servers as test peers: the SMTP sink keeps each message's bytes exactly, answers
-// like a real server (550 for "reject..." recipients, 535 for a wrong password) and delivers into
-// Maildirs; what a test drops there is what Dovecot serves, and a cleared mailbox starts afresh.
+// The loopback SMTP sink as a test peer: it keeps each message's bytes exactly, answers like a
+// real server (550 for "reject..." recipients, 535 for a wrong password) and delivers into the
+// Maildirs Dovecot serves. (What Dovecot serves from them, the receive tests see.)
 #include <gtest/gtest.h>
 
 #include <QDeadlineTimer>
-#include <QFileInfo>
 #include <QTcpSocket>
 
 #include "LoopbackServers.h"
@@ -47,12 +46,6 @@ struct LineClient {
     }
     return all;
   }
-  // POP3: the lines after a "+OK" status up to the lone ".", joined with CR LF, still stuffed.
-  QByteArray body() {
-    QByteArray all, l;
-    while (line(&l) && l != ".") all += l + "\r\n";
-    return all;
-  }
 };
 
 class Servers : public ::testing::Test {
@@ -63,12 +56,6 @@ class Servers : public ::testing::Test {
     ASSERT_TRUE(c.ask({}).startsWith("220 "));
     ehlo = c.ask("EHLO test.localhost");
     ASSERT_TRUE(ehlo.startsWith("250"));
-  }
-  void pop3(LineClient& c) {
-    ASSERT_TRUE(c.connectTo(loopbackServers().pop3Port));
-    ASSERT_EQ(c.ask({}), "+OK Dovecot (Debian) ready.");
-    ASSERT_TRUE(c.ask("USER " + kUser.toUtf8()).startsWith("+OK"));
-    ASSERT_TRUE(c.ask("PASS " + loopbackServers().password.toUtf8()).startsWith("+OK"));
   }
   QByteArray ehlo;
 };
@@ -120,41 +107,4 @@ TEST_F(Servers, SinkRecipientsDecideTheMailboxAndAuthChecksThePassword) {
   ASSERT_TRUE(c.ask("MAIL FROM:<a@kvmail.localhost>").startsWith("250"));
   EXPECT_TRUE(c.ask("RCPT TO:<REJECT@kvmail.localhost>").startsWith("550"));
   EXPECT_TRUE(c.ask("DATA").startsWith("503"));
-}
-
-TEST_F(Servers, DroppedMailIsServedDeletedAtQuitAndAClearedMailboxStartsAfresh) {
-  EXPECT_FALSE(waitForMail(kUser, 1, 200));
-  const QByteArray one = "Subject: one\r\n\r\n.starts with a dot\r\nend\r\n";
-  const QString path = dropMail(kUser, one);
-  ASSERT_TRUE(path.contains(u"/new/"_s));
-  ASSERT_FALSE(dropMail(kUser, "Subject: two\r\n\r\n2\r\n").isEmpty());
-  EXPECT_TRUE(waitForMail(kUser, 2, 200));
-  {
-    LineClient pop;
-    ASSERT_NO_FATAL_FAILURE(pop3(pop));
-    EXPECT_TRUE(pop.ask("STAT").startsWith("+OK 2 "));
-    const QByteArray uidl = pop.ask("UIDL 2");
-    EXPECT_TRUE(uidl.startsWith("+OK 2 00000002")) << uidl.constData();  // %08Xu%08Xv
-    EXPECT_EQ(uidl.size(), QByteArray("+OK 2 ").size() + 16);
-    ASSERT_TRUE(pop.ask("RETR 1").startsWith("+OK"));
-    EXPECT_EQ(pop.body().replace("\r\n..", "\r\n."), one);
-    EXPECT_TRUE(pop.ask("DELE 2").startsWith("+OK"));
-    EXPECT_EQ(listMails(kUser).size(), 2);
-    EXPECT_TRUE(pop.ask("QUIT").startsWith("+OK"));
-  }
-  // The deletion took effect at QUIT; the session moved the other file to cur/, where the path
-  // it was dropped under still finds it.
-  const QStringList left = listMails(kUser);
-  ASSERT_EQ(left.size(), 1);
-  EXPECT_TRUE(left.first().contains(u"/cur/"_s));
-  EXPECT_FALSE(QFileInfo::exists(path));
-  EXPECT_EQ(readMail(path), one);
-
-  ASSERT_TRUE(clearMailbox(kUser));
-  EXPECT_TRUE(listMails(kUser).isEmpty());
-  ASSERT_FALSE(dropMail(kUser, "Subject: three\r\n\r\n3\r\n").isEmpty());
-  LineClient pop;
-  ASSERT_NO_FATAL_FAILURE(pop3(pop));
-  EXPECT_TRUE(pop.ask("UIDL 1").startsWith("+OK 1 00000001"));
-  EXPECT_TRUE(pop.ask("QUIT").startsWith("+OK"));
 }

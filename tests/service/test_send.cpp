@@ -9,6 +9,7 @@
 #include "LoopbackServers.h"
 #include "ServiceRig.h"
 #include "TestEnv.h"
+#include "store/MailStore.h"
 #include "store/Statements.h"
 #include "store/StoredFile.h"
 #include "transfer/FrmSend.h"
@@ -24,12 +25,8 @@ class SendQueue : public ::testing::Test {
   void SetUp() override {
     ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
     ASSERT_TRUE(kvtest::clearMailbox(QStringLiteral("t12")));
-    const auto& servers = kvtest::loopbackServers();
     rig.seedAccount(true, false, QStringLiteral("发送测试"));
-    rig.host->executeBound(
-        QStringLiteral(
-            "update mailaccount set masmtpport=?, mapop3port=?, mausername=?, mapassword=?"),
-        {servers.smtpPort, servers.pop3Port, kUser, servers.password});
+    rig.useLoopback(kUser);
     ASSERT_TRUE(rig.mail->Init(rig.host, 1));
   }
 
@@ -52,10 +49,6 @@ class SendQueue : public ::testing::Test {
   void onReturn(F f) {
     QObject::connect(rig.mail.get(), &kvmail::clsMail::EvReturn, rig.mail.get(), f);
   }
-  QString file(const QString& name, const QByteArray& bytes) {
-    EXPECT_TRUE(kvtest::writeAll(rig.path(name), bytes));
-    return rig.path(name);
-  }
   // Runs SendMail and waits for the window to finish.
   bool run() {
     QSignalSpy ended(rig.mail->transferWindow(), &kvmail::FrmSend::TasksEnded);
@@ -64,14 +57,7 @@ class SendQueue : public ::testing::Test {
     ok = ended.first().first().toBool();
     return true;
   }
-  QString value(const QString& sql) { return rig.value(sql); }
-  int queued() {
-    int n = 0;
-    for (auto rs = rig.host->openQuery(kvmail::sql::sendQueue()); rs && !rs->atEnd();
-         rs->moveNext())
-      ++n;
-    return n;
-  }
+  int queued() { return int(kvmail::MailStore(*rig.host).queuedMailIds().size()); }
   QTreeWidget* list(int index) {
     return rig.mail->transferWindow()->findChild<QTreeWidget*>(QStringLiteral("LV(%1)").arg(index));
   }
@@ -88,8 +74,8 @@ class SendQueue : public ::testing::Test {
 TEST_F(SendQueue, ThreeMailsGoOutWhole) {
   const QString to = kvtest::addressOf(kUser);
   kvmail::OutgoingMail a = mail(QStringLiteral("报价单"), to);
-  a.attachmentPaths = {file(QStringLiteral("报价单.xlsx"), QByteArray(5000, '\x07')),
-                       file(QStringLiteral("产品 目录.pdf"), QByteArray("%PDF-1.4 kv\n"))};
+  a.attachmentPaths = {rig.file(QStringLiteral("报价单.xlsx"), QByteArray(5000, '\x07')),
+                       rig.file(QStringLiteral("产品 目录.pdf"), QByteArray("%PDF-1.4 kv\n"))};
   kvmail::OutgoingMail b = mail(QStringLiteral("紧急通知"), to);
   b.headerPriority = 1;
   const long idA = rig.queueMail(a, QStringLiteral("2026-11-20 08:00:00"));
@@ -105,7 +91,8 @@ TEST_F(SendQueue, ThreeMailsGoOutWhole) {
   EXPECT_EQ(returned[0][0].toString(), QString::number(idC));  // newest first
   for (long id : {idA, idB, idC})
     EXPECT_EQ(
-        value(QStringLiteral("select messageID||是否已读 from msgmail where 邮件ID=%1").arg(id)),
+        rig.value(
+            QStringLiteral("select messageID||是否已读 from msgmail where 邮件ID=%1").arg(id)),
         QStringLiteral("127.0.0.11"));
   EXPECT_EQ(queued(), 0);
 
@@ -131,7 +118,8 @@ TEST_F(SendQueue, ThreeMailsGoOutWhole) {
 }
 
 TEST_F(SendQueue, ServerDownLeavesEveryMailQueued) {
-  rig.host->executeBound(QStringLiteral("update mailaccount set masmtpport=?"), {1});
+  const quint16 closed = kvtest::closedPort();
+  rig.host->executeBound(QStringLiteral("update mailaccount set masmtpport=?"), {closed});
   ASSERT_TRUE(rig.mail->Init(rig.host, 1));
   queue(QStringLiteral("一"), 8);
   queue(QStringLiteral("二"), 9);
@@ -139,6 +127,9 @@ TEST_F(SendQueue, ServerDownLeavesEveryMailQueued) {
   EXPECT_FALSE(ok);
   EXPECT_EQ(queued(), 2);
   EXPECT_EQ(errorRows(), 2);
+  EXPECT_TRUE(firstError().contains(QStringLiteral("无法连接到SMTP服务器")) &&
+              firstError().contains(QString::number(closed)))
+      << firstError().toStdString();
   EXPECT_EQ(rowState(), QStringLiteral("失败"));
   EXPECT_EQ(rig.mail->transferWindow()->captionText(),
             QStringLiteral("处理请求的任务时出错。请复查下列错误列表以获取详细信息"));
@@ -170,7 +161,7 @@ TEST_F(SendQueue, AFailingMarkStopsTheLoopWithoutReturnData) {
   // The newest went out but could not be marked; the loop left before the second one.
   ASSERT_TRUE(kvtest::waitForMail(kUser, 1));
   EXPECT_FALSE(kvtest::waitForMail(kUser, 2, 500)) << "the next mail was under way";
-  EXPECT_EQ(value(QStringLiteral("select messageID from msgmail where 邮件ID=%1").arg(newest)),
+  EXPECT_EQ(rig.value(QStringLiteral("select messageID from msgmail where 邮件ID=%1").arg(newest)),
             QString());
   // Nobody is told it went well: the row, the error list, the caption and the end all say so.
   EXPECT_FALSE(ok);

@@ -50,20 +50,6 @@ class AccountLoading : public kvtest::StoreTest {
 
 }  // namespace
 
-TEST_F(AccountLoading, EveryFieldFromTheUsersAccount) {
-  ASSERT_EQ(rig.seedAccount(full(1, u"7"_s)), QString());
-  const clsAccount a = loaded();
-  EXPECT_EQ(
-      (QStringList{a.sName, a.sSmtp, a.sFrom, a.sFromAddress, a.sUserName, a.sPassword, a.sReplyTo,
-                   a.sPop3, QString::number(a.lSmtpPort), QString::number(a.lDeleteDay),
-                   QString::number(a.lProgID), QString::number(a.lPop3Port)}),
-      (QStringList{"account1", "smtp1.example.com", "发件人1", "from1@example.com", "user1", "pw1",
-                   "reply1@example.com", "pop1.example.com", "2525", "14", "12", "11001"}));
-  EXPECT_FALSE(a.bIsDelete);
-  EXPECT_TRUE(a.bIsAfterdayDelete);
-  EXPECT_TRUE(a.bIsOut);
-}
-
 TEST_F(AccountLoading, FirstOfTwoAssignedAccountsWins) {
   ASSERT_EQ(rig.seedAccount(full(2, u"7"_s)), QString());
   ASSERT_EQ(rig.seedAccount(full(1, u"7"_s)), QString());
@@ -87,6 +73,9 @@ TEST_F(AccountLoading, DefaultAccountWhenTheUserHasNoneAndNothingWithoutOne) {
   fallback.isDefault = true;
   ASSERT_EQ(rig.seedAccount(fallback), QString());
   EXPECT_EQ(loaded().sName + QString::number(loaded().lPop3Port), u"account211002"_s);
+  // The user's own account wins over the default.
+  ASSERT_EQ(rig.seedAccount(full(3, u"7"_s)), QString());
+  EXPECT_EQ(loaded().sName, u"account3"_s);
   // A user id the store cannot even compare falls back the same way.
   rig.host->setCurrentUser(QString(), QString());
   EXPECT_EQ(loaded().sName, u"account2"_s);
@@ -134,7 +123,7 @@ TEST_F(AccountLoading, FlagAsymmetryAndNulls) {
   EXPECT_EQ(a.sName, QString());
 }
 
-TEST_F(AccountLoading, SecurityColumnsAreReadAsTheHostWroteThem) {
+TEST_F(AccountLoading, EveryFieldAndTheSecurityColumnsAsTheHostWroteThem) {
   struct Case {
     const char* set;  // the columns' values
     long pop3, smtp;
@@ -148,6 +137,14 @@ TEST_F(AccountLoading, SecurityColumnsAreReadAsTheHostWroteThem) {
       {"mapop3security=9, masmtpsecurity=-1, macertfile=''", 9, -1, {}},
   };
   ASSERT_EQ(rig.seedAccount(full(1, u"7"_s)), QString());
+  const clsAccount all = loaded();
+  EXPECT_EQ(
+      (QStringList{all.sName, all.sSmtp, all.sFrom, all.sFromAddress, all.sUserName, all.sPassword,
+                   all.sReplyTo, all.sPop3, QString::number(all.lSmtpPort),
+                   QString::number(all.lDeleteDay), QString::number(all.lProgID),
+                   QString::number(all.lPop3Port)}),
+      (QStringList{"account1", "smtp1.example.com", "发件人1", "from1@example.com", "user1", "pw1",
+                   "reply1@example.com", "pop1.example.com", "2525", "14", "12", "11001"}));
   for (const Case& c : cases) {
     ASSERT_EQ(rig.host->execute(u"update mailaccount set "_s + QLatin1String(c.set)), QString());
     clsAccount a = loaded();

@@ -7,6 +7,7 @@
 #include "FakePop3Server.h"
 #include "FakeSmtpServer.h"
 #include "LoopbackServers.h"
+#include "TestEnv.h"
 #include "TransferRig.h"
 #include "model/IBundle.h"
 #include "store/MailStore.h"
@@ -51,6 +52,9 @@ TEST(CrashDovecot, AStoreRefusingTheThirdOfFiveKeepsItOnTheServerAndTheRowsBefor
     ASSERT_TRUE(rig.addTrigger(
         u"create trigger refuse_third before insert on msgmail when new.主题='third' "
         "begin select raise(abort, 'third refused'); end"_s));
+    // The user leaves the error box open well past the silence guard: the session lives on.
+    rig.run().setPop3StallTimeout(300);
+    rig.view().whileAsked = [] { kvtest::pumpEvents(900); };
 
     ASSERT_TRUE(rig.receive(30000)) << c.policy;
     EXPECT_FALSE(rig.lastOk()) << c.policy;
@@ -61,6 +65,7 @@ TEST(CrashDovecot, AStoreRefusingTheThirdOfFiveKeepsItOnTheServerAndTheRowsBefor
         << c.policy;
     ASSERT_EQ(rig.view().errors.size(), 1) << c.policy;
     EXPECT_TRUE(rig.view().errors.first().contains(u"third refused"_s)) << c.policy;
+    EXPECT_EQ(rig.prompt().messages().size(), 1) << c.policy;
     EXPECT_EQ(subjectsOnServer(kUser), c.leftOnServer) << c.policy;
     EXPECT_EQ(rig.count(), 4) << c.policy;
     for (const QString s : {"m1", "m2", "m4", "m5"}) {
@@ -68,6 +73,13 @@ TEST(CrashDovecot, AStoreRefusingTheThirdOfFiveKeepsItOnTheServerAndTheRowsBefor
       EXPECT_EQ(rig.storedMessage(id), kvtest::sampleMail(s) + "\r\n")
           << c.policy << " " << s.toStdString();
     }
+    // Next session, the store takes it: only the third comes again, and only then goes.
+    rig.host->execute(u"drop trigger refuse_third"_s);
+    rig.view().whileAsked = nullptr;
+    ASSERT_TRUE(rig.receive(30000)) << c.policy;
+    EXPECT_TRUE(rig.lastOk()) << c.policy;
+    EXPECT_EQ(rig.count(), 5) << c.policy;
+    EXPECT_EQ(subjectsOnServer(kUser).size(), c.deleteAfterStore ? 0 : 5) << c.policy;
   }
 }
 

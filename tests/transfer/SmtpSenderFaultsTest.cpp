@@ -61,15 +61,6 @@ TEST_F(SenderFaultTest, EndingAKeptSessionDoesNotWaitForeverOnQuit) {
   EXPECT_FALSE(sender.lastSendReusedSession());
 }
 
-TEST_F(SenderFaultTest, EnvelopeAddressesGoInAngleBrackets) {
-  FakeSmtpServer silent(FakeSmtpServer::Fault::SilentAfterData);
-  sender.setRecipients(QStringLiteral("王芳 <b@kvmail.localhost>;c@kvmail.localhost"));
-  sendTo(silent);
-  EXPECT_TRUE(silent.commands.contains("MAIL FROM:<a@kvmail.localhost>"));
-  EXPECT_TRUE(silent.commands.contains("RCPT TO:<b@kvmail.localhost>"));
-  EXPECT_TRUE(silent.commands.contains("RCPT TO:<c@kvmail.localhost>"));
-}
-
 TEST_F(SenderFaultTest, BadInputIsRefusedBeforeConnecting) {
   SenderProbe probe(sender);
   FakeSmtpServer watcher(FakeSmtpServer::Fault::SilentAfterGreeting);

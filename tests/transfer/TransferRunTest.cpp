@@ -14,25 +14,13 @@
 
 using kvtest::FakePop3Server;
 using kvtest::TransferRig;
-using Commands = QList<QByteArray>;
 
 namespace {
 
 const auto uidls = FakePop3Server::uidls;
 const auto mails = kvtest::sampleMails;
-const Commands kLogin = FakePop3Server::loggedIn({});
 
 }  // namespace
-
-TEST(TransferRun, CloseWhenDoneHidesTheWindowAfterAReceiveThatWentWell) {
-  FakePop3Server server;
-  server.setHandler(FakePop3Server::mailbox(mails({u"好"_s}), uidls(1)));
-  TransferRig rig;
-  rig.view().closeChecked = true;
-  ASSERT_TRUE(rig.receiveFrom(server));
-  EXPECT_TRUE(rig.lastOk());
-  EXPECT_TRUE(rig.view().hidden);
-}
 
 TEST(TransferRun, ASocketErrorEndsTheRunAndTheWindowSaysSo) {
   TransferRig rig;
@@ -85,46 +73,6 @@ TEST(TransferRun, TheSilenceGuardSaysWhatHappened) {
         << c.what << ": " << rig.view().errors.first().toStdString();
     EXPECT_EQ(rig.count(), 0) << c.what;
   }
-}
-
-TEST(TransferRun, AStoreThatRefusesAMailKeepsItOnTheServerForNextTime) {
-  const QStringList subjects{"one", "two", "third", "four", "five"};
-  TransferRig rig;
-  rig.account().bIsDelete = true;
-  ASSERT_TRUE(
-      rig.addTrigger(u"create trigger refuse_third before insert on msgmail when new.主题='third' "
-                     "begin select raise(abort, 'third refused'); end"_s));
-  // The user leaves the error box open well past the silence guard: the session lives on.
-  rig.run().setPop3StallTimeout(300);
-  rig.view().whileAsked = [] { kvtest::pumpEvents(900); };
-  {
-    FakePop3Server server;
-    server.setHandler(FakePop3Server::mailbox(mails(subjects), uidls(5)));
-    ASSERT_TRUE(rig.receiveFrom(server, 15000));
-    EXPECT_FALSE(rig.lastOk());  // the task tells that a mail did not arrive this time
-    ASSERT_EQ(rig.view().errors.size(), 1);
-    EXPECT_TRUE(rig.view().errors.first().contains(u"third refused"_s));
-    EXPECT_EQ(rig.view().captionText, u"处理请求的任务时出错。请复查下列错误列表以获取详细信息"_s);
-    const Commands expected{"UIDL 1", "RETR 1", "DELE 1", "UIDL 2", "RETR 2",
-                            "DELE 2", "UIDL 3", "RETR 3", "UIDL 4", "RETR 4",
-                            "DELE 4", "UIDL 5", "RETR 5", "DELE 5", "QUIT"};
-    EXPECT_EQ(server.commands(), kLogin + expected);
-    EXPECT_EQ(rig.count(), 4);
-    EXPECT_EQ(rig.count(u"主题='third'"_s), 0);
-    ASSERT_EQ(rig.prompt().messages().size(), 1);
-    EXPECT_TRUE(rig.prompt().messages().first().contains(u"third refused"_s));
-  }
-  // Next session, the store takes it: only the third is fetched again.
-  rig.host->execute(u"drop trigger refuse_third"_s);
-  rig.view().whileAsked = nullptr;
-  FakePop3Server server;
-  server.setHandler(FakePop3Server::mailbox(mails(subjects), uidls(5)));
-  ASSERT_TRUE(rig.receiveFrom(server));
-  const Commands again{"UIDL 1", "UIDL 2", "UIDL 3", "RETR 3",
-                       "DELE 3", "UIDL 4", "UIDL 5", "QUIT"};
-  EXPECT_TRUE(rig.lastOk());
-  EXPECT_EQ(server.commands(), kLogin + again);
-  EXPECT_EQ(rig.count(), 5);
 }
 
 TEST(TransferRun, ADeadStoreShowsOneBoxAndLogsTheRest) {
