@@ -14,7 +14,7 @@ const QStringList kHistory = {
     u"Zhang@kvmail.test"_s,                // 1
     u"li@kvmail.test;wang@kvmail.test"_s,  // 2: a composed mail's recipient list
     u"wang@kvmail.test"_s,                 // 3
-    u"王经理@公司.cn"_s,                   // 4
+    u"王经理@公司.cn"_s,                   // 4: no case at all
     u"zhang@other.test"_s,                 // 5
     u"Jürgen.MÜLLER@Firma.de"_s,           // 6: letters beyond ASCII
 };
@@ -32,16 +32,11 @@ TEST(AddressIndex, SearchFindsTheFirstRowContainingTheTextWhateverItsCase) {
   const Case cases[] = {
       {u"wang", 0, 0},           // inside, not a full match, first of several
       {u"WANG@", 0, 2},          // case-blind; the joined recipient list comes first
-      {u"kvmail.test", 0, 0},    // a part every early row has
-      {u"zhang@O", 0, 5},        // capitals in the text
-      {u"经理", 0, 4},           // Chinese
       {u"müller@f", 0, 6},       // case-blind beyond ASCII too
       {u"@kvmail.test;", 0, 2},  // across the ";" of a joined list
       {u"wang", 1, 2},           // from a later row on
       {u"wang", 4, -1},          // nothing after the last match
-      {u"nobody", 0, -1},        // no match
       {u"", 0, -1},              // an empty text finds nothing
-      {u"test", 6, -1},          // none in the last row
       {u"test", 7, -1},          // past the end
   };
   for (const Case& c : cases) {
@@ -54,7 +49,6 @@ TEST(AddressIndex, SearchFindsTheFirstRowContainingTheTextWhateverItsCase) {
   const QString withZero = u"test"_s + QChar(0) + u"wang"_s;
   EXPECT_EQ(index.firstContaining(withZero), -1);
   EXPECT_EQ(AddressIndex({u"a"_s + QChar(0) + u"b"_s}).firstContaining(QChar(0) + u"b"_s), 0);
-  EXPECT_EQ(AddressIndex().firstContaining(u"a"_s), -1);
 }
 
 TEST(AddressIndex, CompletionTakesTheFirstEntryInHistoryOrderBeginningWithTheWholeText) {
@@ -63,12 +57,10 @@ TEST(AddressIndex, CompletionTakesTheFirstEntryInHistoryOrderBeginningWithTheWho
       {u"wang", 0, 0},                  // case-blind: the capitalised entry is first in history
       {u"WANG@", 0, 3},                 // "Wang.Fang@" does not begin with "wang@"
       {u"zh", 0, 1},                    // history order, not case-blind order
-      {u"zhang@o", 0, 5},               //
       {u"li@kvmail.test;w", 0, 2},      // the whole field, ";" and all, is compared
       {u"wang@kvmail.test;li", 0, -1},  // nothing split off at ";"
       {u"ang", 0, -1},                  // a beginning, not a part
-      {u"王", 0, 4},                    //
-      {u"jÜRGEN.m", 0, 6},              //
+      {u"jÜRGEN.m", 0, 6},              // case-blind beyond ASCII
       {u"", 0, -1},                     // an empty field completes nothing
   };
   for (const Case& c : cases) {
