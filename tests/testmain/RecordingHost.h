@@ -13,21 +13,18 @@ class RecordingHost : public kvmail::IHostSystem {
  public:
   explicit RecordingHost(kvmail::IHostSystem& real) : real_(real) {}
 
-  QStringList texts;       // queries and statements, in order
-  QStringList queries;     // the queries alone
-  QStringList statements;  // the statements alone, "nextKey" for each key taken
+  QStringList queries;     // the queries, in order
+  QStringList statements;  // the statements, in order, "nextKey" for each key taken
   QStringList calls;       // "get 16384", "set ''", "append 100", "update" in call order
   int failKeyAt = 0;       // the n-th key asked for fails (0: none does)
   int keyCalls = 0;
 
   std::shared_ptr<kvmail::IRecordset> openQuery(const QString& sql, QString* error) override {
-    texts << sql;
     queries << sql;
     auto rs = real_.openQuery(sql, error);
     return rs ? std::make_shared<Recordset>(rs, calls) : rs;
   }
   QString execute(const QString& sql) override {
-    texts << sql;
     statements << sql;
     return real_.execute(sql);
   }

@@ -54,8 +54,7 @@ void ServiceRig::seedTemplate(long progId, const QString& to, const QString& cc,
   kvmail::fileToColumn(progId, eml, u"EMail"_s, *host, u"MailTemplet"_s, u"progID"_s);
 }
 
-long ServiceRig::queueMail(const kvmail::OutgoingMail& m, const QString& sentTime, int del,
-                           int active) {
+long ServiceRig::queueMail(const kvmail::OutgoingMail& m, const QString& sentTime) {
   QString error;
   const long id = host->nextKey(u"msgmail"_s, u"邮件ID"_s, &error);
   kvmail::sql::ComposedRow row;
@@ -69,8 +68,6 @@ long ServiceRig::queueMail(const kvmail::OutgoingMail& m, const QString& sentTim
   row.email = u"-1"_s;
   row.replyId = id;
   host->execute(kvmail::sql::insertComposed(row));
-  host->executeBound(u"update msgmail set del=?, active=? where 邮件ID=?"_s,
-                     {del, active, qlonglong(id)});
   const QString eml = path(u"queued-%1.eml"_s.arg(id));
   kvmail::writeMailFile(m, eml, &error);
   kvmail::fileToColumn(id, eml, u"消息"_s, *host, u"msgmail"_s, u"邮件ID"_s);

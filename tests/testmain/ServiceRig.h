@@ -28,8 +28,7 @@ class ServiceRig : public StoreRig {
   void seedTemplate(long progId, const QString& to, const QString& cc, const QString& bcc,
                     const QString& subject, const kvmail::OutgoingMail& file);
   // A queued outgoing mail as the composer stores it; answers its key.
-  long queueMail(const kvmail::OutgoingMail& mail, const QString& sentTime, int del = 0,
-                 int active = 1);
+  long queueMail(const kvmail::OutgoingMail& mail, const QString& sentTime);
   // Stores a message as the receive session does (row and stored file in one go); its key.
   long storeReceived(const QByteArray& message);
 };
