@@ -82,12 +82,6 @@ class ComposeHelpersOnNewMail : public ::testing::Test {
   ComposeRig rig;
 };
 
-TEST_F(ComposeHelpersOnNewMail, AStoreWithoutMailGivesNoHistoryAndNothingCompletes) {
-  EXPECT_EQ(rig.window()->history(), nullptr);
-  QTest::keyClicks(rig.field(1), u"w"_s);
-  EXPECT_EQ(rig.field(1)->text(), u"w"_s);
-}
-
 TEST(ComposeHelpers, TheAddressBookOpensModallyAndItsPickReplacesTheToField) {
   ComposeRig rig;
   seedHistory(rig);
