@@ -1,30 +1,20 @@
-// A message is created complete and owns its parts by reference; the date object is inert.
+// A message is created complete with parts of its own; the date object is inert.
 #include <gtest/gtest.h>
 
 #include "model/IAttachments.h"
 #include "model/IMailAddress.h"
 #include "model/IMailAddresses.h"
 #include "model/OleDate.h"
-#include "model/clsMailAddresses.h"
 #include "model/clsMailDate.h"
 #include "model/clsMessage.h"
 
 using namespace kvmail;
 
-TEST(Message, HasSevenPartsOfItsOwnThatOutliveItWhileHeld) {
-  MailAddressesPtr tos;
-  std::weak_ptr<IMailAddresses> cc;
-  {
-    const MessagePtr m = std::make_shared<clsMessage>();
-    ASSERT_TRUE(m->From() && m->ReplyTo() && m->TOs() && m->Cc() && m->Bcc() && m->Attachments() &&
-                m->DateTime());
-    EXPECT_TRUE(m->From() != m->ReplyTo() && m->TOs() != m->Cc() && m->Cc() != m->Bcc());
-    m->TOs()->Parser("a@b;c@d");
-    tos = m->TOs();
-    cc = m->Cc();
-  }
-  EXPECT_EQ(tos->ToString(), "a@b;c@d");  // still working after the message went
-  EXPECT_TRUE(cc.expired());              // nobody else held it: released with the message
+TEST(Message, HasSevenPartsOfItsOwn) {
+  const MessagePtr m = std::make_shared<clsMessage>();
+  ASSERT_TRUE(m->From() && m->ReplyTo() && m->TOs() && m->Cc() && m->Bcc() && m->Attachments() &&
+              m->DateTime());
+  EXPECT_TRUE(m->From() != m->ReplyTo() && m->TOs() != m->Cc() && m->Cc() != m->Bcc());
 }
 
 // Deliberately inert: no time zone, no routing, no formatting, no conversion of the date.
