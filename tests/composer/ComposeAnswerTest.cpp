@@ -1,7 +1,11 @@
 // Replies and forwards: the window builds them from the stored mail whose identifier it is given.
 #include <gtest/gtest.h>
 
+#include <QImage>
 #include <QTreeWidget>
+#include <QUrl>
+
+#include <algorithm>
 
 #include "ComposeRig.h"
 #include "composer/BodyEditor.h"
@@ -13,6 +17,7 @@ using kvtest::ComposeRig;
 
 namespace {
 
+// The received mail has a picture in its body and a file attached.
 class ComposeAnswer : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -20,7 +25,11 @@ class ComposeAnswer : public ::testing::Test {
     m.from = {u"王五"_s, u"wang@kvmail.test"_s};
     m.to = {{u"销售部"_s, u"sales@kvmail.test"_s}};
     m.subject = u"询价"_s;
-    m.htmlBody = u"<html><body><p>请报价，谢谢。</p></body></html>"_s;
+    QImage picture(24, 16, QImage::Format_RGB32);
+    picture.fill(Qt::green);
+    ASSERT_TRUE(picture.save(rig.path(u"sample.png"_s)));
+    m.htmlBody = u"<html><body><p>请报价，谢谢。<img src=\"%1\"></p></body></html>"_s.arg(
+        QUrl::fromLocalFile(rig.path(u"sample.png"_s)).toString());
     m.attachmentPaths = {rig.file(u"规格.pdf"_s, datasheet)};
     original = rig.storeReceived(m);
     ASSERT_GT(original, 0);
@@ -46,6 +55,9 @@ TEST_F(ComposeAnswer, AReplyGoesToTheSenderWithTheOriginalQuotedBelowALine) {
   ASSERT_GE(line, 0) << body.toStdString();
   EXPECT_GT(body.indexOf(u"请报价，谢谢。"_s), line);
   EXPECT_TRUE(body.contains(u"发件人：王五<wang@kvmail.test>"_s));
+  // The picture is quoted as a file the body shows, neither a part reference nor an attachment.
+  const QString html = rig.window()->editor()->toHtml();
+  EXPECT_TRUE(!html.contains(u"cid:"_s) && html.contains(u"sample.png"_s)) << html.toStdString();
   EXPECT_EQ(rig.window()->findChild<QTreeWidget*>(u"LView"_s)->topLevelItemCount(), 0);
   EXPECT_FALSE(rig.window()->isModified());
   // The stored message file was only borrowed.
@@ -73,11 +85,12 @@ TEST_F(ComposeAnswer, AForwardCarriesTheBodyAndTheAttachments) {
   const long id = rig.send();
   ASSERT_GT(id, 0);
   EXPECT_EQ(row(id, "附件"), u"1"_s);
-  const kvmail::ParsedMail back =
-      kvmail::MailStore(*rig.host).readMessage(id, rig.path(u"fwd.eml"_s));
-  ASSERT_EQ(back.attachments.size(), 1);
-  EXPECT_EQ(back.attachments.first().fileName, u"规格.pdf"_s);
-  EXPECT_EQ(back.attachments.first().data, datasheet);
+  const auto sent =
+      kvmail::MailStore(*rig.host).readMessage(id, rig.path(u"fwd.eml"_s)).attachments;
+  const auto file = std::find_if(sent.begin(), sent.end(), [](auto& a) { return !a.isInline; });
+  ASSERT_NE(file, sent.end());  // the picture goes as a part of the body
+  EXPECT_EQ(file->fileName, u"规格.pdf"_s);
+  EXPECT_EQ(file->data, datasheet);
 }
 
 TEST(ComposeQuote, OnlyTheBodyOfAnHtmlDocumentIsQuoted) {

@@ -1,16 +1,14 @@
 // The compose window's helpers over a real store: completion in the To field from the recipient
 // history, the address book and the template editor opened from the window, and pictures of the
-// body stored as related parts and shown again when the mail is read back.
+// body stored as related parts and shown again when the mail is read back. (A reply's and a
+// forward's pictures are the answer tests'.)
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QImage>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QRegularExpression>
 #include <QTest>
 #include <QTimer>
-#include <QTreeWidget>
 #include <QUrl>
 
 #include <functional>
@@ -55,42 +53,22 @@ void withModal(ComposeRig& rig, const QString& key, std::function<void(W*)> then
   EXPECT_TRUE(ran);
 }
 
-QString pictureFile(ComposeRig& rig, const QString& name, Qt::GlobalColor colour) {
-  QImage image(24, 16, QImage::Format_RGB32);
-  image.fill(colour);
-  const QString path = rig.path(name);
-  image.save(path);
-  return path;
-}
-
 }  // namespace
 
-TEST(ComposeHelpers, TheToFieldCompletesTheWholeTextFromTheHistoryIgnoringCase) {
-  struct Row {
-    const char* typed;
-    const char* shown;
-  };
-  const Row rows[] = {
-      {"WANG", "Wang.Li@Kvmail.test"},  // completed to the address as stored
-      {"wu", "wu@kvmail.test"},         // "w" first completes to Wang..., "u" replaces the rest
-      {"x", "x"},
-      {"a@kvmail.test;w", "a@kvmail.test;w"},  // the whole field is compared, not its last part
-  };
+// Which entry completes is the address index's rule, proved there; here typing completes and
+// taking text away does not.
+TEST(ComposeHelpers, TheToFieldCompletesWhatIsTypedFromTheHistory) {
   ComposeRig rig;
   seedHistory(rig);
   rig.mail->NewMail();
   ASSERT_NE(rig.window()->history(), nullptr);
   QLineEdit* to = rig.field(1);
-  for (const Row& row : rows) {
-    to->clear();
-    QTest::keyClicks(to, QLatin1String(row.typed));
-    EXPECT_EQ(to->text(), QLatin1String(row.shown)) << row.typed;
-  }
-  // Taking text away never completes again.
+  QTest::keyClicks(to, u"wu"_s);  // "w" completes to Wang..., "u" replaces the selected rest
+  EXPECT_EQ(to->text(), u"wu@kvmail.test"_s);
   to->clear();
   QTest::keyClicks(to, u"WANG"_s);
+  EXPECT_EQ(to->text(), u"Wang.Li@Kvmail.test"_s);  // completed to the address as stored
   QTest::keyClick(to, Qt::Key_Backspace);
-  EXPECT_EQ(to->text(), u"Wang"_s);
   QTest::keyClick(to, Qt::Key_Backspace);
   EXPECT_EQ(to->text(), u"Wan"_s);
   QTest::keyClick(to, Qt::Key_Left);
@@ -104,78 +82,44 @@ class ComposeHelpersOnNewMail : public ::testing::Test {
   ComposeRig rig;
 };
 
-TEST_F(ComposeHelpersOnNewMail, AStoreWithoutMailGivesNoHistoryAndNothingCompletes) {
-  EXPECT_EQ(rig.window()->history(), nullptr);
-  QTest::keyClicks(rig.field(1), u"w"_s);
-  EXPECT_EQ(rig.field(1)->text(), u"w"_s);
-}
-
 TEST(ComposeHelpers, TheAddressBookOpensModallyAndItsPickReplacesTheToField) {
   ComposeRig rig;
   seedHistory(rig);
   rig.mail->NewMail();
   rig.field(1)->setText(u"old@kvmail.test;other@kvmail.test"_s);
-  for (const char* key : {"TBTdxb", "mnuMailTdxb"}) {
-    withModal<kvmail::FrmDxb>(rig, QLatin1String(key), [](kvmail::FrmDxb* book) {
-      EXPECT_TRUE(book->isModal() || book->windowModality() != Qt::NonModal);
-      auto* search = book->findChild<QLineEdit*>(u"kvTxt"_s);
-      search->setText(u"WU"_s);
-      QTest::keyClick(search, Qt::Key_Return);
-      EXPECT_FALSE(book->isVisible());  // the pick ends the modal loop
-    });
-    EXPECT_EQ(rig.field(1)->text(), u"wu@kvmail.test"_s) << key;
-    rig.field(1)->setText(u"again@kvmail.test"_s);
-  }
+  withModal<kvmail::FrmDxb>(rig, u"TBTdxb"_s, [](kvmail::FrmDxb* book) {
+    EXPECT_TRUE(book->isModal() || book->windowModality() != Qt::NonModal);
+    auto* search = book->findChild<QLineEdit*>(u"kvTxt"_s);
+    search->setText(u"WU"_s);
+    QTest::keyClick(search, Qt::Key_Return);
+    EXPECT_FALSE(book->isVisible());  // the pick ends the modal loop
+  });
+  EXPECT_EQ(rig.field(1)->text(), u"wu@kvmail.test"_s);
   // Closing the book without a pick keeps the field.
-  withModal<kvmail::FrmDxb>(rig, u"TBTdxb"_s, [](kvmail::FrmDxb* book) { book->close(); });
-  EXPECT_EQ(rig.field(1)->text(), u"again@kvmail.test"_s);
+  withModal<kvmail::FrmDxb>(rig, u"mnuMailTdxb"_s, [](kvmail::FrmDxb* book) { book->close(); });
+  EXPECT_EQ(rig.field(1)->text(), u"wu@kvmail.test"_s);
 }
 
-TEST_F(ComposeHelpersOnNewMail, ATemplateSavedFromTheWindowIsWhatCreateNewFillsNext) {
+// What the template editor writes is its own test's, and CreateNew from a template the service's;
+// here the window hands the editor its shown mail and waits for it.
+TEST_F(ComposeHelpersOnNewMail, TheTemplateEditorSavesTheShownMail) {
   rig.field(1)->setText(u"客户<kehu@kvmail.test>"_s);
   rig.field(3)->setText(u"新品目录"_s);
-  rig.window()->editor()->setDocumentHtml(u"<p><b>[名]</b>您好，请看新品：</p>"_s);
-  rig.window()->editor()->moveCursor(QTextCursor::End);
-  rig.window()->editor()->insertPicture(pictureFile(rig, u"新品.png"_s, Qt::blue));
-  const QString catalogue = rig.file(u"目录.pdf"_s, QByteArray("%PDF-1.4 catalogue"));
-  rig.attach(catalogue);
-
-  for (const char* key : {"TBTemplet", "mnuMailTemplet"})  // saved twice: the second replaces
-    withModal<kvmail::FrmTemplet>(rig, QLatin1String(key), [](kvmail::FrmTemplet* t) {
-      t->findChild<QLineEdit*>(u"Txt(0)"_s)->setText(u"[名]<[邮箱]>"_s);
-      t->findChild<QPushButton*>(u"Cmd(0)"_s)->click();
-    });
-  EXPECT_EQ(rig.value(u"select [to] from MailTemplet where progID=1"_s), u"[名]<[邮箱]>"_s);
-  rig.prompt->answer(kvmail::PromptAnswer::No);
-  rig.window()->close();
-  QFile::remove(catalogue);  // the template carries its own copy
-
-  const QChar nul(0);
-  ASSERT_TRUE(rig.mail->CreateNew(u"[名]甲"_s + nul + u"[邮箱]a@kvmail.test"_s, u"|"_s));
-  EXPECT_EQ(rig.field(1)->text(), u"甲<a@kvmail.test>"_s);
-  EXPECT_EQ(rig.field(3)->text(), u"新品目录"_s);
-  const QString body = rig.window()->editor()->toHtml();
-  EXPECT_TRUE(body.contains(u"[名]"_s)) << body.toStdString();  // body kept as saved
-  EXPECT_FALSE(body.contains(u"cid:"_s));
-  // The one picture is shown from the template's own copy.
-  const auto picture = QRegularExpression(u"<img src=\"([^\"]+)\""_s).match(body);
-  ASSERT_TRUE(picture.hasMatch() && body.count(u"<img"_s) == 1) << body.toStdString();
-  EXPECT_EQ(rig.window()
-                ->editor()
-                ->document()
-                ->resource(QTextDocument::ImageResource, QUrl(picture.captured(1)))
-                .value<QImage>()
-                .pixelColor(1, 1),
-            QColor(Qt::blue));
-  auto* list = rig.window()->findChild<QTreeWidget*>();
-  ASSERT_EQ(list->topLevelItemCount(), 1);
-  EXPECT_EQ(list->topLevelItem(0)->text(0), u"目录.pdf"_s);
-  EXPECT_EQ(kvtest::readAll(list->topLevelItem(0)->text(1)), QByteArray("%PDF-1.4 catalogue"));
+  withModal<kvmail::FrmTemplet>(rig, u"TBTemplet"_s, [](kvmail::FrmTemplet* t) {
+    EXPECT_EQ(t->findChild<QLineEdit*>(u"Txt(2)"_s)->text(), u"新品目录"_s);
+    t->findChild<QLineEdit*>(u"Txt(0)"_s)->setText(u"[名]<[邮箱]>"_s);
+    t->findChild<QPushButton*>(u"Cmd(0)"_s)->click();
+  });
+  EXPECT_EQ(rig.row(u"select [to],subject from MailTemplet where progID=1"_s),
+            (QStringList{u"[名]<[邮箱]>"_s, u"新品目录"_s}));
 }
 
 TEST_F(ComposeHelpersOnNewMail, PicturesOfTheBodyAreStoredAsRelatedPartsAndComeBackAsFiles) {
   rig.field(1)->setText(u"kehu@kvmail.test"_s);
-  const QString red = pictureFile(rig, u"red.png"_s, Qt::red);
+  QImage picture(24, 16, QImage::Format_RGB32);
+  picture.fill(Qt::red);
+  const QString red = rig.path(u"red.png"_s);
+  ASSERT_TRUE(picture.save(red));
   kvmail::BodyEditor* editor = rig.window()->editor();
   editor->insertPlainText(u"两张图："_s);
   editor->insertPicture(red);
@@ -187,11 +131,7 @@ TEST_F(ComposeHelpersOnNewMail, PicturesOfTheBodyAreStoredAsRelatedPartsAndComeB
   const kvmail::ParsedMail stored =
       kvmail::MailStore(*rig.host).readMessage(id, rig.path(u"stored.eml"_s));
   ASSERT_EQ(stored.attachments.size(), 1);
-  const kvmail::MimeAttachment& part = stored.attachments.first();
-  EXPECT_TRUE(part.isInline);
-  EXPECT_EQ(part.contentType, u"image/png"_s);
-  EXPECT_EQ(part.data, kvtest::readAll(red));
-  EXPECT_EQ(stored.htmlBody.count(u"cid:"_s + part.contentId), 2);
+  EXPECT_EQ(stored.htmlBody.count(u"cid:"_s + stored.attachments.first().contentId), 2);
   EXPECT_FALSE(stored.htmlBody.contains(u"file:"_s));
 
   // The send queue reads it back with the picture as a file the body shows, not an attachment.
@@ -204,24 +144,4 @@ TEST_F(ComposeHelpersOnNewMail, PicturesOfTheBodyAreStoredAsRelatedPartsAndComeB
   ASSERT_GE(at, 0) << body.toStdString();
   const QUrl shown(body.mid(at, body.indexOf(QLatin1Char('"'), at) - at));
   EXPECT_EQ(kvtest::readAll(shown.toLocalFile()), kvtest::readAll(red));
-}
-
-TEST(ComposeHelpers, AReplyAndAForwardQuoteTheReceivedPicturesAsFilesNotAttachments) {
-  ComposeRig rig;
-  kvmail::OutgoingMail received;
-  received.from = {u"客户"_s, u"kehu@kvmail.test"_s};
-  received.to = {{QString(), u"sales@kvmail.test"_s}};
-  received.subject = u"样品照片"_s;
-  const QString green = pictureFile(rig, u"sample.png"_s, Qt::green);
-  received.htmlBody = u"<p>照片：<img src=\"%1\"></p>"_s.arg(QUrl::fromLocalFile(green).toString());
-  const long id = rig.storeReceived(received);
-  for (bool forward : {false, true}) {
-    forward ? rig.mail->TransmitMail(id) : rig.mail->ReplyMail(id);  // both answer false
-    const QString body = rig.window()->editor()->toHtml();
-    EXPECT_FALSE(body.contains(u"cid:"_s)) << forward;
-    EXPECT_TRUE(body.contains(u"sample.png"_s)) << forward;
-    EXPECT_EQ(rig.window()->findChild<QTreeWidget*>()->topLevelItemCount(), 0) << forward;
-    rig.prompt->answer(kvmail::PromptAnswer::No);
-    rig.window()->close();
-  }
 }

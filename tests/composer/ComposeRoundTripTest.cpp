@@ -1,6 +1,7 @@
 // A mail composed in the window (bold text, a colour, a link, a picture in the body and two
 // attachments) goes out through the loopback SMTP sink, comes back in by POP3 from Dovecot, and
-// reads the same to Python's email package as it did to the writer.
+// reads the same to Python's email package as it did to the writer. (A refused send leaving the
+// mail queued is the send queue's test.)
 #include <gtest/gtest.h>
 
 #include <QBuffer>
@@ -9,13 +10,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QPlainTextEdit>
 #include <QProcess>
 #include <QSignalSpy>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTextCursor>
-#include <QThread>
 
 #include "ComposeRig.h"
 #include "LoopbackServers.h"
@@ -146,14 +143,7 @@ TEST_F(ComposeRoundTrip, ComposedSentReceivedAndReadBackTheSame) {
   EXPECT_EQ((QList<qlonglong>{returned[0][1].toLongLong(), returned[1][0].toLongLong(),
                               returned[1][1].toLongLong()}),
             (QList<qlonglong>{1, queued, 2}));
-  EXPECT_EQ(rig.value(u"select messageID||'/'||是否已读 from msgmail where "
-                      "邮件ID=%1"_s.arg(queued)),
-            u"127.0.0.1/1"_s);
-  const QString composedFile = rig.path(u"composed.eml"_s);
-  ASSERT_TRUE(kvmail::MailStore(*rig.host).messageToFile(queued, composedFile));
-  expectComposed(composedFile);
-
-  // What the sink delivered into the mailbox.
+  // What the sink delivered into the mailbox (what was stored is what went out).
   ASSERT_TRUE(kvtest::waitForMail(kUser, 1));
   expectComposed(kvtest::listMails(kUser).first());
 
@@ -161,51 +151,7 @@ TEST_F(ComposeRoundTrip, ComposedSentReceivedAndReadBackTheSame) {
   ASSERT_TRUE(runTransfer([&] { rig.mail->ReceiveMail(); }));
   const QString received = rig.value(u"select 邮件ID from msgmail where CshgnsID=1"_s);
   ASSERT_FALSE(received.isEmpty());
-  EXPECT_EQ(rig.value(u"select 主题||'/'||附件 from msgmail where 邮件ID="_s + received),
-            subject + u"/1"_s);
   const QString storedFile = rig.path(u"received.eml"_s);
   ASSERT_TRUE(kvmail::MailStore(*rig.host).messageToFile(received.toLong(), storedFile));
   expectComposed(storedFile);
-}
-
-// A server with a size limit (the sink started on its own port, as the account's server)
-// refuses a mail whose attachment is too large: the send fails with the server's words and
-// the mail stays queued.
-TEST_F(ComposeRoundTrip, AnAttachmentLargerThanTheServerTakesFailsWithItsWordsAndStaysQueued) {
-  const quint16 port = kvtest::closedPort();
-  const auto& servers = kvtest::loopbackServers();
-  ASSERT_TRUE(kvtest::writeAll(
-      rig.path(u"users"_s), (kUser + u":{PLAIN}"_s + servers.password + u"::::::\n"_s).toUtf8()));
-  QProcess sink;
-  sink.start(
-      u"/usr/bin/python3"_s,
-      {kvtest::sourceDir() + u"/scripts/servers/smtp_sink.py"_s, u"--port"_s, QString::number(port),
-       u"--users"_s, rig.path(u"users"_s), u"--maildir-root"_s, rig.path(u"maildirs"_s),
-       u"--pid-file"_s, rig.path(u"sink.pid"_s), u"--size-limit"_s, u"40000"_s});
-  ASSERT_TRUE(sink.waitForStarted(5000));
-  bool up = false;
-  for (int i = 0; i < 100 && !up; ++i) {  // at most 10 s for the sink to listen
-    QTcpSocket s;
-    s.connectToHost(QHostAddress::LocalHost, port);
-    up = s.waitForConnected(100);
-    if (!up) QThread::msleep(100);
-  }
-  ASSERT_TRUE(up) << sink.readAllStandardError().toStdString();
-  rig.host->executeBound(u"update mailaccount set masmtpport=?"_s, {port});
-  rig.mail->account()->lSmtpPort = port;
-
-  rig.mail->NewMail();
-  rig.field(1)->setText(kvtest::addressOf(kUser));
-  rig.field(3)->setText(u"大附件"_s);
-  rig.attach(rig.file(u"big.bin"_s, QByteArray(120000, 'x')));
-  runTransfer([&] { rig.trigger(u"TBSend"_s); });  // ends with the failure
-  const QString log =
-      rig.mail->transferWindow()->findChild<QPlainTextEdit*>(u"Txt"_s)->toPlainText();
-  EXPECT_TRUE(log.contains(u"552"_s) && log.contains(u"exceeds fixed maximum message size"_s))
-      << log.toStdString();
-  EXPECT_EQ(rig.value(u"select count(*) from msgmail where CshgnsID=2 and "
-                      "messageID='' and 是否已读=0"_s),
-            u"1"_s);
-  sink.terminate();
-  EXPECT_TRUE(sink.waitForFinished(5000));
 }

@@ -6,10 +6,12 @@
 
 #include "ComposeRig.h"
 #include "TestEnv.h"
-#include "composer/BodyEditor.h"
 #include "composer/ComposeStore.h"
 #include "model/IBundle.h"
+#include "model/IMailAddress.h"
+#include "model/IMailAddresses.h"
 #include "model/IMessage.h"
+#include "model/clsMessage.h"
 #include "store/MailStore.h"
 #include "support/SpecialFolders.h"
 
@@ -20,73 +22,43 @@ using Kind = kvtest::ScriptedPrompt::Kind;
 namespace {
 
 // Fills the shown mail as a user would.
-void fill(ComposeRig& rig, const QString& to, const QString& subject, const QString& body = {}) {
+void fill(ComposeRig& rig, const QString& to, const QString& subject) {
   rig.field(1)->setText(to);
   rig.field(3)->setText(subject);
-  if (!body.isEmpty()) rig.window()->editor()->setPlainText(body);
 }
 
 }  // namespace
 
-TEST(ComposeChecks, EachFailureHasItsOwnMessageAndStoresNothing) {
-  struct Case {
-    QString to, from, message;
-  };
-  const QList<Case> cases = {
+// The checks themselves, in the order they are made; the window's path follows.
+TEST(ComposeChecks, EachFailureHasItsOwnMessage) {
+  const std::tuple<QString, QString, QString> cases[] = {
       {QString(), u"销售部<sales@kvmail.test>"_s, u"收件人为空"_s},
-      {u"a@kvmail.test; b@kvmail.test"_s, u"sales@kvmail.test"_s, u"收件人地址有错误，请检查"_s},
-      {u"a@kvmail.test;"_s, u"sales@kvmail.test"_s, u"收件人地址有错误，请检查"_s},
+      {u"a@kvmail.test; b@kvmail.test"_s, u"   "_s, u"收件人地址有错误，请检查"_s},
       {u"张三<zhang@kvmail.test>"_s, u"   "_s, u"发件人为空"_s},
       {u"zhang@kvmail.test"_s, u"sales desk@kvmail.test"_s, u"发件人地址错误,请检查"_s},
+      {u"zhang@kvmail.test"_s, u"销售部<sales@kvmail.test>"_s, QString()},
   };
-  for (const Case& c : cases) {
-    ComposeRig rig;
-    QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
-    rig.mail->NewMail();
-    fill(rig, c.to, u"检查"_s);
-    rig.field(0)->setText(c.from);
-    rig.trigger(u"TBSend"_s);
-    ASSERT_EQ(rig.prompt->count(Kind::MessageBox), 1) << c.message.toStdString();
-    const auto box = rig.prompt->records(Kind::MessageBox).first();
-    EXPECT_EQ(std::tuple(box.text, box.title, box.icon, box.buttons),
-              std::tuple(u"第1封邮件,"_s + c.message, u"提示："_s, kvmail::PromptIcon::Information,
-                         kvmail::PromptButtons::Ok));
-    EXPECT_EQ(rig.count(), 0);
-    EXPECT_TRUE(returned.isEmpty() && rig.window()->isVisible() &&
-                rig.faults->statements.isEmpty());
+  for (const auto& [to, from, message] : cases) {
+    kvmail::clsMessage m;
+    m.TOs()->Parser(to);
+    m.From()->Parser(from);
+    EXPECT_EQ(kvmail::compose::checkMail(m, 2),
+              message.isEmpty() ? message : u"第2封邮件,"_s + message);
   }
 }
 
 TEST(ComposeChecks, TheSecondMailOfABatchFailingStoresNotEvenTheFirst) {
   ComposeRig rig;
+  QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
   rig.openBatch({u"a@kvmail.test"_s, QString()});
   rig.trigger(u"TBSend"_s);
-  EXPECT_EQ(rig.prompt->messages(), QStringList{u"第2封邮件,收件人为空"_s});
+  ASSERT_EQ(rig.prompt->count(Kind::MessageBox), 1);
+  const auto box = rig.prompt->records(Kind::MessageBox).first();
+  EXPECT_EQ(std::tuple(box.text, box.title, box.icon, box.buttons),
+            std::tuple(u"第2封邮件,收件人为空"_s, u"提示："_s, kvmail::PromptIcon::Information,
+                       kvmail::PromptButtons::Ok));
   EXPECT_EQ(rig.count(), 0);
-}
-
-TEST(ComposeStore, TheInsertStatementStandsToTheCharacter) {
-  ComposeRig rig;
-  rig.mail->NewMail();
-  fill(rig, u"张三<zhang@kvmail.test>;li@kvmail.test"_s, u"O'Brien 的报价"_s, u"正文"_s);
-  const long id = rig.send();
-  ASSERT_GT(id, 0);
-  const QString where = u" from msgmail where 邮件ID=%1"_s.arg(id);
-  const QString sent = rig.value(u"select 发送时间"_s + where);
-  const QString size = rig.value(u"select 大小"_s + where);
-  EXPECT_EQ(
-      rig.faults->statements.join(u'\n'),
-      u"nextKey\nInsert into msgmail(邮件ID,发件人,主题,发送时间,收件人邮箱,发件人邮箱,收件人,"
-      "[E-MAIL],级次,接收时间,附件,CshgnsID,操作者,优先级,标记,帐户,跟踪与忽略,"
-      "是否已读,messageID,回复ID,大小,权限)Values(%1,'销售部','O''Brien 的报价',"
-      "'%2','zhang@kvmail.test;li@kvmail.test','sales@kvmail.test',"
-      "'张三<zhang@kvmail.test>;li@kvmail.test','-1',1,'',0,2,'李四',3,0,'',0,0,'',"
-      "%1,%3,'')"_s.arg(QString::number(id), sent, size));
-  // The apostrophe reads back unchanged, and the size is the stored message's.
-  EXPECT_EQ(rig.value(u"select 主题"_s + where), u"O'Brien 的报价"_s);
-  const QString back = rig.path(u"back.eml"_s);
-  ASSERT_TRUE(kvmail::MailStore(*rig.host).messageToFile(id, back));
-  EXPECT_EQ(size.toLongLong(), kvtest::readAll(back).size());
+  EXPECT_TRUE(returned.isEmpty() && rig.window()->isVisible() && rig.faults->statements.isEmpty());
 }
 
 TEST(ComposeStore, ThreeMailsReturnTheirKeysInOrderAndQueueForSending) {
@@ -113,22 +85,18 @@ TEST(ComposeStore, ThreeMailsReturnTheirKeysInOrderAndQueueForSending) {
   EXPECT_TRUE(!rig.window()->isVisible() && unload.size() == 1);
   EXPECT_EQ(rig.prompt->messages().filter(u"是否保存邮件"_s), QStringList());
 
-  for (int id : {17, 18, 19}) {
-    // Each row answers itself; the other values are the insert statement's, tested above.
+  // A key and an insert for each (the statement's text is the catalogue's, asserted there); each
+  // row answers itself, and only the second has an attachment.
+  EXPECT_EQ(rig.faults->statements.size(), 6);
+  for (int id : {17, 18, 19})
     EXPECT_EQ(rig.value(u"select 回复ID||'/'||附件||'/'||主题 from msgmail where "
                         "邮件ID=%1"_s.arg(id)),
               u"%1/%2/致%3"_s.arg(id).arg(id == 18 ? 1 : 0).arg(u"甲乙丙"_s.at(id - 17)));
-    // The message files are in the rows, and gone from the temporary folder.
-    EXPECT_FALSE(QFile::exists(kvmail::tempFilePath(u"temp%1.eml"_s.arg(id - 16))));
-  }
   // The template's Bcc stays with each mail although the window has no field for it.
   const kvmail::ParsedMail third =
       kvmail::MailStore(*rig.host).readMessage(19, rig.path(u"19.eml"_s));
   ASSERT_EQ(third.bcc.size(), 1);
   EXPECT_EQ(third.bcc.first().address, u"boss@kvmail.test"_s);
-  EXPECT_EQ(rig.value(u"select count(*) from msgmail where cshgnsID=2 and "
-                      "MessageID=''"_s),
-            u"3"_s);
 }
 
 TEST(ComposeStore, AFailureOfTheKeyOrTheInsertRollsBackTheWholeWindow) {
@@ -154,9 +122,7 @@ TEST(ComposeStore, AFailureOfTheKeyOrTheInsertRollsBackTheWholeWindow) {
     rig.trigger(u"TBSend"_s);
     ASSERT_EQ(error.size(), 1);
     EXPECT_TRUE(error[0][0].toString().contains(c.text)) << error[0][0].toString().toStdString();
-    EXPECT_EQ(error[0][2].toString(), c.title);
-    // The service showed it.
-    EXPECT_EQ(rig.prompt->records().last().title, c.title);
+    EXPECT_EQ(rig.prompt->records().last().title, c.title);  // the service showed it
     EXPECT_TRUE(returned.isEmpty());
     EXPECT_EQ(rig.count(), 0) << "the first mail went in before the second failed";
     EXPECT_TRUE(rig.window()->isVisible());
@@ -165,6 +131,7 @@ TEST(ComposeStore, AFailureOfTheKeyOrTheInsertRollsBackTheWholeWindow) {
   }
 }
 
+// The store's test proves nothing is kept; here the user is told which file.
 TEST(ComposeStore, AnAttachmentThatVanishedIsNamedAndNothingIsStored) {
   ComposeRig rig;
   rig.mail->NewMail();
@@ -172,13 +139,10 @@ TEST(ComposeStore, AnAttachmentThatVanishedIsNamedAndNothingIsStored) {
   const QString gone = rig.file(u"合同.pdf"_s, "%PDF");
   rig.attach(gone);
   QFile::remove(gone);
-  QSignalSpy error(rig.window(), &kvmail::FrmNewMail::ErrMessage);
   rig.trigger(u"TBSend"_s);
-  ASSERT_EQ(error.size(), 1);
-  EXPECT_EQ(error[0][0].toString(), u"第1封邮件,附件文件不存在："_s + gone);
-  EXPECT_EQ(error[0][2].toString(), u"错误："_s);
+  EXPECT_EQ(rig.prompt->messages(), QStringList{u"第1封邮件,附件文件不存在："_s + gone});
+  EXPECT_EQ(rig.prompt->records().last().title, u"错误："_s);
   EXPECT_EQ(rig.count(), 0);
-  EXPECT_TRUE(rig.window()->isVisible());
 }
 
 // The drop-down marks the mail changed, shows its strip for high and low, and the choice goes in

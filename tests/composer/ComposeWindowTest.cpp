@@ -2,8 +2,6 @@
 // dialog answered by the scripted prompt.
 #include <gtest/gtest.h>
 
-#include <QMenu>
-#include <QMenuBar>
 #include <QSignalSpy>
 #include <QTreeWidget>
 
@@ -13,7 +11,6 @@
 #include "composer/ComposeCommands.h"
 #include "model/IBundle.h"
 #include "model/clsBundle.h"
-#include "store/MailStore.h"
 #include "support/QtPrompt.h"
 #include "support/SpecialFolders.h"
 
@@ -30,7 +27,6 @@ TEST(ComposeWindow, NewMailShowsTheSenderAndOneMailUnchanged) {
   EXPECT_EQ(
       (QStringList{rig.window()->windowTitle(), rig.field(0)->text(), rig.label("lblPosition")}),
       (QStringList{u"新邮件"_s, u"销售部<sales@kvmail.test>"_s, u"第1封/共1封"_s}));
-  EXPECT_FALSE(rig.shown("LView") || rig.shown("lblAttach") || rig.shown("PicType"));
 
   // Without a sender name the field holds the bare address.
   rig.mail->account()->sFrom.clear();
@@ -40,29 +36,17 @@ TEST(ComposeWindow, NewMailShowsTheSenderAndOneMailUnchanged) {
   EXPECT_EQ(rig.field(0)->text(), u"sales@kvmail.test"_s);
 }
 
-TEST(ComposeWindow, ABatchOfThreeMovesAndHoldsAtItsEnds) {
+TEST(ComposeWindow, ABatchMovesAndHoldsAtItsEndsAndDeletingDownToOneHidesTheNavigation) {
   ComposeRig rig;
   rig.openBatch({u"a@kvmail.test"_s, u"b@kvmail.test"_s, u"c@kvmail.test"_s});
   EXPECT_EQ((QStringList{rig.label("lblPosition"), rig.field(1)->text(), rig.field(3)->text()}),
             (QStringList{u"第1封/共3封"_s, u"a@kvmail.test"_s, u"致甲"_s}));
   rig.trigger(u"TBPrior"_s);
   EXPECT_EQ(rig.window()->position(), 1);
-
   rig.field(3)->setText(u"致甲先生"_s);  // kept when moving on
-  rig.trigger(u"TBNext"_s);
-  EXPECT_EQ(rig.field(1)->text(), u"b@kvmail.test"_s);
-  rig.trigger(u"mnuMailNext"_s);
-  rig.trigger(u"mnuMailNext"_s);
-  EXPECT_EQ(rig.window()->position(), 3);
+  for (const char* key : {"TBNext", "mnuMailNext", "mnuMailNext"}) rig.trigger(QLatin1String(key));
   EXPECT_EQ(rig.label("lblPosition") + rig.field(3)->text(), u"第3封/共3封致丙"_s);
-  rig.trigger(u"mnuMailPrior"_s);
-  rig.trigger(u"mnuMailPrior"_s);
-  EXPECT_EQ(rig.field(3)->text(), u"致甲先生"_s);
-}
 
-TEST(ComposeWindow, DeletingDownToOneHidesTheNavigationForGood) {
-  ComposeRig rig;
-  rig.openBatch({u"a@kvmail.test"_s, u"b@kvmail.test"_s, u"c@kvmail.test"_s});
   rig.prompt->answer(PromptAnswer::No);
   rig.trigger(u"TBDelete"_s);
   EXPECT_EQ(rig.window()->mailCount(), 3);
@@ -70,9 +54,6 @@ TEST(ComposeWindow, DeletingDownToOneHidesTheNavigationForGood) {
   EXPECT_EQ(std::tuple(box.text, box.title, box.icon, box.buttons),
             std::tuple(u"是否删除当前显示的邮件！"_s, u"提示"_s, PromptIcon::Information,
                        PromptButtons::YesNo));
-
-  rig.trigger(u"TBNext"_s);
-  rig.trigger(u"TBNext"_s);
   rig.trigger(u"TBDelete"_s);  // the last of three: the position stays at the end
   EXPECT_EQ(rig.label("lblPosition") + rig.field(3)->text(), u"第2封/共2封致乙"_s);
   const auto navigation = [&rig](bool visible) {
@@ -81,9 +62,11 @@ TEST(ComposeWindow, DeletingDownToOneHidesTheNavigationForGood) {
       EXPECT_EQ(rig.action(QLatin1String(key))->isVisible(), visible) << key;
   };
   navigation(true);
+  rig.trigger(u"mnuMailPrior"_s);
+  EXPECT_EQ(rig.field(3)->text(), u"致甲先生"_s);
 
   rig.trigger(u"mnuFileDelete"_s);
-  EXPECT_EQ(rig.label("lblPosition") + rig.field(1)->text(), u"第1封/共1封a@kvmail.test"_s);
+  EXPECT_EQ(rig.label("lblPosition") + rig.field(1)->text(), u"第1封/共1封b@kvmail.test"_s);
   navigation(false);
   // The last mail is never deleted, even after Yes.
   rig.window()->m_cMenu_Click(u"mnuFileDelete"_s);
@@ -97,11 +80,14 @@ class ComposeWindowOnNewMail : public ::testing::Test {
   ComposeRig rig;
 };
 
-TEST_F(ComposeWindowOnNewMail, CloseAsksOnlyWhenSomethingChanged) {
+// Closing and opening another mail ask the same question, only after a change, and do as
+// answered: Cancel keeps the work, No drops it, Yes stores it (or keeps the window when a check
+// fails).
+TEST_F(ComposeWindowOnNewMail, CloseOrAnotherMailAsksOnlyAfterAChangeAndDoesAsAnswered) {
   QSignalSpy unload(rig.window(), &kvmail::FrmNewMail::Unload);
+  QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
   rig.trigger(u"TBClose"_s);
   EXPECT_EQ(rig.prompt->count(Kind::MessageBox), 0);
-  EXPECT_FALSE(rig.window()->isVisible());
   EXPECT_EQ(unload.size(), 1);
 
   rig.mail->NewMail();
@@ -112,69 +98,40 @@ TEST_F(ComposeWindowOnNewMail, CloseAsksOnlyWhenSomethingChanged) {
   EXPECT_EQ(std::tuple(box.text, box.title, box.icon, box.buttons),
             std::tuple(u"是否保存邮件？"_s, u"提示："_s, PromptIcon::Information,
                        PromptButtons::YesNoCancel));
-  EXPECT_TRUE(rig.window()->isVisible());
-  EXPECT_EQ(rig.field(3)->text(), u"草稿"_s);
-  EXPECT_EQ(unload.size(), 1);
-
-  rig.prompt->answer(PromptAnswer::No);
-  rig.trigger(u"TBClose"_s);
-  EXPECT_FALSE(rig.window()->isVisible());
-  EXPECT_EQ(unload.size(), 2);
-  EXPECT_EQ(rig.count(), 0);
-}
-
-TEST_F(ComposeWindowOnNewMail, YesOnCloseStoresAndAFailedCheckKeepsTheWindow) {
-  QSignalSpy returned(rig.mail.get(), &kvmail::clsMail::EvReturn);
-  rig.window()->editor()->setPlainText(u"关闭时保存的正文"_s);
-  rig.prompt->answer(PromptAnswer::Yes);  // the To field is still empty
-  rig.window()->close();
-  EXPECT_TRUE(rig.window()->isVisible());
-  EXPECT_EQ(rig.prompt->messages().last(), u"第1封邮件,收件人为空"_s);
-  rig.field(1)->setText(u"客户 <kehu@kvmail.test"_s);  // a failure, not a check
-  rig.prompt->answer(PromptAnswer::Yes);
-  rig.window()->close();
-  EXPECT_TRUE(rig.prompt->messages().last().startsWith(u"IsCanSave:"_s));
-  EXPECT_TRUE(rig.window()->isVisible());
-  EXPECT_EQ(rig.count(), 0);
-
-  rig.field(1)->setText(u"kehu@kvmail.test"_s);
-  rig.prompt->answer(PromptAnswer::Yes);
-  rig.window()->close();
-  EXPECT_FALSE(rig.window()->isVisible());
-  ASSERT_EQ(returned.size(), 1);
-  EXPECT_EQ(returned[0][1].toLongLong(), 1);
-  const kvmail::ParsedMail stored = kvmail::MailStore(*rig.host).readMessage(
-      returned[0][0].toString().toLong(), rig.path(u"back.eml"_s));
-  EXPECT_TRUE(stored.htmlBody.contains(u"关闭时保存的正文"_s));
-  // The body went through temp1.eml on the way, and that file is gone.
-  EXPECT_FALSE(QFile::exists(kvmail::tempFilePath(u"temp1.eml"_s)));
-}
-
-TEST_F(ComposeWindowOnNewMail, OpeningAnotherMailOverUnsavedWorkAsksFirst) {
-  rig.field(3)->setText(u"写到一半"_s);
   rig.prompt->answer(PromptAnswer::Cancel);
   rig.mail->NewMail();
-  EXPECT_EQ(rig.prompt->messages().last(), u"是否保存邮件？"_s);
-  EXPECT_EQ(rig.field(3)->text(), u"写到一半"_s);
+  EXPECT_EQ(rig.prompt->messages(), QStringList(2, u"是否保存邮件？"_s));
+  EXPECT_TRUE(rig.window()->isVisible() && unload.size() == 1);
+  EXPECT_EQ(rig.field(3)->text(), u"草稿"_s);
+
   rig.prompt->answer(PromptAnswer::No);
   rig.mail->NewMail();
   EXPECT_EQ(rig.field(3)->text(), QString());
   EXPECT_FALSE(rig.window()->isModified());
+
+  rig.window()->editor()->setPlainText(u"关闭时保存的正文"_s);
+  rig.prompt->answer(PromptAnswer::Yes);  // the To field is still empty
+  rig.trigger(u"TBClose"_s);
+  EXPECT_EQ(rig.prompt->messages().last(), u"第1封邮件,收件人为空"_s);
+  EXPECT_TRUE(rig.window()->isVisible());
+  rig.field(1)->setText(u"kehu@kvmail.test"_s);
+  rig.prompt->answer(PromptAnswer::Yes);
+  rig.trigger(u"TBClose"_s);
+  EXPECT_FALSE(rig.window()->isVisible());
+  ASSERT_EQ(returned.size(), 1);
+  EXPECT_EQ(rig.value(u"select 收件人邮箱 from msgmail"_s), u"kehu@kvmail.test"_s);
 }
 
 TEST_F(ComposeWindowOnNewMail, AttachmentsAreInsertedOpenedAndRemoved) {
   const QString quote = rig.file(u"报价单.xlsx"_s, QByteArray(300, 'q'));
-  const QString notes = rig.file(u"notes.txt"_s, "notes");
   rig.prompt->answerOpenFiles({});  // cancelled: nothing happens
   rig.trigger(u"mnuMailTattach"_s);
-  EXPECT_FALSE(rig.shown("LView"));
   EXPECT_EQ(rig.prompt->records(Kind::OpenFiles).first().folder,
             kvmail::GetSystemPath(u"Mydocuments"_s));
-  EXPECT_FALSE(rig.window()->isModified());
+  EXPECT_FALSE(rig.shown("LView") || rig.window()->isModified());
 
   rig.attach(quote);
-  rig.prompt->answerOpenFiles({notes});
-  rig.window()->mnu_Click(3);
+  rig.attach(rig.file(u"notes.txt"_s, "notes"));
   EXPECT_TRUE(rig.shown("LView") && rig.shown("lblAttach") && rig.window()->isModified());
   auto* list = rig.window()->findChild<QTreeWidget*>(u"LView"_s);
   ASSERT_EQ(list->topLevelItemCount(), 2);
@@ -183,25 +140,17 @@ TEST_F(ComposeWindowOnNewMail, AttachmentsAreInsertedOpenedAndRemoved) {
 
   list->setCurrentItem(list->topLevelItem(0));
   rig.window()->findChild<QAction*>(u"mnu(0)"_s)->trigger();
-  ASSERT_EQ(rig.prompt->count(Kind::OpenWithDesktop), 1);
-  EXPECT_EQ(rig.prompt->records(Kind::OpenWithDesktop).first().text, quote);
-
+  EXPECT_EQ(rig.prompt->records(Kind::OpenWithDesktop).value(0).text, quote);
   rig.prompt->answerOpenWithDesktop(false);  // the desktop knows no program for it
   rig.window()->mnu_Click(0);
   EXPECT_EQ(rig.prompt->messages().last(),
             u"打开时错误，原因：No application is associated with this file type."_s);
 
-  const int boxes = rig.prompt->count(Kind::MessageBox);
-  QFile::remove(quote);  // vanished meanwhile: nothing is opened and nothing is said
-  rig.window()->mnu_Click(0);
-  EXPECT_EQ(rig.prompt->count(Kind::OpenWithDesktop), 2);
-  EXPECT_EQ(rig.prompt->count(Kind::MessageBox), boxes);
-
-  rig.window()->findChild<QAction*>(u"mnu(4)"_s)->trigger();
-  EXPECT_EQ(list->topLevelItemCount(), 1);
-  EXPECT_TRUE(rig.shown("LView"));
-  list->setCurrentItem(list->topLevelItem(0));
-  rig.window()->mnu_Click(4);
+  for (int left : {1, 0}) {
+    list->setCurrentItem(list->topLevelItem(0));
+    rig.window()->findChild<QAction*>(u"mnu(4)"_s)->trigger();
+    EXPECT_EQ(list->topLevelItemCount(), left);
+  }
   EXPECT_FALSE(rig.shown("LView") || rig.shown("lblAttach"));
 }
 
@@ -211,9 +160,6 @@ TEST_F(ComposeWindowOnNewMail, BodyIsLoadedAndSavedThroughTheDialogs) {
                                                           "\xbf\xcd\xbb\xa7</p></body></html>"));
   rig.prompt->answerOpenFiles({html});
   rig.trigger(u"TBAddHtml"_s);
-  const auto dialog = rig.prompt->records(Kind::OpenFiles).first();
-  EXPECT_EQ(dialog.filter + '|' + dialog.folder,
-            kvmail::compose::addBodyFilter() + '|' + kvmail::GetSystemPath(u"Mydocuments"_s));
   EXPECT_EQ(rig.window()->editor()->toPlainText(), u"您好，客户"_s);
   EXPECT_TRUE(rig.window()->isModified());
 
@@ -225,23 +171,6 @@ TEST_F(ComposeWindowOnNewMail, BodyIsLoadedAndSavedThroughTheDialogs) {
   EXPECT_TRUE(QString::fromUtf8(written).contains(u"您好，客户"_s));
 }
 
-TEST_F(ComposeWindowOnNewMail, EditingCommandsReachTheBodyEditor) {
-  kvmail::BodyEditor* editor = rig.window()->editor();
-  editor->setPlainText(u"第一行"_s);
-  rig.trigger(u"mnuEditSelectall"_s);
-  EXPECT_EQ(editor->textCursor().selectedText(), u"第一行"_s);
-  rig.trigger(u"TBCut"_s);
-  EXPECT_EQ(editor->toPlainText(), QString());
-  rig.trigger(u"TBPaste"_s);
-  rig.trigger(u"mnuEditPaste"_s);
-  EXPECT_EQ(editor->toPlainText(), u"第一行第一行"_s);
-  rig.trigger(u"TBUndo"_s);
-  EXPECT_EQ(editor->toPlainText(), u"第一行"_s);
-  EXPECT_TRUE(editor->ExecCommand(5035));
-  EXPECT_TRUE(editor->ExecCommand(5002));
-  EXPECT_FALSE(editor->ExecCommand(5999));  // a command the editor does not know
-}
-
 TEST_F(ComposeWindowOnNewMail, PrintWritesTheShownMailToATextFile) {
   rig.field(1)->setText(u"kehu@kvmail.test"_s);
   rig.field(3)->setText(u"打印的主题"_s);
@@ -250,8 +179,6 @@ TEST_F(ComposeWindowOnNewMail, PrintWritesTheShownMailToATextFile) {
   rig.window()->cToolbar1_ButtonClick(u"TBPrint"_s);
   rig.trigger(u"mnuFilePrint"_s);  // a key without a menu item of its own
   ASSERT_EQ(print.size(), 2);
-  for (QAction* top : rig.window()->findChild<QMenuBar*>()->actions())
-    for (QAction* item : top->menu()->actions()) EXPECT_NE(item->objectName(), u"mnuFilePrint"_s);
   const QString path = print[1][0].toString();
   EXPECT_TRUE(path.startsWith(kvmail::tempFilePath(u"selfPrint/"_s)) && path.endsWith(u".txt"_s));
   const QString text = QString::fromUtf8(kvtest::readAll(path));

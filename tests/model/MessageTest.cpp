@@ -1,49 +1,20 @@
-// A message is created complete and owns its parts by reference; the date object is inert.
+// A message is created complete with parts of its own; the date object is inert.
 #include <gtest/gtest.h>
 
 #include "model/IAttachments.h"
 #include "model/IMailAddress.h"
 #include "model/IMailAddresses.h"
 #include "model/OleDate.h"
-#include "model/clsMailAddresses.h"
 #include "model/clsMailDate.h"
 #include "model/clsMessage.h"
 
 using namespace kvmail;
 
-TEST(Message, IsCreatedEmptyWithSevenPartsOfItsOwn) {
+TEST(Message, HasSevenPartsOfItsOwn) {
   const MessagePtr m = std::make_shared<clsMessage>();
-  EXPECT_EQ(m->ID(), 0);
-  EXPECT_EQ(m->MessageID() + m->BodyText() + m->Charset() + m->ContentType() + m->ContentSubType() +
-                m->Priority() + m->Subject(),
-            "");
   ASSERT_TRUE(m->From() && m->ReplyTo() && m->TOs() && m->Cc() && m->Bcc() && m->Attachments() &&
               m->DateTime());
-  EXPECT_EQ(m->From()->Address() + m->ReplyTo()->Address(), "");
-  EXPECT_EQ(m->TOs()->Count() + m->Cc()->Count() + m->Bcc()->Count() + m->Attachments()->Count() +
-                m->DateTime()->DateTime(),
-            0);
   EXPECT_TRUE(m->From() != m->ReplyTo() && m->TOs() != m->Cc() && m->Cc() != m->Bcc());
-}
-
-TEST(Message, PartsOutliveTheMessageAndCanBeReplacedOrDropped) {
-  MailAddressesPtr tos;
-  std::weak_ptr<IMailAddresses> cc;
-  {
-    auto m = std::make_shared<clsMessage>();
-    m->TOs()->Parser("a@b;c@d");
-    tos = m->TOs();
-    cc = m->Cc();
-  }
-  EXPECT_EQ(tos->ToString(), "a@b;c@d");  // still working after the message went
-  EXPECT_TRUE(cc.expired());              // nobody else held it: released with the message
-
-  clsMessage m;
-  std::weak_ptr<IMailAddresses> old = m.Bcc();
-  m.setBcc(std::make_shared<clsMailAddresses>());
-  EXPECT_TRUE(old.expired());
-  m.setFrom(nullptr);
-  EXPECT_EQ(m.From(), nullptr);
 }
 
 // Deliberately inert: no time zone, no routing, no formatting, no conversion of the date.

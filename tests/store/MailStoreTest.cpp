@@ -94,83 +94,55 @@ TEST_F(MailStoreTest, AFailingMailOfABatchLeavesNothingStored) {
   EXPECT_EQ(store.storeComposed({composed(mail(u"三"_s, u"d@x"_s), 1)}, &failure).size(), 1);
 }
 
-// The queue reads newest first until marked sent. It holds keys and reads each mail when asked
-// for: a mail deleted after the queue was read comes back as nothing, to be skipped, never as a
-// stale copy.
-TEST_F(MailStoreTest, QueueReadsNewestFirstEachMailWhenAskedForUntilMarkedSent) {
+// The queue reads newest first. It holds keys and reads each mail when asked for: a mail deleted
+// after the queue was read comes back as nothing, to be skipped, never as a stale copy.
+TEST_F(MailStoreTest, QueueReadsNewestFirstEachMailWhenAskedFor) {
   const MailStore store(*rig.host);
   StoreFailure failure;
-  for (const char* subject : {"早", "晚", "删"})
-    ASSERT_EQ(store
-                  .storeComposed(
-                      {composed(mail(QString::fromUtf8(subject), u"a@kvmail.test"_s), 1)}, &failure)
-                  .size(),
-              1);
+  ASSERT_EQ(store
+                .storeComposed({composed(mail(u"早"_s, u"a@kvmail.test"_s), 1),
+                                composed(mail(u"晚"_s, u"a@kvmail.test"_s), 2),
+                                composed(mail(u"删"_s, u"a@kvmail.test"_s), 3)},
+                               &failure)
+                .size(),
+            3);
   rig.host->execute(u"update msgmail set 发送时间='2020-01-0'||邮件ID||' 00:00:00'"_s);
   const kvmail::BundlePtr queue = store.readSendQueue();  // 3, 2, 1
   ASSERT_EQ(queue->Count(), 3);
   rig.host->execute(u"delete from msgmail where 邮件ID=3"_s);
   EXPECT_EQ(queue->Item(kvmail::IndexKey(1)), nullptr);
-  ASSERT_NE(queue->Item(kvmail::IndexKey(2)), nullptr);
-  EXPECT_EQ(queue->Item(kvmail::IndexKey(2))->Subject(), u"晚"_s);
-  EXPECT_EQ(queue->Item(kvmail::IndexKey(2))->ID(), 2);
-  EXPECT_EQ(queue->Item(kvmail::IndexKey(2))->TOs()->ToString(),
-            u"a@kvmail.test;王经理<wang@kvmail.test>"_s);
+  const kvmail::MessagePtr second = queue->Item(kvmail::IndexKey(2));
+  ASSERT_NE(second, nullptr);
+  EXPECT_EQ(second->Subject() + QString::number(second->ID()), u"晚2"_s);
+  EXPECT_EQ(second->TOs()->ToString(), u"a@kvmail.test;王经理<wang@kvmail.test>"_s);
   EXPECT_THROW(queue->Item(kvmail::IndexKey(4)), kvmail::MailError);
-  EXPECT_THROW(queue->Clear(), kvmail::MailError);
+  EXPECT_THROW(queue->Clear(), kvmail::MailError);  // like every bundle, and keeps its mails
   EXPECT_EQ(queue->Count(), 3);
-  EXPECT_EQ(store.markSent(u"smtp.kvmail.test"_s, 2), QString());
-  EXPECT_EQ(store.readSendQueue()->Count(), 1);
-  EXPECT_EQ(rig.value(u"select messageid||是否已读 from msgmail where 邮件ID=2"_s),
-            u"smtp.kvmail.test1"_s);
 }
 
 // A mail read ahead while another is on the wire is handed out at its turn without reading the
-// store again, but only while its stored file is unchanged: saved again it is read afresh, and
-// deleted it is nothing.
-TEST_F(MailStoreTest, AMailReadAheadIsHandedOutOnlyWhileUnchanged) {
+// store again. (Saved again meanwhile it goes out as saved, and deleted it is skipped: the send
+// run's tests, which hold the read-ahead's other half.)
+TEST_F(MailStoreTest, AMailReadAheadIsHandedOutWithoutReadingTheStoreAgain) {
   kvtest::RecordingHost recording(*rig.host);
   const MailStore store(recording);
   StoreFailure failure;
-  for (const char* subject : {"一", "二", "三"})
-    store.storeComposed({composed(mail(QString::fromUtf8(subject), u"a@kvmail.test"_s), 1)},
-                        &failure);
+  ASSERT_EQ(store.storeComposed({composed(mail(u"一"_s, u"a@kvmail.test"_s), 1)}, &failure).size(),
+            1);
   const auto queue = std::dynamic_pointer_cast<kvmail::QueuedBundle>(store.readSendQueue());
   ASSERT_TRUE(queue);
-  ASSERT_EQ(queue->Count(), 3);
-  QList<long> ids;
-  for (long i = 1; i <= 3; ++i) ids << queue->Item(kvmail::IndexKey(i))->ID();
-
-  queue->readAhead(kvmail::IndexKey(1));
+  ASSERT_NE(queue->readAhead(kvmail::IndexKey(1)), nullptr);
   recording.calls.clear();
   const kvmail::MessagePtr ahead = queue->Item(kvmail::IndexKey(1));
   ASSERT_NE(ahead, nullptr);
-  EXPECT_EQ(ahead->ID(), ids[0]);
+  EXPECT_EQ(ahead->Subject(), u"一"_s);
   EXPECT_TRUE(recording.calls.isEmpty()) << recording.calls.join(',').toStdString();
-
-  queue->readAhead(kvmail::IndexKey(2));
-  const QString path = rig.path(u"saved-again.eml"_s);
-  ASSERT_TRUE(store.messageToFile(ids[1], path));
-  QFile file(path);
-  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-  const QByteArray again = file.readAll().replace("Subject:", "Subject: Re:");
-  ASSERT_TRUE(kvmail::bytesToColumn(ids[1], again, kvmail::sql::messageColumn(), *rig.host,
-                                    kvmail::sql::mailTable(), kvmail::sql::mailKey()));
-  const kvmail::MessagePtr fresh = queue->Item(kvmail::IndexKey(2));
-  ASSERT_NE(fresh, nullptr);
-  EXPECT_TRUE(fresh->Subject().startsWith(u"Re:"_s)) << fresh->Subject().toStdString();
-
-  queue->readAhead(kvmail::IndexKey(3));
-  rig.host->execute(u"delete from msgmail where 邮件ID=%1"_s.arg(ids[2]));
-  EXPECT_EQ(queue->Item(kvmail::IndexKey(3)), nullptr);
-  queue->readAhead(kvmail::IndexKey(9));  // out of range: nothing happens
 }
 
 TEST_F(MailStoreTest, ReceivedMailGoesInWithItsFileOrNotAtAll) {
   const MailStore store(*rig.host);
   const QByteArray bytes =
-      "From: =?UTF-8?B?546L5LqU?= <wang@kvmail.test>\r\nTo: li@kvmail.test\r\n"
-      "Subject: hello\r\nX-Priority: 1\r\n\r\nbody\r\n\r\n";
+      "From: wang@kvmail.test\r\nTo: li@kvmail.test\r\nSubject: hello\r\n\r\nbody\r\n";
   kvmail::ReceivedMail received;
   received.header = kvmail::readMailBytes(bytes);
   received.uidl = u"uid-1"_s;
@@ -182,39 +154,12 @@ TEST_F(MailStoreTest, ReceivedMailGoesInWithItsFileOrNotAtAll) {
   ASSERT_EQ(id, 1) << failure.error.toStdString();
   EXPECT_TRUE(kvmail::isValidDateText(store.receivedTime(u"uid-1"_s)));
   EXPECT_EQ(store.storedSize(u"uid-1"_s), bytes.size());
-  const auto header = store.header(id);
-  ASSERT_TRUE(header.has_value());
-  EXPECT_EQ(header->fromName, u"王五"_s);
-  EXPECT_EQ(header->priority, 1);
+  EXPECT_EQ(store.readMessage(id, rig.path(u"1.eml"_s)).subject, u"hello"_s);
 
-  // A quote in the server id breaks the insert: no row, no file, and the step is named.
+  // A quote in the server id breaks the insert: no row, no file, and the step is named. (The
+  // receive run that stops there is the corpus test's.)
   received.uidl = u"it's"_s;
   EXPECT_EQ(store.storeReceived(received, &failure), 0);
   EXPECT_EQ(failure.step, StoreStep::Insert);
   EXPECT_EQ(rig.count(), 1);
-}
-
-TEST_F(MailStoreTest, KnownAddressesAreSendersOfReceivedAndRecipientsOfComposedMail) {
-  const auto insert = [&](int id, int direction, const QString& from, const QString& to) {
-    rig.host->executeBound(
-        u"insert into msgmail(邮件ID,CshgnsID,发件人邮箱,收件人邮箱) values(?,?,?,?)"_s,
-        {id, direction, from, to});
-  };
-  insert(1, 1, u"zhao@x"_s, u"me@x"_s);
-  insert(2, 2, u"me@x"_s, u"qian@x"_s);
-  insert(3, 1, u"qian@x"_s, u"me@x"_s);
-  EXPECT_EQ(MailStore(*rig.host).knownAddresses(), (QStringList{"qian@x", "zhao@x"}));
-}
-
-TEST_F(MailStoreTest, LookupsReadNullsAndMissingRowsAsEmpty) {
-  ASSERT_EQ(rig.seedProgram(3, u"订单"_s), QString());
-  ASSERT_EQ(rig.host->execute(u"insert into xt_objects(progID) values(4)"_s), QString());
-  const MailStore store(*rig.host);
-  EXPECT_EQ(store.programName(3), u"订单"_s);
-  EXPECT_EQ(store.programName(4), QString());
-  EXPECT_EQ(store.programName(5), QString());
-  EXPECT_EQ(store.receivedTime(u"nosuch"_s), QString());
-  EXPECT_EQ(store.storedSize(u"nosuch"_s), 0);
-  ASSERT_EQ(rig.host->execute(u"drop table xt_objects"_s), QString());
-  EXPECT_EQ(store.programName(3), QString());  // a failed query reads as empty too
 }

@@ -18,13 +18,10 @@ TEST(Statements, EveryTextToTheCharacter) {
   composed.fromName = u"O'Brien"_s;
   composed.attachments = 1;
   composed.priority = u"1"_s;
-  // Received texts are cut past 250 and 120 characters, the UIDL to 36; none is escaped.
-  sql::ReceivedRow received =
-      kvtest::receivedRow(21, u"0123456789012345678901234567890123456789"_s);
+  // Received texts are not escaped. (Their cuts to the columns are proved where the catalogue
+  // runs on both engines.)
+  sql::ReceivedRow received = kvtest::receivedRow(21, u"uid'21"_s);
   received.subject = u"it's"_s;
-  received.toAddresses = QString(251, u'a');
-  received.toNames = QString(120, u'名');
-  received.email = QString(250, u'e');
   struct Case {
     const char* what;
     QString text, expected;
@@ -59,11 +56,10 @@ TEST(Statements, EveryTextToTheCharacter) {
       {"stored size", sql::storedSizeByUidl(u"00ab"_s),
        "select 大小 from msgMail where UIDL='00ab'"},
       {"received insert", sql::insertReceived(received),
-       mailColumns + "UIDL,回复ID,大小,权限)Values(21,'客户','it's','2024-04-01 08:30:00','" +
-           QString(250, u'a') + "...','sender21@example.com','" + QString(120, u'名') + "','" +
-           QString(250, u'e') +
-           "',1,'2024-04-02 10:00:00',0,1,'张三',3,0,'',0,0,'pop.example.com',"
-           "'012345678901234567890123456789012345',21,456,'')"},
+       mailColumns + "UIDL,回复ID,大小,权限)Values(21,'客户','it's','2024-04-01 08:30:00',"
+                     "'me@example.com','sender21@example.com','me@example.com','',1,"
+                     "'2024-04-02 10:00:00',0,1,'张三',3,0,'',0,0,'pop.example.com','uid'21',21,"
+                     "456,'')"},
       {"mail header", sql::mailHeader(5),
        "select 收件人,发件人,发件人邮箱,发送时间,主题,优先级,附件 from msgmail where 邮件ID=5"},
       {"delete template", sql::deleteTemplate(12), "delete MailTemplet where progID=12"},

@@ -25,8 +25,6 @@ class StoredFile : public kvtest::StoreTest {
   void SetUp() override {
     StoreTest::SetUp();
     ASSERT_EQ(rig.host->execute(sql::insertComposed(kvtest::composedRow(1))), QString());
-    ASSERT_EQ(rig.host->execute(sql::insertTemplate(12, QString(), QString(), QString())),
-              QString());
   }
   // The message column of mail 1 to and from a file.
   bool store(const QString& path, kvmail::IHostSystem* host = nullptr) {
@@ -49,7 +47,6 @@ TEST_F(StoredFile, ChunksGoInRemainderFirstAndComeOutInOrder) {
     QStringList stored, loaded;
   };
   const Case cases[] = {
-      {100, {"set ''", "append 100", "update"}, {"get 100"}},
       {16384, {"set ''", "append 0", "append 16384", "update"}, {"get 16384", "get 0"}},
       {2 * 16384 + 7232,
        {"set ''", "append 7232", "append 16384", "append 16384", "update"},
@@ -59,13 +56,9 @@ TEST_F(StoredFile, ChunksGoInRemainderFirstAndComeOutInOrder) {
   for (const Case& c : cases) {
     const QByteArray bytes = pattern(c.size, char(c.size));
     ASSERT_TRUE(writeAll(in, bytes));
-    RecordingHost fromFile(*rig.host), fromBytes(*rig.host), reader(*rig.host);
+    RecordingHost fromFile(*rig.host), reader(*rig.host);
     ASSERT_TRUE(store(in, &fromFile)) << c.size;
     EXPECT_EQ(fromFile.calls, c.stored) << c.size;
-    // Bytes in memory are stored exactly as a file of them.
-    ASSERT_TRUE(kvmail::bytesToColumn(1, bytes, sql::messageColumn(), fromBytes, sql::mailTable(),
-                                      sql::mailKey()));
-    EXPECT_EQ(fromBytes.calls, c.stored) << c.size;
     const QString out = rig.path(u"out%1.eml"_s.arg(c.size));
     ASSERT_TRUE(load(out, &reader)) << c.size;
     EXPECT_EQ(reader.calls, c.loaded) << c.size;
@@ -84,31 +77,15 @@ TEST_F(StoredFile, ShortColumnOverALongerFileLeavesItsTail) {
 
 TEST_F(StoredFile, MissingRowsFilesAndEmptyColumnsGiveFalseAndLeaveTheFile) {
   const QString in = rig.path(u"in.eml"_s), out = rig.path(u"out.eml"_s);
-  ASSERT_TRUE(writeAll(in, "data"));
-  EXPECT_FALSE(
-      fileToColumn(99, in, sql::messageColumn(), *rig.host, sql::mailTable(), sql::mailKey()));
   EXPECT_FALSE(store(rig.path(u"nofile.eml"_s)));
   EXPECT_FALSE(load(out));  // a null column
   EXPECT_FALSE(QFile::exists(out));
 
-  ASSERT_TRUE(writeAll(out, "keep"));
+  ASSERT_TRUE(writeAll(out, "keep") && writeAll(in, "data"));
+  EXPECT_FALSE(
+      fileToColumn(99, in, sql::messageColumn(), *rig.host, sql::mailTable(), sql::mailKey()));
   EXPECT_FALSE(load(out, nullptr, 99));  // no such row
   ASSERT_TRUE(writeAll(in, QByteArray()) && store(in));
   EXPECT_FALSE(load(out));  // an empty column
-  EXPECT_FALSE(columnToFile(1, out, u"nosuch"_s, *rig.host, sql::mailTable(),
-                            sql::mailKey()));  // a query the store refuses
   EXPECT_EQ(readAll(out), "keep");
-}
-
-// The template's file column is written as "Email" and read as "EMail", as it always was.
-TEST_F(StoredFile, TemplatesMoveTheSameWayWhateverTheNameCase) {
-  const QByteArray bytes =
-      QByteArray("X-Priority: 1\r\nSubject: =?gb2312?B?xOO6ww==?=\r\n\r\n") + pattern(20000, 5);
-  const QString in = rig.path(u"temp12.eml"_s), out = rig.path(u"b.eml"_s);
-  ASSERT_TRUE(writeAll(in, bytes));
-  ASSERT_TRUE(fileToColumn(12, in, sql::templateFileWrite(), *rig.host, sql::templateTable(),
-                           sql::templateKey()));
-  ASSERT_TRUE(columnToFile(12, out, sql::templateFileRead(), *rig.host, sql::templateTable(),
-                           sql::templateKey()));
-  EXPECT_EQ(readAll(out), bytes);
 }
