@@ -4,11 +4,14 @@
 // forward's pictures are the answer tests'.)
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QImage>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QTest>
 #include <QTimer>
+#include <QTreeWidget>
 #include <QUrl>
 
 #include <functional>
@@ -102,16 +105,47 @@ TEST(ComposeHelpers, TheAddressBookOpensModallyAndItsPickReplacesTheToField) {
 
 // What the template editor writes is its own test's, and CreateNew from a template the service's;
 // here the window hands the editor its shown mail and waits for it.
-TEST_F(ComposeHelpersOnNewMail, TheTemplateEditorSavesTheShownMail) {
+// The mail-merge path a user takes: a mail with a picture and an attachment saved as the
+// program's template, then filled per record; the template carries its own copies of both.
+TEST_F(ComposeHelpersOnNewMail, ATemplateSavedFromTheWindowIsWhatCreateNewFillsNext) {
   rig.field(1)->setText(u"客户<kehu@kvmail.test>"_s);
   rig.field(3)->setText(u"新品目录"_s);
-  withModal<kvmail::FrmTemplet>(rig, u"TBTemplet"_s, [](kvmail::FrmTemplet* t) {
-    EXPECT_EQ(t->findChild<QLineEdit*>(u"Txt(2)"_s)->text(), u"新品目录"_s);
-    t->findChild<QLineEdit*>(u"Txt(0)"_s)->setText(u"[名]<[邮箱]>"_s);
-    t->findChild<QPushButton*>(u"Cmd(0)"_s)->click();
-  });
+  rig.window()->editor()->setDocumentHtml(u"<p><b>[名]</b>您好，请看新品：</p>"_s);
+  rig.window()->editor()->moveCursor(QTextCursor::End);
+  QImage blue(24, 16, QImage::Format_RGB32);
+  blue.fill(Qt::blue);
+  ASSERT_TRUE(blue.save(rig.path(u"新品.png"_s)));
+  rig.window()->editor()->insertPicture(rig.path(u"新品.png"_s));
+  const QString catalogue = rig.file(u"目录.pdf"_s, QByteArray("%PDF-1.4 catalogue"));
+  rig.attach(catalogue);
+
+  for (const char* key : {"TBTemplet", "mnuMailTemplet"})  // saved twice: the second replaces
+    withModal<kvmail::FrmTemplet>(rig, QLatin1String(key), [](kvmail::FrmTemplet* t) {
+      EXPECT_EQ(t->findChild<QLineEdit*>(u"Txt(2)"_s)->text(), u"新品目录"_s);
+      t->findChild<QLineEdit*>(u"Txt(0)"_s)->setText(u"[名]<[邮箱]>"_s);
+      t->findChild<QPushButton*>(u"Cmd(0)"_s)->click();
+    });
   EXPECT_EQ(rig.row(u"select [to],subject from MailTemplet where progID=1"_s),
             (QStringList{u"[名]<[邮箱]>"_s, u"新品目录"_s}));
+  rig.prompt->answer(kvmail::PromptAnswer::No);
+  rig.window()->close();
+  QFile::remove(catalogue);
+  QFile::remove(rig.path(u"新品.png"_s));
+
+  const QChar nul(0);
+  ASSERT_TRUE(rig.mail->CreateNew(u"[名]甲"_s + nul + u"[邮箱]a@kvmail.test"_s, u"|"_s));
+  EXPECT_EQ(rig.field(1)->text(), u"甲<a@kvmail.test>"_s);
+  const QString body = rig.window()->editor()->toHtml();
+  EXPECT_TRUE(body.contains(u"[名]"_s)) << body.toStdString();  // the body is kept as saved
+  const auto picture = QRegularExpression(u"<img src=\"([^\"]+)\""_s).match(body);
+  ASSERT_TRUE(picture.hasMatch() && body.count(u"<img"_s) == 1) << body.toStdString();
+  const QVariant shown = rig.window()->editor()->document()->resource(QTextDocument::ImageResource,
+                                                                      QUrl(picture.captured(1)));
+  EXPECT_EQ(shown.value<QImage>().pixelColor(1, 1), QColor(Qt::blue));
+  auto* list = rig.window()->findChild<QTreeWidget*>();
+  ASSERT_EQ(list->topLevelItemCount(), 1);
+  EXPECT_EQ(list->topLevelItem(0)->text(0), u"目录.pdf"_s);
+  EXPECT_EQ(kvtest::readAll(list->topLevelItem(0)->text(1)), QByteArray("%PDF-1.4 catalogue"));
 }
 
 TEST_F(ComposeHelpersOnNewMail, PicturesOfTheBodyAreStoredAsRelatedPartsAndComeBackAsFiles) {
