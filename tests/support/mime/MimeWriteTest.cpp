@@ -182,6 +182,13 @@ TEST(MimeWrite, OptionalHeaders) {
   EXPECT_TRUE(in.messageId.endsWith(u"@example.cn"_s));  // made from the sender
   EXPECT_TRUE(in.date.isValid());
   EXPECT_LE(qAbs(in.date.secsTo(QDateTime::currentDateTime())), 3600);
+
+  // A mail with nothing but a sender (a template may be saved so) still reads back.
+  OutgoingMail empty;
+  empty.from.address = u"a@b.cn"_s;
+  const ParsedMail back = readMailBytes(written(empty));
+  ASSERT_TRUE(back.ok);
+  EXPECT_EQ(back.from.address + back.subject + back.htmlBody, u"a@b.cn"_s);
 }
 
 TEST(MimeWrite, AsciiNamesAndSubjectsStayReadableAndQuoted) {
