@@ -2,7 +2,6 @@
 #include "HostStoreTest.h"
 #include "store/FieldText.h"
 
-using kvmail::host::AccountSeed;
 using kvtest::composedRow;
 using kvtest::receivedRow;
 namespace sql = kvmail::sql;
