@@ -21,8 +21,15 @@ QStringList column(kvmail::IHostSystem& host, const QString& query) {
 using Catalogue = kvtest::HostStoreTest;
 
 TEST_F(Catalogue, AccountOfTheUserThenTheDefault) {
-  ASSERT_EQ(rig.seedAccount({.maid = 1, .userId = u"7"_s, .name = u"mine"_s}), QString());
-  ASSERT_EQ(rig.seedAccount({.maid = 2, .isDefault = true, .name = u"default"_s}), QString());
+  kvmail::host::AccountSeed mine;
+  mine.userId = u"7"_s;
+  mine.name = u"mine"_s;
+  ASSERT_EQ(rig.seedAccount(mine), QString());
+  kvmail::host::AccountSeed fallback;
+  fallback.maid = 2;
+  fallback.isDefault = true;
+  fallback.name = u"default"_s;
+  ASSERT_EQ(rig.seedAccount(fallback), QString());
 
   EXPECT_EQ(column(*rig.host, sql::accountForUser(u"7"_s)) +
                 column(*rig.host, sql::accountForUser(u"8"_s)) +

@@ -64,7 +64,10 @@ TEST(DemoFirstRun, FillsTheStoreOnceWithAccountProgramTemplateAndCustomers) {
 
 TEST(DemoFirstRun, KeepsAnAccountTheHostAlreadyHas) {
   kvtest::StoreRig rig(kvtest::StoreRig::Engine::Sqlite, u"1"_s);
-  ASSERT_EQ(rig.seedAccount({.maid = 7, .name = u"公司邮箱"_s}), QString());
+  kvmail::host::AccountSeed seed;
+  seed.maid = 7;
+  seed.name = u"公司邮箱"_s;
+  ASSERT_EQ(rig.seedAccount(seed), QString());
   ASSERT_EQ(seedDemoData(*rig.host), QString());
   EXPECT_EQ(rig.row(u"select count(*), max(maname) from mailaccount"_s),
             (QStringList{"1", "公司邮箱"}));
