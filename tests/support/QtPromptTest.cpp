@@ -1,4 +1,5 @@
-// The Qt prompt: filters in the classic form, and real message boxes answered by a click.
+// The Qt prompt: the default one, filters in the classic form, and real message boxes answered
+// by a click.
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
@@ -11,6 +12,10 @@
 using namespace kvmail;
 
 TEST(QtPromptFilter, ClassicFiltersBecomeQtFilters) {
+  // With no prompt installed, questions go to the Qt dialogs.
+  EXPECT_EQ(installedPrompt(), nullptr);
+  EXPECT_NE(dynamic_cast<QtPrompt*>(&prompt()), nullptr);
+
   EXPECT_EQ(toQtFilter(u"All (*.*)| *.*"_s), u"All (*)"_s);
   EXPECT_EQ(toQtFilter(u"Images|*.png;*.jpg|Text:*.txt"_s),
             u"Images (*.png *.jpg);;Text (*.txt)"_s);

@@ -12,12 +12,6 @@ FakePop3Server::FakePop3Server(QObject* parent) : QObject(parent) {
   connect(&server_, &QTcpServer::newConnection, this, &FakePop3Server::onConnection);
 }
 
-bool FakePop3Server::sawCommand(const QByteArray& prefix) const {
-  for (const QByteArray& c : commands_)
-    if (c.startsWith(prefix)) return true;
-  return false;
-}
-
 void FakePop3Server::onConnection() {
   while (QTcpSocket* socket = server_.nextPendingConnection()) {
     connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);

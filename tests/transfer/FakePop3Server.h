@@ -26,7 +26,6 @@ class FakePop3Server : public QObject {
   void setHandler(Handler handler) { handler_ = std::move(handler); }
   // Every command line received, without its CR LF.
   const QList<QByteArray>& commands() const { return commands_; }
-  bool sawCommand(const QByteArray& prefix) const;
 
   // A well-behaved mailbox: USER/PASS/STAT/UIDL/RETR/DELE/QUIT over the given messages.
   static Handler mailbox(const QList<QByteArray>& messages, const QList<QByteArray>& uidls);

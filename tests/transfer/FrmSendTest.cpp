@@ -1,5 +1,5 @@
-// The transfer window itself: it shows what its run reports in the controls callers find by
-// name, passes its buttons on, and a second opening during a run leaves the run alone.
+// The transfer window's seam: it shows what its run reports in the controls callers find by name,
+// and a second opening during a run leaves the run alone. The run itself is TransferRunTest's.
 #include <gtest/gtest.h>
 
 #include <QCheckBox>
@@ -23,9 +23,9 @@ struct WindowRun {
   TransferRig rig;
   kvmail::FrmSend window;
 
-  bool receive(const QString& caption = u"邮件接收"_s) {
+  bool receive() {
     QSignalSpy ended(&window, &kvmail::FrmSend::TasksEnded);
-    window.py_Init(nullptr, rig.host.get(), rig.accountPtr(), false, caption);
+    window.py_Init(nullptr, rig.host.get(), rig.accountPtr(), false, u"邮件接收"_s);
     return !ended.isEmpty() || ended.wait(10000);
   }
   template <typename T>
@@ -56,18 +56,11 @@ TEST(FrmSend, ShowsTheRunInItsNamedControls) {
   EXPECT_TRUE(log.contains(u"\nUSER u\nPASS ***** \nSTAT\n"_s));
   EXPECT_FALSE(w.control<QPushButton>("Cmd(1)")->isEnabled());
   EXPECT_EQ(w.control<QTreeWidget>("LV(1)")->topLevelItemCount(), 0);
-}
-
-TEST(FrmSend, DetailsToggleHidesAndShowsTheLists) {
-  WindowRun w;
-  auto* details = w.control<QPushButton>("Cmd(2)");
+  // The details button hides the lists and shows them again.
   auto* tabs = w.control<QTabWidget>("XTab");
-  w.window.show();
-  details->click();
-  EXPECT_EQ(details->text(), u"详细信息(&D) >>"_s);
+  w.control<QPushButton>("Cmd(2)")->click();
   EXPECT_FALSE(tabs->isVisible());
-  details->click();
-  EXPECT_EQ(details->text(), u"<< 详细信息(&D)"_s);
+  w.control<QPushButton>("Cmd(2)")->click();
   EXPECT_TRUE(tabs->isVisible());
 }
 
@@ -96,18 +89,13 @@ TEST(FrmSend, OpeningAgainDuringARunWaitsForTheRun) {
   });
   WindowRun w;
   w.rig.usePop3(server.port(), u"u"_s, u"p"_s);
-  int reopened = 0;
   const auto during = QObject::connect(&w.window, &kvmail::FrmSend::EvMailRead, &w.window, [&] {
-    ++reopened;
     w.window.py_Init(nullptr, w.rig.host.get(), w.rig.accountPtr(), false, u"again"_s);
   });
   QSignalSpy ended(&w.window, &kvmail::FrmSend::TasksEnded);
   ASSERT_TRUE(w.receive());
   QObject::disconnect(during);
-  EXPECT_TRUE(w.window.lastRunOk());
-  EXPECT_EQ(reopened, 2);
-  EXPECT_EQ(w.rig.count(), 2);
-  EXPECT_EQ(w.window.windowTitle(), u"邮件接收"_s);
+  EXPECT_EQ(w.window.windowTitle(), u"邮件接收"_s);  // a busy window keeps its caption
   // The two requests made meanwhile were joined into one run, which started after the first.
   ASSERT_TRUE(ended.size() >= 2 || ended.wait(10000));
   EXPECT_EQ(ended.size(), 2);

@@ -1,4 +1,5 @@
-// Receiving from the real Dovecot on loopback: what reaches the store, what stays on the server.
+// Receiving from the real Dovecot on loopback: what reaches the store, and a stop mid-run. What
+// stays on the server under each delete policy is the crash test's.
 #include <gtest/gtest.h>
 
 #include <QSignalSpy>
@@ -6,7 +7,6 @@
 #include "LoopbackServers.h"
 #include "TestEnv.h"
 #include "TransferRig.h"
-#include "support/mime/MimeMail.h"
 #include "transfer/Pop3Session.h"
 
 using kvtest::TransferRig;
@@ -20,10 +20,6 @@ class ReceiveFromDovecot : public ::testing::Test {
   void SetUp() override {
     ASSERT_TRUE(kvtest::serversWithEmptyMailbox(kUser));
     rig.useLoopback(kUser);
-    rig.account().sPop3 = u"127.0.0.1"_s;
-  }
-  QByteArray data(const char* name) {
-    return kvtest::readAll(kvtest::dataFile(u"mime/"_s + QLatin1String(name)));
   }
   TransferRig rig;
 };
@@ -56,12 +52,10 @@ TEST_F(ReceiveFromDovecot, OneMailIsStoredWithEveryColumnAndNoMailboxTotals) {
   EXPECT_FALSE(QFile::exists(rig.folder() + u"/temp.eml"_s));
 }
 
-TEST_F(ReceiveFromDovecot, ChineseMailDotLinesAndA20MbMailArriveWhole) {
-  kvtest::dropMail(kUser, data("mixed_attachments.eml"));
-  kvtest::dropMail(kUser, data("gb2312_alternative.eml"));
-  kvtest::dropMail(kUser, kvtest::sampleMail(u"点行"_s,
-                                             ".hidden\r\n..two\r\n.\r\n"
-                                             "after\r\n"));
+// Dot-stuffed lines are kept as they came, a lone "." line does not end the mail early, and a
+// 20 MB mail arrives whole.
+TEST_F(ReceiveFromDovecot, DotLinesAndA20MbMailArriveWhole) {
+  kvtest::dropMail(kUser, kvtest::sampleMail(u"点行"_s, ".hidden\r\n..two\r\n.\r\nafter\r\n"));
   QByteArray big = kvtest::sampleMail(u"大邮件"_s, QByteArray());
   const QByteArray line = QByteArray(76, 'A') + "\r\n";
   while (big.size() < 20 * 1024 * 1024) big += line;
@@ -69,46 +63,11 @@ TEST_F(ReceiveFromDovecot, ChineseMailDotLinesAndA20MbMailArriveWhole) {
 
   ASSERT_TRUE(rig.receive(120000));
   EXPECT_TRUE(rig.lastOk());
-  EXPECT_TRUE(rig.log().contains(u"New mail : 4"_s));
-  ASSERT_EQ(rig.count(), 4);
-  EXPECT_EQ(rig.count(u"附件=1"_s), 1);
-
-  // The attachment names survive the trip: read the stored file back.
-  const long first = rig.value(u"select min(邮件ID) from msgmail"_s).toLong();
-  const kvmail::ParsedMail parsed = kvmail::readMailBytes(rig.storedMessage(first));
-  ASSERT_FALSE(parsed.attachments.isEmpty());
-  bool chineseName = false;
-  for (const auto& a : parsed.attachments)
-    for (const QChar c : a.fileName) chineseName |= c.unicode() >= 0x4e00 && c.unicode() <= 0x9fff;
-  EXPECT_TRUE(chineseName);
-
-  // Dot-stuffed lines are kept as they came, and a lone "." line did not end the mail early.
+  EXPECT_TRUE(rig.log().contains(u"New mail : 2"_s));
   const long dots = rig.value(u"select 邮件ID from msgmail where 主题='点行'"_s).toLong();
-  const QByteArray dotMail = rig.storedMessage(dots);
-  EXPECT_TRUE(dotMail.contains("\r\n..hidden\r\n...two\r\n..\r\nafter\r\n"));
-
+  EXPECT_TRUE(rig.storedMessage(dots).contains("\r\n..hidden\r\n...two\r\n..\r\nafter\r\n"));
   const long bigId = rig.value(u"select 邮件ID from msgmail where 主题='大邮件'"_s).toLong();
   EXPECT_EQ(rig.storedMessage(bigId), big + "\r\n");
-}
-
-TEST_F(ReceiveFromDovecot, DeletePolicyDecidesWhatStaysOnTheServer) {
-  for (int i = 0; i < 2; ++i) kvtest::dropMail(kUser, kvtest::sampleMail(u"d%1"_s.arg(i)));
-  // Keep: nothing is deleted, also not on a later session, which fetches nothing again.
-  rig.account().bIsDelete = false;
-  ASSERT_TRUE(rig.receive());
-  ASSERT_TRUE(rig.receive());
-  EXPECT_TRUE(rig.lastOk());
-  EXPECT_FALSE(rig.log().contains(u"RETR"_s));
-  EXPECT_EQ(rig.count(), 2);
-  EXPECT_EQ(kvtest::listMails(kUser).size(), 2);
-
-  // Delete after storing: new mail goes from the server once its row is in; mail stored by an
-  // earlier session stays.
-  kvtest::dropMail(kUser, kvtest::sampleMail(u"d9"_s));
-  rig.account().bIsDelete = true;
-  ASSERT_TRUE(rig.receive());
-  EXPECT_EQ(rig.count(), 3);
-  EXPECT_EQ(kvtest::listMails(kUser).size(), 2);
 }
 
 TEST_F(ReceiveFromDovecot, StopQuitsAtTheNextUidlAndTheRestComesNextTime) {

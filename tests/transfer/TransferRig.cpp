@@ -46,6 +46,20 @@ bool TransferRig::run(const kvmail::BundlePtr& bundle, bool sendOnly, int timeou
   return true;
 }
 
+bool TransferRig::queue(const QStringList& subjects) {
+  QList<kvmail::ComposedMail> mails;
+  for (const QString& subject : subjects) {
+    kvmail::OutgoingMail out;
+    out.from = {QString(), u"sender@kvmail.test"_s};
+    out.to = {{QString(), u"to@kvmail.test"_s}};
+    out.subject = subject;
+    out.htmlBody = u"<p>"_s + QString(40, QLatin1Char('x')) + u"</p>"_s;
+    mails << kvmail::composedMail(out, path(subject + u".eml"_s));
+  }
+  kvmail::StoreFailure failure;
+  return kvmail::MailStore(*host).storeComposed(mails, &failure).size() == subjects.size();
+}
+
 QByteArray TransferRig::storedMessage(long mailId) {
   const QString file = path(u"stored-%1.eml"_s.arg(mailId));
   QFile::remove(file);

@@ -37,6 +37,8 @@ class TransferRig : public StoreRig {
     usePop3(server.port(), u"u"_s, u"p"_s);
     return receive(timeoutMs);
   }
+  // Stores one composed mail to to@kvmail.test per subject in the send queue; false if refused.
+  bool queue(const QStringList& subjects);
   // Opens the window on a bundle and waits until every task ended.
   bool run(const kvmail::BundlePtr& bundle, bool sendOnly, int timeoutMs = 60000);
   bool lastOk() const { return lastOk_; }

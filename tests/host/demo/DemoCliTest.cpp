@@ -97,65 +97,43 @@ TEST_F(KvhostCommandLine, SendReceiveReportsBothDirectionsAndHidesThePassword) {
                               u"---- 传输日志 ----"_s, u"PASS *****"_s, u"结果：成功"_s})
     EXPECT_TRUE(r.out.contains(line)) << line.toStdString() << "\n" << r.out.toStdString();
   EXPECT_FALSE(r.all().contains(kvtest::loopbackServers().password));
-
-  // What the send and the receive stored is the service's round trip; the list shows both.
-  EXPECT_TRUE(kvhost({u"list"_s}).out.contains(u"共 2 封邮件"_s));
 }
 
-// A closed port given on the command line fails the run; a mail that did not go stays queued.
-TEST_F(KvhostCommandLine, PortOptionsPointTheRunAtAClosedPortAndItFails) {
+// On an empty queue the module's box goes to stderr, answered; the queue command fills the queue;
+// a failed run exits with 1. The seeded account sends to the sink, so that failure also shows that
+// --smtp-port reached the account (--pop3-port is shown by every receive here).
+TEST_F(KvhostCommandLine, AnEmptyQueueTheQueueCommandAndAFailedSend) {
   seedFixtureAccount();
-  const long queued = queueTo(kRecipient, u"不会发出的邮件"_s);
-  for (const char* command : {"receive", "send"}) {
-    const QString option = command[0] == 'r' ? u"--pop3-port"_s : u"--smtp-port"_s;
-    const ProcessResult r =
-        kvhost({QLatin1String(command), option, QString::number(kvtest::closedPort())});
-    ASSERT_TRUE(r.finished) << r.all().toStdString();
-    EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
-    EXPECT_TRUE(r.out.contains(u"结果：失败"_s) && r.out.contains(u"---- 传输日志 ----"_s))
-        << r.out.toStdString();
-  }
-  EXPECT_EQ(value(u"select messageID from msgmail where 邮件ID=%1"_s.arg(queued)), QString());
-  EXPECT_NE(value(u"select masmtpport from mailaccount"_s).toInt(),
-            kvtest::loopbackServers().smtpPort);
-}
-
-// On an empty queue the module's box goes to stderr, answered; that send-receive still receives
-// is the service's test.
-TEST_F(KvhostCommandLine, AnEmptyQueueIsSaidOnStderrAndAnswered) {
-  seedFixtureAccount();
-  const ProcessResult r = kvhost({u"send"_s});
+  ProcessResult r = kvhost({u"send"_s});
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
   EXPECT_TRUE(r.err.contains(u"[消息框] 提示： 没有要发送的邮件！ [确定]"_s))
       << r.err.toStdString();
   EXPECT_TRUE(r.out.contains(u"没有要执行的任务。"_s));
-}
 
-TEST_F(KvhostCommandLine, QueueCommandPutsTheDemoMailInTheQueue) {
-  seedFixtureAccount();
-  const ProcessResult r = kvhost({u"queue"_s});
-  EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
+  EXPECT_EQ(kvhost({u"queue"_s}).exitCode, 0);
   EXPECT_EQ(value(u"select count(*) from msgmail where CshgnsID=2 and messageID=''"_s), u"1"_s);
-  EXPECT_EQ(value(u"select 发件人邮箱 from msgmail"_s), kvtest::addressOf(kUser));
+
+  r = kvhost({u"send"_s, u"--smtp-port"_s, QString::number(kvtest::closedPort())});
+  ASSERT_TRUE(r.finished) << r.all().toStdString();
+  EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
+  EXPECT_TRUE(r.out.contains(u"结果：失败"_s) && r.out.contains(u"---- 传输日志 ----"_s))
+      << r.out.toStdString();
 }
 
+// Which arguments are refused is DemoOptions' test; here that a refusal and a missing display
+// reach stderr with exit code 2, and help stdout with 0.
 TEST_F(KvhostCommandLine, UsageErrorsAndAMissingDisplayAreExplained) {
-  const std::pair<QStringList, const char*> cases[] = {
-      {{u"fetch"_s}, "未知的命令：fetch"},
-      {{u"fetch"_s}, "用法：kvhost"},
-      {{}, "没有图形显示"},  // the window needs a screen; none is there
-      {{u"show"_s}, "show 需要一个邮件ID"},
-      {{u"show"_s, u"abc"_s}, ""},
-      {{u"list"_s, u"--save-attachments"_s, dir.path()}, "--save-attachments 只用于 show 命令。"},
-      {{u"send"_s, u"--to"_s, u"a@b"_s}, "只用于 compose 命令"},
+  const std::pair<QStringList, QString> cases[] = {
+      {{u"fetch"_s}, u"未知的命令：fetch"_s},
+      {{}, u"没有图形显示"_s},  // the window needs a screen; none is there
   };
   for (const auto& [args, text] : cases) {
     const ProcessResult r = kvhost(args);
     EXPECT_EQ(r.exitCode, 2) << args.join(u' ').toStdString();
-    EXPECT_TRUE(r.err.contains(QString::fromUtf8(text))) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains(text) && (args.isEmpty() || r.err.contains(u"用法：kvhost"_s)))
+        << r.err.toStdString();
   }
-  const ProcessResult help = kvtest::runProgram(QStringLiteral(KVHOST_PROGRAM), {u"--help"_s},
-                                                kvtest::headlessEnvironment(), kRunMs);
+  const ProcessResult help = kvhost({u"--help"_s});
   EXPECT_EQ(help.exitCode, 0);
   EXPECT_TRUE(help.out.contains(u"send-receive"_s));
 }
@@ -168,6 +146,8 @@ TEST_F(KvhostCommandLine, AStoreThatCannotBeOpenedIsReported) {
   EXPECT_TRUE(r.err.contains(u"无法打开数据库："_s)) << r.err.toStdString();
 }
 
+// What the viewer shows and how it marks the mail read are the windows' tests; here the command
+// prints it and saves the attachments where the option says.
 TEST_F(KvhostCommandLine, ShowPrintsWhatTheViewerShowsAndSavesTheAttachments) {
   seedFixtureAccount();
   ASSERT_FALSE(kvtest::dropMail(kUser, kvtest::readAll(kvtest::dataFile("viewer/gb2312_html.eml")))
@@ -175,21 +155,15 @@ TEST_F(KvhostCommandLine, ShowPrintsWhatTheViewerShowsAndSavesTheAttachments) {
   ASSERT_EQ(kvhost(QStringList{u"receive"_s} + pop3Port()).exitCode, 0);
   const QString id = value(u"select 邮件ID from msgmail where CshgnsID=1"_s);
   ASSERT_FALSE(id.isEmpty());
-  EXPECT_EQ(value(u"select 是否已读 from msgmail where 邮件ID="_s + id), "0");
 
   const QString folder = dir.filePath(u"附件"_s);
   const ProcessResult r = kvhost({u"show"_s, id, u"--save-attachments"_s, folder});
   ASSERT_TRUE(r.finished) << r.all().toStdString();
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
-  for (const QString& line :
-       {u"主题：第二季度报价单及合同"_s, u"发件人：陈丽<chenli@example.cn>"_s,
-        u"优先级：邮件状态：高优先级。"_s, u"您好！附件是第二季度报价单和合同草案，请查收。"_s,
-        u"附件：3 个"_s, u"  1k\t报价单.csv\t"_s, u"下载文件"_s + folder + u"/合同草案.pdf成功"_s})
-    EXPECT_TRUE(r.out.contains(line)) << line.toStdString() << "\n" << r.out.toStdString();
-  EXPECT_TRUE(r.err.contains(u"[对话框] 附件另存为 ["_s + folder));
-  // Saved (byte for byte is the viewer's save-as, tested there); the host marked the mail read.
+  EXPECT_TRUE(r.out.contains(u"主题：第二季度报价单及合同"_s) && r.out.contains(u"附件：3 个"_s))
+      << r.out.toStdString();
+  // Saved into the folder given (byte for byte is the viewer's save-as, tested there).
   EXPECT_EQ(QDir(folder).entryList(QDir::Files).size(), 3);
-  EXPECT_EQ(value(u"select 是否已读 from msgmail where 邮件ID="_s + id), "1");
 
   // An unknown mail is said to be missing.
   const ProcessResult missing = kvhost({u"show"_s, u"999"_s});
@@ -209,12 +183,8 @@ TEST_F(KvhostCommandLine, ComposeFillsTheWindowAndSendsWithAttachments) {
                                   u"--attach"_s, quote, u"--attach"_s, notes, u"--send"_s});
   ASSERT_TRUE(r.finished) << r.all().toStdString();
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
-  const QString id = value(u"select 邮件ID from msgmail"_s);
-  for (const QString& line :
-       {u"EvReturn %1 1"_s.arg(id), u"EvReturn %1 2"_s.arg(id), u"结果：成功"_s})
-    EXPECT_TRUE(r.out.contains(line)) << line.toStdString() << "\n" << r.out.toStdString();
-  for (const QString& file : {quote, notes})  // each --attach goes through the window's dialog
-    EXPECT_TRUE(r.err.contains(u"[对话框] 插入附件 ["_s + file));
+  EXPECT_TRUE(r.out.contains(u"结果：成功"_s)) << r.out.toStdString();
+  EXPECT_TRUE(r.err.contains(u"[对话框] 插入附件 ["_s + notes));  // the second --attach too
   EXPECT_EQ(value(u"select 主题||'/'||附件||'/'||messageID from msgmail"_s),
             u"命令行写的信/1/127.0.0.1"_s);
 }
@@ -224,11 +194,10 @@ TEST_F(KvhostCommandLine, ComposeWithoutSendQueuesAndABadAddressStoresNothing) {
   ProcessResult r =
       kvhost({u"compose"_s, u"--to"_s, u"kehu@kvmail.test"_s, u"--subject"_s, u"待发"_s});
   EXPECT_EQ(r.exitCode, 0) << r.all().toStdString();
-  EXPECT_TRUE(r.err.contains(u"[消息框] 提示： 是否保存邮件？ [是]"_s));
   EXPECT_EQ(value(u"select 主题||'/'||CshgnsID||'/'||messageID from msgmail"_s), u"待发/2/"_s);
 
+  // The composer's refusal (its words are its test) fails the command.
   r = kvhost({u"compose"_s, u"--to"_s, u"客户 kehu"_s, u"--subject"_s, u"不会保存"_s, u"--send"_s});
   EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
-  EXPECT_TRUE(r.err.contains(u"第1封邮件,收件人地址有错误，请检查"_s));
   EXPECT_EQ(value(u"select count(*) from msgmail"_s), u"1"_s);
 }

@@ -15,7 +15,6 @@ TEST(DemoOptions, CommandsPortsAndStores) {
   ASSERT_EQ(parseOptions({}, &o), QString());
   EXPECT_TRUE(o.command.isEmpty());
   EXPECT_EQ(o.store.sqlitePath, defaultStorePath());
-  EXPECT_TRUE(defaultStorePath().endsWith(u"/kvhost/kvhost.db"_s));
   EXPECT_EQ(o.store.userId, u"1"_s);
 
   ASSERT_EQ(parseOptions(u"--db /x/s.db send-receive --pop3-port 11110 "
@@ -26,7 +25,9 @@ TEST(DemoOptions, CommandsPortsAndStores) {
   EXPECT_EQ(o.store.sqlitePath, u"/x/s.db"_s);
   EXPECT_EQ(o.pop3Port, 11110);
   EXPECT_EQ(o.smtpPort, 2525);
-  for (const char* bad : {"fetch", "--pop3-port 0", "--smtp-port 70000", "--db", "--verbose"})
+  // Unknown words, ports out of range, a show without its number, options of another command.
+  for (const char* bad : {"fetch", "--pop3-port 0", "--smtp-port 70000", "--db", "--verbose",
+                          "show", "show abc", "list --save-attachments /x", "send --to a@b"})
     EXPECT_FALSE(parseOptions(QString::fromUtf8(bad).split(u' '), &o).isEmpty()) << bad;
 }
 
@@ -72,14 +73,6 @@ TEST(DemoFirstRun, KeepsAnAccountTheHostAlreadyHas) {
             (QStringList{"1", "公司邮箱"}));
 }
 
-TEST(DemoMerge, RecordsCarryNameAndAddressItems) {
-  const QString text =
-      mergeRecords({{u"王经理"_s, u"w@x.test"_s}, {u"李会计"_s, u"l@x.test"_s}}, u"|"_s);
-  EXPECT_EQ(text, u"[名]王经理"_s + QChar(0) + u"[邮箱]w@x.test|[名]李会计"_s + QChar(0) +
-                      u"[邮箱]l@x.test"_s);
-  EXPECT_EQ(mergeRecords({}, u"|"_s), QString());
-}
-
 class DemoStore : public ::testing::Test {
  protected:
   DemoRig rig;
@@ -89,11 +82,8 @@ class DemoStore : public ::testing::Test {
 TEST_F(DemoStore, QueuedMailIsWhatTheModuleSendsAndABrokenOneLeavesNoRow) {
   const long id = queueMail(*rig.host, demoOutgoingMail(u"演示"_s, u"d@x.test"_s), &error);
   ASSERT_GT(id, 0) << error.toStdString();
+  // Queued as the composer queues (the row's columns are the store's test).
   EXPECT_EQ(rig.value(kvmail::sql::sendQueue()).toLong(), id);
-  EXPECT_EQ(rig.value(u"select 主题||'/'||CshgnsID||'/'||回复ID||'/'||[E-MAIL] from "
-                      "msgmail"_s),
-            u"kvMail 演示：发货通知/2/%1/-1"_s.arg(id));
-  EXPECT_EQ(rig.value(u"select length(消息)=大小 from msgmail"_s), u"1"_s);
 
   // A mail that cannot be written leaves no row.
   auto broken = demoOutgoingMail(u"演示"_s, u"d@x.test"_s);
@@ -127,7 +117,6 @@ TEST_F(DemoStore, ShowsDirectionAndHidesDeletedMail) {
   EXPECT_EQ(seen, (QStringList{u"%1 收件 w@x.test 10"_s.arg(gone + 1),
                                u"%1 已发 演示 <d@x.test> 01"_s.arg(sent),
                                u"%1 待发 演示 <d@x.test> 00"_s.arg(queued)}));
-  EXPECT_EQ(mailListTexts(rows[0]).size(), mailListHeaders().size());
 }
 
 TEST(DemoAccountRecord, FlagsReadTheWayTheModuleReadsThemAndTheDefaultIsTheFallBack) {
@@ -165,7 +154,6 @@ TEST_F(DemoStore, InvalidFieldsAreRefusedAndChangeNothing) {
     EXPECT_EQ(problem, validateAccount(r));
   };
   refused([](AccountRecord& r) { r.name = u"  "_s; });
-  refused([](AccountRecord& r) { r.smtp = u"mail server"_s; });
   refused([](AccountRecord& r) { r.smtp = u"x'; drop table msgmail"_s; });
   refused([](AccountRecord& r) { r.fromAddress = u"demo"_s; });
   refused([](AccountRecord& r) { r.replyTo = u"a@b@c"_s; });

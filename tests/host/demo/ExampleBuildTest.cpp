@@ -33,9 +33,7 @@ TEST(HostExample, BuildsAgainstTheInstalledPackageAndRuns) {
 
   const auto install = cmake({u"--install"_s, buildDir, u"--prefix"_s, prefix});
   expectOk(install, "install");
-  ASSERT_TRUE(QFileInfo::exists(prefix + u"/lib/cmake/kvmail/kvmailConfig.cmake"_s));
-  ASSERT_TRUE(QFileInfo::exists(prefix + u"/include/kvmail/service/clsMail.h"_s));
-  ASSERT_TRUE(QFileInfo::exists(prefix + u"/include/kvmail/host/SqlHostSystem.h"_s));
+  // The package's config and headers show in the build below; the program only here.
   EXPECT_TRUE(QFileInfo::exists(prefix + u"/bin/kvhost"_s));
 
   QStringList configure = {u"-S"_s,

@@ -16,7 +16,6 @@
 #include "LoopbackServers.h"
 #include "StoreRig.h"
 #include "store/MailStore.h"
-#include "support/mime/MimeMail.h"
 
 namespace {
 
@@ -98,7 +97,6 @@ class KillReceive : public ::testing::Test {
       const QByteArray expected = numberedMail(subject.mid(5).toInt()) + "\r\n";
       EXPECT_EQ(bytes, expected) << "row " << id << " " << subject.toStdString();
       EXPECT_EQ(rs->text(2).toLongLong(), expected.size()) << "row " << id;
-      EXPECT_EQ(kvmail::readMailBytes(bytes).subject, subject) << "row " << id;
       ++rows[subject];
     }
     return rows;

@@ -42,9 +42,8 @@ TEST(MimeHeaderText, RawEightBitTextIsReadOnceAndWordsByTheirOwnLabel) {
       {"declared charset that cannot read it", hex("d6d0cec4"), "iso-2022-jp", "中文"},
       {"raw text beside a word", "Re: " + gbk + " =?utf-8?B?5Lit?=", "",
        "Re: 关于下周会议的安排表 中"},
-      {"koi8_r label", "=?koi8_r?B?8NLJ18XU?=", "", "Привет"},
+      // How a label names its converter is MimeCharset's; that the word follows it, here.
       {"x-gbk label, GBK-only character", "=?x-gbk?B?1uzpRrv5?=", "", "朱镕基"},
-      {"language suffix", "=?utf-8*zh?B?5Lit?=", "", "中"},
       {"blanks between words go, others stay",
        "a =?utf-8?q?x?= \t=?utf-8?q?y?= b =?utf-8?q?z?=", "", "a xy b z"},
       {"words of two charsets side by side", "=?gb2312?B?1tA=?= =?utf-8?B?5paH?=", "", "中文"},

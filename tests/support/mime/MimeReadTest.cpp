@@ -33,7 +33,7 @@ QByteArray binarySample() {
 
 }  // namespace
 
-TEST(MimeRead, Gb2312LabelHoldingGbkCharactersWithDatePriorityAndMessageId) {
+TEST(MimeRead, Gb2312LabelHoldingGbkCharactersWithDateAndPriority) {
   const ParsedMail m = sample(u"gb2312_alternative.eml"_s);
   ASSERT_TRUE(m.ok);
   EXPECT_EQ(
@@ -47,40 +47,31 @@ TEST(MimeRead, Gb2312LabelHoldingGbkCharactersWithDatePriorityAndMessageId) {
   EXPECT_EQ(m.date.toUTC(), QDateTime(QDate(2024, 3, 5), QTime(1, 30, 15), Qt::UTC));
   EXPECT_EQ(m.date.offsetFromUtc(), 8 * 3600);
   EXPECT_EQ(m.priority, 3);  // "3 (Normal)"
-  EXPECT_EQ(m.messageId, u"20240305093015.1234@example.cn"_s);
 
   const ParsedMail urgent = sample(u"mixed_attachments.eml"_s);
   EXPECT_EQ(urgent.priority, 1);
   EXPECT_EQ(urgent.date.offsetFromUtc(), -5 * 3600);
-  EXPECT_EQ(urgent.messageId, u"abc.def@mail.example.cn"_s);
 
   const ParsedMail plain = sample(u"gb18030_plain.eml"_s);
   EXPECT_EQ(plain.priority, 0);
   EXPECT_FALSE(plain.date.isValid());
-  EXPECT_TRUE(plain.messageId.isEmpty());
 }
 
-TEST(MimeRead, NestedAlternativeInsideMixedWithNamedAttachments) {
+// The names and bytes of its three attachments (RFC 2047, RFC 2231 with gb2312, RFC 2231
+// continued) are the viewer's received-mail test; the reader's own part is both bodies of the
+// alternative nested inside the mixed part.
+TEST(MimeRead, NestedAlternativeInsideMixedGivesBothBodies) {
   const ParsedMail m = sample(u"mixed_attachments.eml"_s);
   ASSERT_TRUE(m.ok);
-  // The subject's Q and B words lose the blank between them.
-  EXPECT_EQ((QStringList{m.subject, m.from.name, joinDisplay(m.to), m.textBody, m.htmlBody}),
-            (QStringList{"季度报表", "Zhang San", "王五 <wangwu@example.com>", "请查收附件。",
-                         "<p>请查收<b>附件</b>。</p>"}));
-  // Names in RFC 2047, in RFC 2231 with gb2312, and in RFC 2231 continued.
-  EXPECT_EQ(parts(m), (QStringList{"合同（草案）.doc application/msword",
-                                   "报价单.xls application/vnd.ms-excel",
-                                   "很长的文件名_第二季度销售报表汇总.pdf application/pdf"}));
-  ASSERT_EQ(m.attachments.size(), 3);
-  EXPECT_EQ(m.attachments[0].data, binarySample());
-  EXPECT_EQ(m.attachments[1].data, QByteArray("xls-bytes"));
+  EXPECT_EQ(
+      (QStringList{joinDisplay(m.to), m.textBody, m.htmlBody}),
+      (QStringList{"王五 <wangwu@example.com>", "请查收附件。", "<p>请查收<b>附件</b>。</p>"}));
+  EXPECT_EQ(m.attachments.size(), 3);
 }
 
 TEST(MimeRead, RelatedInlineImagesKeepTheirContentIds) {
   const ParsedMail m = sample(u"related_inline.eml"_s);
   ASSERT_TRUE(m.ok);
-  EXPECT_EQ(m.subject, u"新闻 €"_s);
-  EXPECT_TRUE(m.htmlBody.contains(u"欢迎 € 𠀀"_s));
   EXPECT_TRUE(m.htmlBody.contains(u"cid:logo@kv"_s));
   EXPECT_TRUE(m.textBody.isEmpty());
   // The second has no disposition (inline inside multipart/related) and a made-up name.
@@ -96,17 +87,6 @@ TEST(MimeRead, PlainTextOnlyBecomesEscapedHtmlWithLineBreaks) {
   ASSERT_TRUE(m.ok);
   EXPECT_EQ(m.textBody, u"第一行 <b>&\n第二行 𠀀 €\n"_s);
   EXPECT_EQ(m.htmlBody, u"第一行 &lt;b&gt;&amp;<br>\n第二行 𠀀 €<br>\n"_s);
-}
-
-TEST(MimeRead, RawGbkBytesInHeadersAndAttachmentNames) {
-  const ParsedMail m = sample(u"raw_gbk.eml"_s);
-  ASSERT_TRUE(m.ok);
-  // The body is labelled GB_2312-80.
-  EXPECT_EQ((QStringList{m.subject, joinDisplay({m.from}), m.htmlBody}),
-            (QStringList{"会议纪要（喆）", "张三 <zs@example.cn>", "<p>会议纪要 珺</p>"}));
-  EXPECT_EQ(parts(m), QStringList{"纪要.txt text/plain"});
-  ASSERT_EQ(m.attachments.size(), 1);
-  EXPECT_EQ(m.attachments[0].data, QByteArray("\xBC\xCD\xD2\xAA\xC4\xDA\xC8\xDD"));  // GBK bytes
 }
 
 TEST(MimeRead, LfOnlyMailWithWrongAsciiLabelAndForwardedMessage) {
@@ -164,26 +144,15 @@ TEST(MimeRead, UnlabelledEightBitTextFollowsTheDefaultCharset) {
   EXPECT_EQ(m.textBody, u"中文"_s);
 }
 
-TEST(MimeRead, SplitAndPaddedEncodedWordsDecodeWhole) {
-  const ParsedMail m = readMailBytes(
-      "From: =?UTF-8?B?5Lg=?= =?UTF-8?B?rQ==?= <a@b.cn>\r\n"
-      "Subject: =?gb2312?B?1tDW0A==?=\r\n =?gb2312?B?1tA=?=\r\n\r\nx");
-  EXPECT_EQ(m.subject, u"中中中"_s);
-  EXPECT_EQ(m.from.name, u"中"_s);
-}
-
 TEST(MimeRead, HtmlWithoutCharsetLabelUsesItsMetaTag) {
   const QByteArray raw = QByteArray("Content-Type: text/html\r\n\r\n<meta charset=\"gb2312\"><p>") +
                          QByteArray("\xE9\x46") + "</p>";  // 镕 in GBK
   EXPECT_EQ(readMailBytes(raw).htmlBody, u"<meta charset=\"gb2312\"><p>镕</p>"_s);
 }
 
-TEST(MimeRead, GroupsAndRepeatedRecipientHeadersAreFlattened) {
-  const QByteArray raw =
-      "To: team: a@x.cn, =?gb2312?B?1cXI/Q==?= <b@x.cn>;\r\nTo: c@x.cn\r\nCc: \r\n\r\nbody";
-  const ParsedMail m = readMailBytes(raw);
-  ASSERT_EQ(m.to.size(), 3);
-  EXPECT_EQ(m.to[1].name, u"张三"_s);
+// Groups are the header reader's; here repeated To headers make one list and an empty Cc none.
+TEST(MimeRead, RepeatedRecipientHeadersAreJoined) {
+  const ParsedMail m = readMailBytes("To: a@x.cn, b@x.cn\r\nTo: c@x.cn\r\nCc: \r\n\r\nbody");
   EXPECT_EQ(joinAddresses(m.to), u"a@x.cn;b@x.cn;c@x.cn"_s);
   EXPECT_TRUE(m.cc.isEmpty());
 }
