@@ -74,12 +74,21 @@ TEST_F(Catalogue, ReceivedMailIsFoundByUidlAndCutToItsColumns) {
   r.toAddresses = QString(300, u'a');
   r.toNames = QString(121, u'名');
   r.email = QString(251, u'e');
-  ASSERT_EQ(rig.host->execute(sql::insertReceived(r)), QString());
-  // The columns take a cut text with its "..." (where the cut falls is the statements' test).
+  // Past 250 and 120 characters the columns take a cut text with its "..."; at them, the whole.
+  sql::ReceivedRow whole = receivedRow(12, QString(36, u'u'));
+  whole.toAddresses = QString(250, u'a');
+  whole.toNames = QString(120, u'名');
+  whole.email = QString(250, u'e');
+  for (const sql::ReceivedRow& row : {r, whole})
+    ASSERT_EQ(rig.host->execute(sql::insertReceived(row)), QString());
+  const QString query =
+      u"select 收件人邮箱,收件人,[E-MAIL],UIDL,messageID,CshgnsID,级次 from msgmail where 邮件ID="_s;
   EXPECT_EQ(
-      rig.row(u"select 收件人邮箱,收件人,[E-MAIL],UIDL,messageID,CshgnsID,级次 from msgmail"_s),
+      rig.row(query + "11"),
       (QStringList{QString(250, u'a') + "...", QString(120, u'名') + "...",
                    QString(250, u'e') + "...", uidl40.left(36), "pop.example.com", "1", "1"}));
+  EXPECT_EQ(rig.row(query + "12"), (QStringList{whole.toAddresses, whole.toNames, whole.email,
+                                                whole.uidl, "pop.example.com", "1", "1"}));
 
   // Looked up by its cut id it is stored; by the server's full id it never is (kept so).
   EXPECT_TRUE(kvmail::isValidDateText(rig.value(sql::receivedTimeByUidl(uidl40.left(36)))));

@@ -100,7 +100,8 @@ TEST_F(KvhostCommandLine, SendReceiveReportsBothDirectionsAndHidesThePassword) {
 }
 
 // On an empty queue the module's box goes to stderr, answered; the queue command fills the queue;
-// a failed run exits with 1. The seeded account sends to the sink, so that failure also shows that
+// a failed run exits with 1 and keeps the mail queued. The seeded account sends to the sink, so
+// that failure also shows that
 // --smtp-port reached the account (--pop3-port is shown by every receive here).
 TEST_F(KvhostCommandLine, AnEmptyQueueTheQueueCommandAndAFailedSend) {
   seedFixtureAccount();
@@ -116,8 +117,10 @@ TEST_F(KvhostCommandLine, AnEmptyQueueTheQueueCommandAndAFailedSend) {
   r = kvhost({u"send"_s, u"--smtp-port"_s, QString::number(kvtest::closedPort())});
   ASSERT_TRUE(r.finished) << r.all().toStdString();
   EXPECT_EQ(r.exitCode, 1) << r.all().toStdString();
-  EXPECT_TRUE(r.out.contains(u"结果：失败"_s) && r.out.contains(u"---- 传输日志 ----"_s))
+  EXPECT_TRUE(r.out.contains(u"结果：失败"_s) && r.out.contains(u"无法连接到SMTP服务器"_s))
       << r.out.toStdString();
+  // The server was never reached: the mail stays queued for the next run.
+  EXPECT_EQ(value(u"select count(*) from msgmail where CshgnsID=2 and messageID=''"_s), u"1"_s);
 }
 
 // Which arguments are refused is DemoOptions' test; here that a refusal and a missing display
