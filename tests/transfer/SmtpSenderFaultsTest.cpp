@@ -14,11 +14,11 @@ namespace {
 class SenderFaultTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    sender.setServer(QStringLiteral("127.0.0.1"));
-    sender.setFromAddress(QStringLiteral("a@kvmail.localhost"));
-    sender.setRecipients(QStringLiteral("b@kvmail.localhost"));
-    sender.setSubject(QStringLiteral("故障"));
-    sender.setBody(QStringLiteral("<p>x</p>"));
+    sender.setServer(u"127.0.0.1"_s);
+    sender.setFromAddress(u"a@kvmail.localhost"_s);
+    sender.setRecipients(u"b@kvmail.localhost"_s);
+    sender.setSubject(u"故障"_s);
+    sender.setBody(u"<p>x</p>"_s);
     sender.setStallTimeout(1);
     sender.setConnectTimeout(30);  // the stall limit, not this one, must end these sends
   }
@@ -37,16 +37,15 @@ class SenderFaultTest : public ::testing::Test {
 
 TEST_F(SenderFaultTest, SilenceOrADroppedConnectionEndsTheSendWithItsReason) {
   const std::pair<FakeSmtpServer::Fault, QString> cases[] = {
-      {FakeSmtpServer::Fault::SilentAfterGreeting, QStringLiteral("长时间没有响应")},
-      {FakeSmtpServer::Fault::SilentAfterData, QStringLiteral("长时间没有响应")},  // unconfirmed
-      {FakeSmtpServer::Fault::CloseAfterEhlo, QStringLiteral("连接意外中断")},
+      {FakeSmtpServer::Fault::SilentAfterGreeting, u"长时间没有响应"_s},
+      {FakeSmtpServer::Fault::SilentAfterData, u"长时间没有响应"_s},  // unconfirmed
+      {FakeSmtpServer::Fault::CloseAfterEhlo, u"连接意外中断"_s},
   };
   sender.Cancel();  // when idle, it must not spoil the next send
   for (const auto& [fault, text] : cases) {
     FakeSmtpServer server(fault);
     const QString reason = sendTo(server);
-    EXPECT_TRUE(reason.contains(text) && !reason.contains(QStringLiteral("取消")))
-        << reason.toStdString();
+    EXPECT_TRUE(reason.contains(text) && !reason.contains(u"取消"_s)) << reason.toStdString();
   }
 }
 
@@ -66,26 +65,26 @@ TEST_F(SenderFaultTest, BadInputIsRefusedBeforeConnecting) {
   FakeSmtpServer watcher(FakeSmtpServer::Fault::SilentAfterGreeting);
   sender.setPort(watcher.port());
 
-  sender.setRecipients(QStringLiteral(" ; "));
+  sender.setRecipients(u" ; "_s);
   EXPECT_FALSE(sender.Send());
-  sender.setRecipients(QStringLiteral("b@x>\r\nRCPT TO:<evil@x"));
+  sender.setRecipients(u"b@x>\r\nRCPT TO:<evil@x"_s);
   EXPECT_FALSE(sender.Send());
-  sender.setRecipients(QStringLiteral("b@kvmail.localhost"));
-  sender.setFromAddress(QStringLiteral("a b@x"));
+  sender.setRecipients(u"b@kvmail.localhost"_s);
+  sender.setFromAddress(u"a b@x"_s);
   EXPECT_FALSE(sender.Send());
-  sender.setFromAddress(QStringLiteral("a@kvmail.localhost"));
-  sender.setAttachments(QStringLiteral("/no/such/folder/报价.xls"));
+  sender.setFromAddress(u"a@kvmail.localhost"_s);
+  sender.setAttachments(u"/no/such/folder/报价.xls"_s);
   EXPECT_FALSE(sender.Send());
   sender.setAttachments(QString());
-  sender.setServer(QStringLiteral("  "));
+  sender.setServer(u"  "_s);
   EXPECT_FALSE(sender.Send());
 
   ASSERT_EQ(probe.failures.size(), 5);
-  EXPECT_TRUE(probe.failures[0].contains(QStringLiteral("没有收件人")));
-  EXPECT_TRUE(probe.failures[1].contains(QStringLiteral("收件人地址")));
-  EXPECT_TRUE(probe.failures[2].contains(QStringLiteral("发件人地址")));
-  EXPECT_TRUE(probe.failures[3].contains(QStringLiteral("无法生成要发送的邮件")));
-  EXPECT_TRUE(probe.failures[4].contains(QStringLiteral("SMTP服务器")));
+  EXPECT_TRUE(probe.failures[0].contains(u"没有收件人"_s));
+  EXPECT_TRUE(probe.failures[1].contains(u"收件人地址"_s));
+  EXPECT_TRUE(probe.failures[2].contains(u"发件人地址"_s));
+  EXPECT_TRUE(probe.failures[3].contains(u"无法生成要发送的邮件"_s));
+  EXPECT_TRUE(probe.failures[4].contains(u"SMTP服务器"_s));
   EXPECT_EQ(probe.successes, 0);
   EXPECT_TRUE(watcher.commands.isEmpty()) << "nothing may reach a server";
 }

@@ -16,7 +16,7 @@ using namespace kvtest;
 
 namespace {
 
-const QString kUser = QStringLiteral("t02");
+const QString kUser = u"t02"_s;
 
 class SenderTest : public ::testing::Test {
  protected:
@@ -26,11 +26,11 @@ class SenderTest : public ::testing::Test {
     ASSERT_TRUE(files.isValid());
     sender.setServer(loopbackServers().host);
     sender.setPort(loopbackServers().smtpPort);
-    sender.setFromAddress(QStringLiteral("sales@kvmail.localhost"));
-    sender.setFromName(QStringLiteral("销售部"));
+    sender.setFromAddress(u"sales@kvmail.localhost"_s);
+    sender.setFromName(u"销售部"_s);
     sender.setRecipients(addressOf(kUser));
-    sender.setSubject(QStringLiteral("测试邮件"));
-    sender.setBody(QStringLiteral("<html><body><p>您好！</p></body></html>"));
+    sender.setSubject(u"测试邮件"_s);
+    sender.setBody(u"<html><body><p>您好！</p></body></html>"_s);
   }
 
   QString makeFile(const QString& name, const QByteArray& bytes) {
@@ -68,10 +68,10 @@ class SenderTest : public ::testing::Test {
 TEST_F(SenderTest, DeliversTheComposedMessage) {
   QByteArray picture(70000, '\0');
   for (char& c : picture) c = char(QRandomGenerator::global()->bounded(256));
-  sender.setRecipients(addressOf(kUser) + QStringLiteral("; 王芳 <") + addressOf(kUser) + u'>');
-  sender.setReplyTo(QStringLiteral("reply@kvmail.localhost"));
-  sender.setAttachments(makeFile(QStringLiteral("说明.txt"), "x") + QStringLiteral(" ; ") +
-                        makeFile(QStringLiteral("产品 图片.png"), picture) + u';');
+  sender.setRecipients(addressOf(kUser) + u"; 王芳 <"_s + addressOf(kUser) + u'>');
+  sender.setReplyTo(u"reply@kvmail.localhost"_s);
+  sender.setAttachments(makeFile(u"说明.txt"_s, "x") + u" ; "_s +
+                        makeFile(u"产品 图片.png"_s, picture) + u';');
   sender.setHeaderPriority(1);
   SenderProbe probe(sender);
 
@@ -89,22 +89,22 @@ TEST_F(SenderTest, DeliversTheComposedMessage) {
                          joinDisplay(mail.to), joinDisplay(mail.cc + mail.bcc)}),
             (QStringList{"测试邮件", "销售部 <sales@kvmail.localhost>", "reply@kvmail.localhost",
                          to + ";王芳 <" + to + '>', ""}));
-  EXPECT_TRUE(mail.htmlBody.contains(QStringLiteral("您好！")));
+  EXPECT_TRUE(mail.htmlBody.contains(u"您好！"_s));
   EXPECT_EQ(mail.priority, 1);
   ASSERT_EQ(mail.attachments.size(), 2);
-  EXPECT_EQ(mail.attachments[1].fileName, QStringLiteral("产品 图片.png"));
+  EXPECT_EQ(mail.attachments[1].fileName, u"产品 图片.png"_s);
   EXPECT_EQ(mail.attachments[1].data, picture);
 }
 
 TEST_F(SenderTest, AuthOnlyWhenAskedAndThePasswordNeverShows) {
   sender.setUserName(kUser);
-  sender.setPassword(QStringLiteral("not-even-checked"));
+  sender.setPassword(u"not-even-checked"_s);
   sender.setAuthenticate(false);
   sender.setLogLevel(1);
   SenderProbe plain(sender);
   ASSERT_TRUE(sender.Send()) << plain.failures.join(u'\n').toStdString();
-  EXPECT_FALSE(plain.status.join(u'\n').contains(QStringLiteral("\nAUTH ")));
-  EXPECT_TRUE(plain.status.join(u'\n').contains(QStringLiteral("\nMAIL FROM:")));
+  EXPECT_FALSE(plain.status.join(u'\n').contains(u"\nAUTH "_s));
+  EXPECT_TRUE(plain.status.join(u'\n').contains(u"\nMAIL FROM:"_s));
 
   sender.setPassword(loopbackServers().password);
   sender.setAuthenticate(true);
@@ -112,9 +112,9 @@ TEST_F(SenderTest, AuthOnlyWhenAskedAndThePasswordNeverShows) {
   SenderProbe probe(sender);
   ASSERT_TRUE(sender.Send()) << probe.failures.join(u'\n').toStdString();
   const QString shown = probe.shown();
-  EXPECT_TRUE(shown.contains(QStringLiteral("\nAUTH "))) << shown.toStdString();
-  EXPECT_TRUE(shown.contains(QStringLiteral("235")));
-  EXPECT_TRUE(shown.contains(QStringLiteral("RCPT TO:<") + addressOf(kUser) + u'>'));
+  EXPECT_TRUE(shown.contains(u"\nAUTH "_s)) << shown.toStdString();
+  EXPECT_TRUE(shown.contains(u"235"_s));
+  EXPECT_TRUE(shown.contains(u"RCPT TO:<"_s + addressOf(kUser) + u'>'));
   EXPECT_FALSE(leaks(shown)) << shown.toStdString();
   EXPECT_FALSE(probe.offThread);
   EXPECT_TRUE(waitForMail(kUser, 2));
@@ -122,35 +122,35 @@ TEST_F(SenderTest, AuthOnlyWhenAskedAndThePasswordNeverShows) {
 
 TEST_F(SenderTest, WrongPasswordIsRefusedWithTheServersReply) {
   sender.setUserName(kUser);
-  sender.setPassword(QStringLiteral("wrong-kvpass-123"));
+  sender.setPassword(u"wrong-kvpass-123"_s);
   sender.setLogLevel(2);
   SenderProbe probe(sender);
   EXPECT_FALSE(sender.Send());
   EXPECT_EQ(probe.successes, 0);
   ASSERT_EQ(probe.failures.size(), 1);
   const QString reason = probe.failures.first();
-  EXPECT_TRUE(reason.contains(QStringLiteral("用户名和密码")) && reason.contains(u"535"))
+  EXPECT_TRUE(reason.contains(u"用户名和密码"_s) && reason.contains(u"535"))
       << reason.toStdString();
-  EXPECT_FALSE(leaks(probe.shown(), QStringLiteral("wrong-kvpass-123")));
+  EXPECT_FALSE(leaks(probe.shown(), u"wrong-kvpass-123"_s));
   EXPECT_TRUE(listMails(kUser).isEmpty());
 }
 
 TEST_F(SenderTest, RejectedRecipientFailsTheWholeMessage) {
-  sender.setRecipients(addressOf(kUser) + QStringLiteral(";reject.me@kvmail.localhost"));
+  sender.setRecipients(addressOf(kUser) + u";reject.me@kvmail.localhost"_s);
   SenderProbe probe(sender);
   EXPECT_FALSE(sender.Send());
   ASSERT_EQ(probe.failures.size(), 1);
   const QString reason = probe.failures.first();
-  EXPECT_TRUE(reason.contains(QStringLiteral("拒绝了收件人<reject.me@kvmail.localhost>")))
+  EXPECT_TRUE(reason.contains(u"拒绝了收件人<reject.me@kvmail.localhost>"_s))
       << reason.toStdString();
-  EXPECT_TRUE(reason.contains(QStringLiteral("服务器回复：550"))) << reason.toStdString();
+  EXPECT_TRUE(reason.contains(u"服务器回复：550"_s)) << reason.toStdString();
   EXPECT_TRUE(listMails(kUser).isEmpty()) << "a failed message must not half-arrive";
 }
 
 TEST_F(SenderTest, CancelDuringALargeSendEndsIt) {
   QByteArray big(40 * 1024 * 1024, '\0');
   for (qsizetype i = 0; i < big.size(); i += 4096) big[i] = char(i / 4096);
-  sender.setAttachments(makeFile(QStringLiteral("大文件.bin"), big));
+  sender.setAttachments(makeFile(u"大文件.bin"_s, big));
   SenderProbe probe(sender);
   // Pressing stop once the upload is under way, as the transfer window does.
   const auto stop = QObject::connect(&sender, &SmtpSender::Progress, [this](QString, int percent) {
@@ -160,8 +160,7 @@ TEST_F(SenderTest, CancelDuringALargeSendEndsIt) {
   EXPECT_FALSE(sender.isSending());
   EXPECT_EQ(probe.successes, 0);
   ASSERT_EQ(probe.failures.size(), 1);
-  EXPECT_TRUE(probe.failures.first().contains(QStringLiteral("取消")))
-      << probe.failures.first().toStdString();
+  EXPECT_TRUE(probe.failures.first().contains(u"取消"_s)) << probe.failures.first().toStdString();
   EXPECT_LT(probe.percents.last(), 100);
   EXPECT_FALSE(waitForMail(kUser, 1, 500)) << "a cancelled message is not delivered";
 
@@ -174,18 +173,18 @@ TEST_F(SenderTest, CancelDuringALargeSendEndsIt) {
 
 TEST_F(SenderTest, TwoSendsOnOneKeptSession) {
   sender.setKeepSession(1);
-  sender.setSubject(QStringLiteral("第一封"));
+  sender.setSubject(u"第一封"_s);
   ASSERT_TRUE(sender.Send());
   EXPECT_FALSE(sender.lastSendReusedSession());
-  sender.setSubject(QStringLiteral("第二封"));
+  sender.setSubject(u"第二封"_s);
   ASSERT_TRUE(sender.Send());
   EXPECT_TRUE(sender.lastSendReusedSession());
 
   ASSERT_TRUE(waitForMail(kUser, 2));
-  EXPECT_EQ(subjects(), (QStringList{QStringLiteral("第一封"), QStringLiteral("第二封")}));
+  EXPECT_EQ(subjects(), (QStringList{u"第一封"_s, u"第二封"_s}));
 
   // A rejected message does not spoil the session for the next one.
-  sender.setRecipients(QStringLiteral("reject@kvmail.localhost"));
+  sender.setRecipients(u"reject@kvmail.localhost"_s);
   EXPECT_FALSE(sender.Send());
   sender.setRecipients(addressOf(kUser));
   EXPECT_TRUE(sender.Send());
@@ -221,23 +220,22 @@ TEST_F(SenderTest, AMessageStartedAheadGoesOutOnlyWhenItsOwnSendClaimsIt) {
     sender.setPrepared(next.prepare());
   };
   sender.setKeepSession(1);
-  sender.setSubject(QStringLiteral("第一封"));
+  sender.setSubject(u"第一封"_s);
   ASSERT_TRUE(sender.Send());
 
-  ahead(QStringLiteral("提前写好"));
-  sender.setSubject(QStringLiteral("第二封"));  // another message: the one ahead is dropped
+  ahead(u"提前写好"_s);
+  sender.setSubject(u"第二封"_s);  // another message: the one ahead is dropped
   ASSERT_TRUE(sender.Send());
-  ahead(QStringLiteral("第三封"));
-  sender.setSubject(QStringLiteral("第三封"));
+  ahead(u"第三封"_s);
+  sender.setSubject(u"第三封"_s);
   ASSERT_TRUE(sender.Send());
   EXPECT_TRUE(sender.lastSendReusedSession());
-  ahead(QStringLiteral("没有发出"));
+  ahead(u"没有发出"_s);
   sender.closeSession();  // the run ends with a message started ahead
 
   ASSERT_TRUE(waitForMail(kUser, 3));
   EXPECT_FALSE(waitForMail(kUser, 4, 500));
-  EXPECT_EQ(subjects(), (QStringList{QStringLiteral("第一封"), QStringLiteral("第二封"),
-                                     QStringLiteral("第三封")}));
+  EXPECT_EQ(subjects(), (QStringList{u"第一封"_s, u"第二封"_s, u"第三封"_s}));
 }
 
 }  // namespace
