@@ -1,6 +1,6 @@
 // What the viewer makes of a stored mail: the plain-text body, and bad input (a missing stored
 // file, hostile attachment names). Broken and garbage MIME is the reader's and the fuzz replays';
-// received mail shown end to end is the demo's "show" test.
+// received mail shown end to end is ReceivedMailTest's.
 #include <gtest/gtest.h>
 
 #include <QDir>

@@ -101,8 +101,8 @@ TEST_F(KvhostCommandLine, SendReceiveReportsBothDirectionsAndHidesThePassword) {
 
 // On an empty queue the module's box goes to stderr, answered; the queue command fills the queue;
 // a failed run exits with 1 and keeps the mail queued. The seeded account sends to the sink, so
-// that failure also shows that
-// --smtp-port reached the account (--pop3-port is shown by every receive here).
+// that failure also shows that --smtp-port reached the account (--pop3-port is shown by every
+// receive here).
 TEST_F(KvhostCommandLine, AnEmptyQueueTheQueueCommandAndAFailedSend) {
   seedFixtureAccount();
   ProcessResult r = kvhost({u"send"_s});
